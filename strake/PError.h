@@ -1,0 +1,68 @@
+// PError: the one error type, returned, stored and thrown; and the catch ladder that ends
+// every exception at an operation's boundary.
+#pragma once
+
+#include "PSharedDataPtr.h"
+#include "PString.h"
+
+struct PErrorPrivate {
+    int code = 0;
+    PString message;
+    PString module;
+    PString method;
+    int line = 0;
+};
+using PErrorPrivateCopyer = _PDataCopyer<PErrorPrivate>;
+
+// A code (0: none), a message and the place that raised it. Belongs to one thread.
+class PError {
+public:
+    enum Code : int {
+        NoError = 0,
+        NotImplemented = 1,
+        GeneralFailure = 2,
+        BadArgument = 100,
+        MissingBroadcastSetting = 120,
+        DeviceFailure = 200,
+    };
+
+    PError();
+    PError(int code, const PString& message);
+    PError(int code, const PString& message, const PString& module, const PString& method,
+           int line);
+    virtual ~PError();
+
+    void setError(int code, const PString& message);
+    void setInfo(const PString& module, const PString& method, int line);
+    void clear();
+
+    int code() const { return d->code; }
+    PString message() const { return d->message; }
+    PString module() const { return d->module; }
+    PString method() const { return d->method; }
+    int line() const { return d->line; }
+    bool isError() const { return d->code != 0; }
+    // module:method:line[code]message, each part only when present.
+    PString toString() const;
+
+    // The error of the exception being handled: a PError as it is, a standard exception as
+    // code 2 with its text, anything else as code 2 with no text. Call only inside a catch.
+    static PError fromCurrentException();
+    // The failure convention: with a pointer the error is stored there; without one a
+    // non-zero error is thrown. Answers false, the result of a failed operation.
+    static bool raise(const PError& error, PError* out);
+
+private:
+    PSharedDataPtr<PErrorPrivate, PErrorPrivateCopyer> d;
+};
+
+namespace strake {
+// The source file path without its extension, as errors keep it.
+PString moduleFromFile(const char* file);
+}
+
+// An error stamped with the place where it is made.
+#define P_ERROR(code, message)                                                                     \
+    PError((code), (message), strake::moduleFromFile(__FILE__), PString(__PRETTY_FUNCTION__),      \
+           __LINE__)
+#define P_THROW(code, message) throw P_ERROR(code, message)

@@ -1,0 +1,107 @@
+// PTimer, a callback on a thread of its own; PCurrentThread, PTime and PRandom.
+#pragma once
+
+#include "PGlobal.h"
+#include "PSharedDataPtr.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <pthread.h>
+#include <thread>
+
+struct PTimerPrivate {
+    std::function<void()> callback;
+    int interval = 0;
+    int count = -1;
+    unsigned int flags = 0;
+    int restartFlags = 0;        // guarded by mutex
+    bool restartPending = false; // guarded by mutex
+    std::thread thread;
+    std::atomic<int> state{0};   // 0 idle, 1 starting, 2 running, 3 stopping
+    std::mutex mutex;            // guards restartFlags, restartPending and the start hand-over
+    std::condition_variable condition;
+};
+
+// Runs a callback every interval milliseconds, count times (negative: without end). Flags 1
+// makes the first run happen at once. The callback runs on the timer's thread and must not
+// call stop() or restart() on its own timer. Not copyable; owns its record.
+class PTimer {
+public:
+    PTimer();
+    explicit PTimer(const std::function<void()>& callback);
+    PTimer(const std::function<void()>& callback, const int& interval);
+    PTimer(PTimer&& other) noexcept;
+    // The target must not have a thread that was not joined.
+    PTimer& operator=(PTimer&& other) noexcept;
+    P_DISABLE_COPY(PTimer)
+    // Stops and joins.
+    ~PTimer();
+
+    // Setters have no effect while the timer runs.
+    void setCallback(const std::function<void()>& callback);
+    void setInterval(const int& interval);
+    void setCount(const int& count);
+    void setFlags(unsigned int flags);
+    int interval() const;
+    int count() const;
+    unsigned int flags() const;
+
+    bool isRunning() const;
+    // -1 keeps the stored interval or count; answers false for a refused start.
+    bool start(const int& interval = -1, int flags = 0, const int& count = -1);
+    // Running: the tick count starts again and bit 0 of flags runs the callback at once.
+    // Not running: start with the stored values.
+    bool restart(int flags = 0);
+    // Ends the thread and waits for it: at most the callback's run and one interval.
+    void stop();
+
+    // Ticks on a detached thread that no handle controls.
+    static bool shot(const std::function<void()>& callback, const int& interval, const int& count,
+                     int flags = 0);
+
+private:
+    static void run(PTimerPrivate* d, std::function<void()> callback, int interval, int count,
+                    unsigned int flags);
+    PTimerPrivate* d;
+};
+
+class PCurrentThread {
+public:
+    static pthread_t getId();
+    // One nanosleep each, not resumed when a signal ends it early.
+    static void sleep(int milliseconds);
+    static void mSleep(int microseconds);
+    static void nSleep(int nanoseconds);
+};
+
+struct PTimePrivate {
+    bool running = false;
+    int64_t startedAt = 0;  // nanoseconds of the monotonic clock
+};
+
+// A stopwatch.
+class PTime {
+public:
+    PTime();
+    ~PTime();
+    bool start();
+    void stop();
+    bool isRunning() const;
+    // Milliseconds since start(); 0 when not running. The argument takes no part.
+    int64_t elapsed(int unit = 0) const;
+
+private:
+    PSharedDataPtr<PTimePrivate> d;
+};
+
+// Random numbers from one 64-bit Mersenne Twister per thread.
+class PRandom {
+public:
+    // Uniform in min..max, both included; max must not be below min.
+    static unsigned int randomI(unsigned int min, unsigned int max);
+    // min + (max - min) * (one 64-bit draw / 2^64).
+    static double randomR(double min, double max);
+};
