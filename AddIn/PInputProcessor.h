@@ -1,0 +1,80 @@
+// PInputProcessor, the stage between an I/O device and the driver component: parameters,
+// the input and error callbacks and the debug handler shared by every processor.
+#pragma once
+
+#include "PDebug.h"
+#include "PError.h"
+#include "PEvent.h"
+#include "PString.h"
+#include "PVariant.h"
+
+#include <functional>
+#include <memory>
+
+struct PInputProcessorPrivate;
+
+// Derived processors cut what a device event holds into messages and hand each finished
+// event to the base processInput, which calls the input callback.
+// An object with identity: not copyable; owned by its Device.
+// Thread-safety: one lock guards the parameters and both callbacks, and is held while a
+// callback runs: a callback must not call back into the same processor. The debug handler
+// may be read from any thread at any time.
+// Failure: nothing is reported; an exception thrown by a callback passes through after the
+// lock is released.
+class PInputProcessor {
+public:
+    using Callback = std::function<void(PEvent*)>;
+    using ErrorCallback = std::function<void(const PError&)>;
+    using DebugMessageHandler = PDebugMessageHandler;
+
+    // Parameter names read by the processors.
+    static const PString& PrefixKey();
+    static const PString& SuffixKey();
+    static const PString& OutputDataTypeKey();
+    static const PString& EquipmentTypeKey();
+    static const PString& DevIdKey();
+    static const PString& EventNameKey();
+    static const PString& COMEncodingKey();
+    static const PString& GSKeyCodeKey();
+    static const PString& PreviewModeKey();
+    // Event keys on the input path.
+    static const PString& InputKey();
+    static const PString& KeyboardInputKey();
+    static const PString& StolenKey();
+    static const PString& DevIdEventKey();
+    static const PString& DevTypeEventKey();
+    static const PString& DevStateEventKey();
+    static const PString& DevAliasEventKey();
+    static const PString& AcceptStatusKey();
+    static const PString& UnprocessedInputKey();
+
+    PInputProcessor();
+    PInputProcessor(const PInputProcessor&) = delete;
+    PInputProcessor& operator=(const PInputProcessor&) = delete;
+    virtual ~PInputProcessor();
+
+    // Hands a type-17 event to the input callback, under the lock; anything else goes no
+    // further than a debug line. The event stays the caller's.
+    virtual void processInput(PEvent* event);
+    // Hands the error to the error callback, under the lock.
+    virtual void processError(const PError& error);
+
+    void setParameter(const PString& name, const PVariant& value);
+    // The stored value when the key exists, even an invalid one; otherwise fallback, and the
+    // key is not added.
+    PVariant parameter(const PString& name, const PVariant& fallback = PVariant()) const;
+
+    void setCallback(Callback callback);
+    void setErrorCallback(ErrorCallback callback);
+    void setDebugMessageHandler(DebugMessageHandler handler);
+    // A copy; empty when the log is off.
+    DebugMessageHandler debugMessageHandler() const;
+
+protected:
+    // The current handler without copying the function: null when none is set. Test it
+    // before formatting anything, so that a processor without a log formats nothing.
+    std::shared_ptr<const DebugMessageHandler> debugHandler() const;
+
+private:
+    std::unique_ptr<PInputProcessorPrivate> d;
+};
