@@ -51,6 +51,17 @@ public:
     // The failure convention: with a pointer the error is stored there; without one a
     // non-zero error is thrown. Answers false, the result of a failed operation.
     static bool raise(const PError& error, PError* out);
+    // The same convention for an operation that may also succeed: a pointer gets the error
+    // even when its code is 0; without one a non-zero error is thrown. True for code 0.
+    static bool settle(const PError& error, PError* out)
+    {
+        if (!error.isError()) {
+            if (out)
+                *out = error;
+            return true;
+        }
+        return raise(error, out);
+    }
 
 private:
     PSharedDataPtr<PErrorPrivate, PErrorPrivateCopyer> d;
@@ -66,3 +77,6 @@ PString moduleFromFile(const char* file);
     PError((code), (message), strake::moduleFromFile(__FILE__), PString(__PRETTY_FUNCTION__),      \
            __LINE__)
 #define P_THROW(code, message) throw P_ERROR(code, message)
+// The same with a fixed module name, for errors whose place the host's logs already know.
+#define P_MODULE_ERROR(module, code, message)                                                      \
+    PError((code), (message), PString(module), PString(__PRETTY_FUNCTION__), __LINE__)
