@@ -46,7 +46,7 @@ private:
     PLogger& write(const T& value);
 
     bool m_ownsStream = false;
-    std::mutex m_mutex;  // guards writes to m_stream
+    mutable std::mutex m_mutex;  // guards m_stream, m_ownsStream and every write
     std::ostream* m_stream = nullptr;
 };
 

@@ -109,6 +109,9 @@ public:
     friend bool operator<(const PString& a, const PString& b) { return a.d->text < b.d->text; }
     friend bool operator>(const PString& a, const PString& b) { return b.d->text < a.d->text; }
 
+    // Units taken as they are, for results cut from text that is already clean.
+    static PString fromUnits(std::u16string&& units);
+
 private:
     PSharedDataPtr<PStringPrivate, PStringPrivateCopyer> d;
 };

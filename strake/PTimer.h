@@ -19,6 +19,7 @@ struct PTimerPrivate {
     unsigned int flags = 0;
     int restartFlags = 0;        // guarded by mutex
     bool restartPending = false; // guarded by mutex
+    bool started = false;        // guarded by mutex: the thread has taken over
     std::thread thread;
     std::atomic<int> state{0};   // 0 idle, 1 starting, 2 running, 3 stopping
     std::mutex mutex;            // guards restartFlags, restartPending and the start hand-over
@@ -65,6 +66,7 @@ public:
 private:
     static void run(PTimerPrivate* d, std::function<void()> callback, int interval, int count,
                     unsigned int flags);
+    static void runDetached(std::function<void()> callback, int interval, int count, unsigned int flags);
     PTimerPrivate* d;
 };
 
@@ -97,7 +99,8 @@ private:
     PSharedDataPtr<PTimePrivate> d;
 };
 
-// Random numbers from one 64-bit Mersenne Twister per thread.
+// Random numbers from one 64-bit Mersenne Twister per thread. Each thread keeps its engine in
+// thread-local storage, so engines go with their threads instead of piling up in a table.
 class PRandom {
 public:
     // Uniform in min..max, both included; max must not be below min.

@@ -1,0 +1,107 @@
+// The five exported entry points and the registry of component objects.
+#include "PVKObjectManager.h"
+
+#include "AddInNative.h"
+#include "PGlobal.h"
+#include "PLogger.h"
+#include "PString.h"
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+
+namespace {
+
+const wchar_t kClassNames[] = L"InputDevice|CardReaderDevice";
+const PString gClassNamesWide(kClassNames);
+const std::u16string gClassNames = gClassNamesWide.toTavrelString();
+
+struct PVKObjectManagerPrivate {
+    std::mutex mutex;  // guards objects; held across a component's construction and destruction
+    std::map<uint64_t, IComponentBase*> objects;
+};
+
+PVKObjectManagerPrivate& registry()
+{
+    static PVKObjectManagerPrivate instance;
+    return instance;
+}
+
+uint64_t keyOf(const IComponentBase* object)
+{
+    return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(object));
+}
+
+}
+
+void PVKObjectManager::destroy(IComponentBase* object)
+{
+    PVKObjectManagerPrivate& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    auto found = r.objects.find(keyOf(object));
+    if (found == r.objects.end())
+        return;
+    delete found->second;
+    r.objects.erase(found);
+}
+
+size_t PVKObjectManager::count()
+{
+    PVKObjectManagerPrivate& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    return r.objects.size();
+}
+
+extern "C" KELMOR_EXPORT const char16_t* GetClassNames()
+{
+    trace("Strake", "GetClassNames");
+    return gClassNames.c_str();
+}
+
+extern "C" KELMOR_EXPORT long GetClassObject(const char16_t* name, IComponentBase** slot)
+{
+    if (!slot)
+        return 0;
+    if (*slot)
+        return static_cast<long>(reinterpret_cast<intptr_t>(*slot));
+    try {
+        const PString className(name);
+        if (className != PString("InputDevice") && className != PString("CardReaderDevice"))
+            return static_cast<long>(reinterpret_cast<intptr_t>(*slot));
+        KelmorNative* object = nullptr;
+        {
+            PVKObjectManagerPrivate& r = registry();
+            std::lock_guard<std::mutex> lock(r.mutex);
+            object = new KelmorNative();
+            r.objects[keyOf(object)] = object;
+        }
+        object->setExtentionName(className);
+        *slot = object;
+        return static_cast<long>(reinterpret_cast<intptr_t>(object));
+    } catch (...) {
+        return 0;
+    }
+}
+
+extern "C" KELMOR_EXPORT long DestroyObject(IComponentBase** slot)
+{
+    if (!slot || !*slot)
+        return -1;
+    try {
+        PVKObjectManager::destroy(*slot);
+    } catch (...) {
+        // A destructor that fails still leaves the slot cleared: the host must not reuse it.
+    }
+    *slot = nullptr;
+    return 0;
+}
+
+extern "C" KELMOR_EXPORT int GetAttachType()
+{
+    return eCanAttachAny;
+}
+
+extern "C" KELMOR_EXPORT int SetPlatformCapabilities(int)
+{
+    return 3;
+}

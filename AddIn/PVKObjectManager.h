@@ -1,0 +1,25 @@
+// The registry of component objects behind the exported entry points.
+#pragma once
+
+#include "HostInterface.h"
+
+#include <cstddef>
+
+// Owns every component object the host was given. Thread-safety: the registry mutex
+// serialises creation and destruction; it is held across a component's constructor and
+// destructor, never across a call of the host's.
+class PVKObjectManager {
+public:
+    // Destroys the object when the registry holds it; anything else is ignored.
+    static void destroy(IComponentBase* object);
+    // Number of live component objects.
+    static size_t count();
+};
+
+extern "C" {
+const char16_t* GetClassNames();
+long GetClassObject(const char16_t* name, IComponentBase** slot);
+long DestroyObject(IComponentBase** slot);
+int GetAttachType();
+int SetPlatformCapabilities(int capabilities);
+}

@@ -1,0 +1,350 @@
+// PTimer, PCurrentThread, PTime and PRandom.
+#include "PTimer.h"
+
+#include <chrono>
+#include <ctime>
+#include <limits>
+#include <random>
+
+namespace {
+
+// One tick is over: a negative count runs on, the last run ends the timer.
+bool countDown(int& remaining)
+{
+    if (remaining < 0)
+        return true;
+    if (remaining <= 1)
+        return false;
+    --remaining;
+    return true;
+}
+
+void runSafely(const std::function<void()>& callback)
+{
+    try {
+        callback();
+    } catch (...) {
+        // A failing tick must not end the process; the callback reports its own errors.
+    }
+}
+
+}
+
+PTimer::PTimer() : d(new PTimerPrivate) {}
+
+PTimer::PTimer(const std::function<void()>& callback) : d(new PTimerPrivate)
+{
+    d->callback = callback;
+}
+
+PTimer::PTimer(const std::function<void()>& callback, const int& interval) : d(new PTimerPrivate)
+{
+    d->callback = callback;
+    d->interval = interval;
+}
+
+PTimer::PTimer(PTimer&& other) noexcept : d(other.d)
+{
+    other.d = nullptr;
+}
+
+PTimer& PTimer::operator=(PTimer&& other) noexcept
+{
+    if (this != &other) {
+        if (d)
+            stop();
+        delete d;
+        d = other.d;
+        other.d = nullptr;
+    }
+    return *this;
+}
+
+PTimer::~PTimer()
+{
+    if (d) {
+        stop();
+        delete d;
+    }
+}
+
+void PTimer::setCallback(const std::function<void()>& callback)
+{
+    if (d && !isRunning())
+        d->callback = callback;
+}
+
+void PTimer::setInterval(const int& interval)
+{
+    if (d && !isRunning())
+        d->interval = interval;
+}
+
+void PTimer::setCount(const int& count)
+{
+    if (d && !isRunning())
+        d->count = count;
+}
+
+void PTimer::setFlags(unsigned int flags)
+{
+    if (d && !isRunning())
+        d->flags = flags;
+}
+
+int PTimer::interval() const
+{
+    return d ? d->interval : 0;
+}
+
+int PTimer::count() const
+{
+    return d ? d->count : 0;
+}
+
+unsigned int PTimer::flags() const
+{
+    return d ? d->flags : 0;
+}
+
+bool PTimer::isRunning() const
+{
+    return d && d->thread.joinable() && d->state.load() != 0;
+}
+
+bool PTimer::start(const int& interval, int flags, const int& count)
+{
+    if (!d || isRunning() || !d->callback)
+        return false;
+    stop();
+    if (interval > 0)
+        d->interval = interval;
+    if (count > 0)
+        d->count = count;
+    if (d->count == 0 || (d->interval == 0 && d->count < 0))
+        return false;
+    if (flags != 0)
+        d->flags = static_cast<unsigned int>(flags);
+
+    {
+        std::lock_guard<std::mutex> lock(d->mutex);
+        d->started = false;
+        d->restartPending = false;
+        d->restartFlags = 0;
+    }
+    d->thread = std::thread(&PTimer::run, d, d->callback, d->interval, d->count, d->flags);
+    {
+        std::unique_lock<std::mutex> lock(d->mutex);
+        d->condition.wait(lock, [this] { return d->started; });
+    }
+    return isRunning();
+}
+
+bool PTimer::restart(int flags)
+{
+    if (!d)
+        return false;
+    if (!isRunning())
+        return start(d->interval, flags, d->count);
+    {
+        std::lock_guard<std::mutex> lock(d->mutex);
+        d->restartFlags = flags;
+        d->restartPending = true;
+    }
+    d->condition.notify_all();
+    return true;
+}
+
+void PTimer::stop()
+{
+    if (!d)
+        return;
+    {
+        std::lock_guard<std::mutex> lock(d->mutex);
+        d->state.store(3);
+    }
+    d->condition.notify_all();
+    if (d->thread.joinable() && d->thread.get_id() != std::this_thread::get_id())
+        d->thread.join();
+}
+
+void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval, int count,
+                 unsigned int flags)
+{
+    int remaining = count;
+    {
+        std::lock_guard<std::mutex> lock(d->mutex);
+        d->state.store(1);
+        d->state.store(2);
+        d->started = true;
+    }
+    d->condition.notify_all();
+
+    if (interval == 0) {
+        for (int i = 0; i < remaining; ++i)
+            runSafely(callback);
+        d->state.store(3);
+    } else if (flags == 1) {
+        runSafely(callback);
+        if (!countDown(remaining))
+            d->state.store(3);
+    }
+
+    while (d->state.load() == 2) {
+        std::unique_lock<std::mutex> lock(d->mutex);
+        // A steady clock: a change of the wall clock must not stretch or skip a tick.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(interval);
+        const bool woken = d->condition.wait_until(
+            lock, deadline, [d] { return d->state.load() != 2 || d->restartPending; });
+        if (!woken) {
+            lock.unlock();
+            runSafely(callback);
+            if (!countDown(remaining))
+                break;
+        } else if (d->restartPending && d->state.load() == 2) {
+            remaining = d->count;
+            if (d->restartFlags & 1) {
+                runSafely(callback);
+                if (remaining > 0)
+                    --remaining;
+            }
+            d->restartFlags = 0;
+            d->restartPending = false;
+        } else {
+            break;
+        }
+    }
+    d->state.store(0);
+}
+
+bool PTimer::shot(const std::function<void()>& callback, const int& interval, const int& count,
+                  int flags)
+{
+    if (!callback || count == 0 || (interval == 0 && count < 0))
+        return false;
+    std::thread(&PTimer::runDetached, callback, interval, count, static_cast<unsigned int>(flags)).detach();
+    return true;
+}
+
+void PTimer::runDetached(std::function<void()> callback, int interval, int count, unsigned int flags)
+{
+    int remaining = count;
+    if (interval == 0) {
+        for (int i = 0; i < remaining; ++i)
+            runSafely(callback);
+        return;
+    }
+    if (flags == 1) {
+        runSafely(callback);
+        if (!countDown(remaining))
+            return;
+    }
+    for (;;) {
+        PCurrentThread::sleep(interval);
+        runSafely(callback);
+        if (!countDown(remaining))
+            return;
+    }
+}
+
+pthread_t PCurrentThread::getId()
+{
+    return pthread_self();
+}
+
+static void sleepNanoseconds(long long nanoseconds)
+{
+    if (nanoseconds <= 0)
+        return;
+    timespec request;
+    request.tv_sec = static_cast<time_t>(nanoseconds / 1000000000LL);
+    request.tv_nsec = static_cast<long>(nanoseconds % 1000000000LL);
+    nanosleep(&request, nullptr);
+}
+
+void PCurrentThread::sleep(int milliseconds)
+{
+    sleepNanoseconds(static_cast<long long>(milliseconds) * 1000000LL);
+}
+
+void PCurrentThread::mSleep(int microseconds)
+{
+    sleepNanoseconds(static_cast<long long>(microseconds) * 1000LL);
+}
+
+void PCurrentThread::nSleep(int nanoseconds)
+{
+    sleepNanoseconds(nanoseconds);
+}
+
+static int64_t monotonicNanoseconds()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+PTime::PTime() = default;
+
+PTime::~PTime()
+{
+    stop();
+}
+
+bool PTime::start()
+{
+    PTimePrivate* record = d.data();
+    record->running = true;
+    record->startedAt = monotonicNanoseconds();
+    return isRunning();
+}
+
+void PTime::stop()
+{
+    if (d->running)
+        d.data()->running = false;
+}
+
+bool PTime::isRunning() const
+{
+    return d->running;
+}
+
+int64_t PTime::elapsed(int) const
+{
+    if (!d->running)
+        return 0;
+    return (monotonicNanoseconds() - d->startedAt) / 1000000;
+}
+
+namespace {
+
+std::mt19937_64& threadEngine()
+{
+    thread_local std::mt19937_64 engine([] {
+        std::random_device device("default");
+        return static_cast<std::mt19937_64::result_type>(device());
+    }());
+    return engine;
+}
+
+}
+
+unsigned int PRandom::randomI(unsigned int min, unsigned int max)
+{
+    if (max < min)
+        return min;
+    const uint64_t n = uint64_t(max) - uint64_t(min) + 1;
+    const uint64_t scale = std::numeric_limits<uint64_t>::max() / n;
+    uint64_t value;
+    do {
+        value = threadEngine()();
+    } while (value >= scale * n);
+    return static_cast<unsigned int>(min + value / scale);
+}
+
+double PRandom::randomR(double min, double max)
+{
+    const double unit = static_cast<double>(threadEngine()()) / 18446744073709551616.0;
+    return min + (max - min) * unit;
+}
