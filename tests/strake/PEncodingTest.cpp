@@ -1,0 +1,289 @@
+// Tests of PEncoding: the registry, the factory, the Vietnamese tables and the built-in code
+// pages, the latter checked against the C library's iconv.
+#include "PEncoding.h"
+
+#include <gtest/gtest.h>
+
+#include <iconv.h>
+#include <memory>
+#include <typeinfo>
+
+namespace {
+
+std::string bytes(std::initializer_list<int> values)
+{
+    std::string out;
+    for (int v : values)
+        out += static_cast<char>(v);
+    return out;
+}
+
+// The C library's converters between one code page and UTF-32, each opened once.
+class IconvPage {
+public:
+    explicit IconvPage(const char* codePage)
+        : m_encoder(iconv_open(codePage, "UTF-32LE")), m_decoder(iconv_open("UTF-32LE", codePage))
+    {
+    }
+    ~IconvPage()
+    {
+        if (isOpen()) {
+            iconv_close(m_encoder);
+            iconv_close(m_decoder);
+        }
+    }
+    bool isOpen() const { return m_encoder != kFailed && m_decoder != kFailed; }
+
+    // The one-byte form of ch, or -1 when iconv gives no single byte for it.
+    int encode(char32_t ch)
+    {
+        unsigned char in[4] = {static_cast<unsigned char>(ch), static_cast<unsigned char>(ch >> 8),
+            static_cast<unsigned char>(ch >> 16), static_cast<unsigned char>(ch >> 24)};
+        unsigned char out[16];
+        const size_t size = convert(m_encoder, in, sizeof(in), out, sizeof(out));
+        return size == 1 ? out[0] : -1;
+    }
+
+    // The code point of one byte, or U+FFFD when iconv rejects the byte.
+    char32_t decode(unsigned char byte)
+    {
+        unsigned char out[16];
+        if (convert(m_decoder, &byte, 1, out, sizeof(out)) != 4)
+            return 0xFFFD;
+        return out[0] | out[1] << 8 | out[2] << 16 | static_cast<char32_t>(out[3]) << 24;
+    }
+
+private:
+    static inline const iconv_t kFailed = reinterpret_cast<iconv_t>(-1);
+
+    // Converts and flushes (a stateful converter may hold a letter back); the output size or 0.
+    static size_t convert(iconv_t cd, unsigned char* in, size_t inSize, unsigned char* out, size_t outSize)
+    {
+        iconv(cd, nullptr, nullptr, nullptr, nullptr);
+        char* inPtr = reinterpret_cast<char*>(in);
+        char* outPtr = reinterpret_cast<char*>(out);
+        size_t inLeft = inSize;
+        size_t outLeft = outSize;
+        if (iconv(cd, &inPtr, &inLeft, &outPtr, &outLeft) == static_cast<size_t>(-1)
+            || iconv(cd, nullptr, nullptr, &outPtr, &outLeft) == static_cast<size_t>(-1))
+            return 0;
+        return outSize - outLeft;
+    }
+
+    iconv_t m_encoder;
+    iconv_t m_decoder;
+};
+
+} // namespace
+
+// ---- registry and factory ----
+
+TEST(PEncodingTest, registryHoldsSeventeenRowsInIdOrder)
+{
+    const std::vector<PEncodingPrivate> rows = PEncodingFactory().encodings();
+    const std::vector<int> ids = {0, 775, 866, 1251, 1257, 1258, 20127, 20866, 65001,
+        101258, 111258, 121258, 201258, 211258, 311258, 411258, 511258};
+    ASSERT_EQ(rows.size(), ids.size());
+    for (size_t i = 0; i < ids.size(); ++i) {
+        const PEncodingPrivate& row = rows[i];
+        EXPECT_EQ(row.id, ids[i]);
+        EXPECT_EQ(row.altName, row.javaName) << row.id;
+        if (row.id > 0 && row.id < 100000) {
+            EXPECT_EQ(row.javaName, row.name) << row.id;
+            EXPECT_EQ(row.codePage, row.id == 20127 ? 65001 : row.id);
+        } else {
+            EXPECT_TRUE(row.javaName.empty()) << row.id;
+            EXPECT_EQ(row.codePage, 0) << row.id;
+        }
+    }
+    EXPECT_EQ(rows[6].name, "CP20127");
+    EXPECT_EQ(rows[7].name, "KOI8-R");
+    EXPECT_EQ(rows[9].name, "TCVN3_SHORT");
+    EXPECT_EQ(rows[16].name, "VILAT");
+}
+
+TEST(PEncodingTest, factoryMakesTheVietnameseClassesAndPlainEncodingsForTheRest)
+{
+    PEncodingFactory factory;
+    const std::vector<std::pair<int, const std::type_info*>> expected = {
+        {101258, &typeid(PTCVN3Short)}, {111258, &typeid(PTCVN3)}, {121258, &typeid(PTCVN3Low)},
+        {201258, &typeid(PVNIShort)}, {211258, &typeid(PVNI)}, {311258, &typeid(PVPS)},
+        {411258, &typeid(PVISCII)}, {511258, &typeid(PVILAT)}, {1251, &typeid(PEncoding)},
+        {0, &typeid(PEncoding)}};
+    for (const auto& item : expected) {
+        std::unique_ptr<PEncoding> encoding(factory.create(item.first));
+        ASSERT_NE(encoding, nullptr) << item.first;
+        EXPECT_EQ(typeid(*encoding), *item.second) << item.first;
+        EXPECT_EQ(encoding->id(), item.first);
+        const bool vietnamese = item.first > 100000;
+        EXPECT_EQ(encoding->canEncode(L"x"), item.first != 0) << item.first;
+        EXPECT_EQ(encoding->canDecode("x"), !vietnamese && item.first != 0) << item.first;
+        if (vietnamese) {
+            EXPECT_EQ(encoding->decode("abc"), L"");
+        }
+    }
+    EXPECT_FALSE(factory.hasEncoding(12345));
+    EXPECT_EQ(factory.create(12345), nullptr);
+    EXPECT_EQ(factory.create(std::string("CP1251")), nullptr);
+}
+
+TEST(PEncodingTest, staticFormsGiveEmptyResultsWhereNothingCanBeDone)
+{
+    EXPECT_EQ(PEncoding::encode(L"abc", 12345), "");
+    EXPECT_EQ(PEncoding::decode("abc", 12345), L"");
+    EXPECT_EQ(PEncoding::encode(L"abc", 0), "");
+    EXPECT_EQ(PEncoding::decode("abc", 0), L"");
+    EXPECT_EQ(PEncoding::decode("abc", 211258), L"");
+    EXPECT_EQ(PEncoding::decode("", 1251), L"");
+    EXPECT_EQ(PEncoding::encode(L"abc", 211258), "abc");
+}
+
+TEST(PEncodingTest, directEncodeThrowsOneWhenTheRowCannotEncode)
+{
+    EXPECT_THROW(PEncoding().encode(L"abc"), int);
+    try {
+        PEncoding(PEncodingPrivate{7, "none", 0, "", ""}).encode(L"abc");
+    } catch (int code) {
+        EXPECT_EQ(code, 1);
+    }
+    // A converter that no table knows gives nothing rather than a wrong text.
+    const PEncoding unknown(PEncodingPrivate{7, "X", 7, "X-UNKNOWN", "X-UNKNOWN"});
+    EXPECT_EQ(unknown.encode(L"abc"), "");
+    EXPECT_EQ(unknown.decode("abc"), L"");
+}
+
+// ---- Vietnamese tables ----
+
+TEST(PEncodingTest, everyVietnameseTableGivesItsRow)
+{
+    struct Row {
+        wchar_t ch;
+        std::string vni, vniShort, vps, tcvn3, tcvn3Short, tcvn3Low, viscii, vilat;
+    };
+    const Row rows[] = {
+        {0x1EA4, bytes({0x41, 0xC1}), "\xC1", "\x83", bytes({0xA2, 0xCA}), "\xA2", "\xCA", "\x84", "A"},
+        {0x00E0, bytes({0x61, 0xF8}), "\xF8", "\xE0", "\xB5", "\xB5", "\xB5", "\xE0", "a"},
+        {0x00A0, "\xA0", "\xA0", "\xA0", "\xA0", "\xA0", "\xA0", "\xA0", "\xA0"},
+        {0x0110, "\xD1", "\xD1", "\xF1", "\xA7", "\xA7", "\xAE", "\xD0", "D"},
+        {0x0111, "\xF1", "\xF1", "\xC7", "\xAE", "\xAE", "\xAE", "\xF0", "d"},
+        {0x1EEE, bytes({0xD6, 0xD5}), "\xD5", "\x1D", bytes({0xA6, 0xF7}), "\xA6", "\xF7", "\xFF", "U"},
+        {0x1EF4, "\xCE", "\xCE", "\x19", bytes({0x59, 0xFE}), "\x59", "\xFE", "\x1E", "Y"},
+        {0x00D5, bytes({0x4F, 0xD5}), "\xD5", "\xBE", bytes({0x4F, 0xE2}), "\x4F", "\xE2", "\xA0", "O"},
+        {0x01B0, "\xF6", "\xF6", "\xDC", "\xAD", "\xAD", "\xAD", "\xDF", "u"},
+        {0x1EF9, bytes({0x79, 0xF5}), "\xF5", "\xCF", "\xFC", "\xFC", "\xFC", "\xDB", "y"},
+    };
+    for (const Row& row : rows) {
+        const std::wstring text(1, row.ch);
+        SCOPED_TRACE(testing::Message() << std::hex << static_cast<int>(row.ch));
+        EXPECT_EQ(strake::unicode2vni(text), row.vni);
+        EXPECT_EQ(strake::unicode2vnishort(text), row.vniShort);
+        EXPECT_EQ(strake::unicode2vps(text), row.vps);
+        EXPECT_EQ(strake::unicode2tcvn3(text), row.tcvn3);
+        EXPECT_EQ(strake::unicode2tcvn3short(text), row.tcvn3Short);
+        EXPECT_EQ(strake::unicode2tcvn3low(text), row.tcvn3Low);
+        EXPECT_EQ(strake::unicode2viscii(text), row.viscii);
+        EXPECT_EQ(strake::unicode2vilat(text), row.vilat);
+    }
+}
+
+TEST(PEncodingTest, everyVietnameseTableCoversTheSame135Characters)
+{
+    std::string (*const tables[])(const std::wstring&) = {strake::unicode2vni,
+        strake::unicode2vnishort, strake::unicode2vps, strake::unicode2tcvn3,
+        strake::unicode2tcvn3short, strake::unicode2tcvn3low, strake::unicode2viscii,
+        strake::unicode2vilat};
+    std::wstring covered;
+    for (wchar_t ch = 0x80; ch < 0x2000; ++ch) {
+        if (strake::unicode2vni(std::wstring(1, ch)) != "?")
+            covered += ch;
+    }
+    EXPECT_EQ(covered.size(), 135u);
+    for (auto table : tables) {
+        int rows = 0;
+        for (wchar_t ch = 0x80; ch < 0x2000; ++ch) {
+            const std::string out = table(std::wstring(1, ch));
+            const bool inTable = covered.find(ch) != std::wstring::npos;
+            EXPECT_EQ(out != "?", inTable) << std::hex << static_cast<int>(ch);
+            rows += inTable;
+        }
+        EXPECT_EQ(rows, 135);
+    }
+}
+
+TEST(PEncodingTest, tableEncodingPassesAsciiAndMarksTheRestWithQuestionMarks)
+{
+    EXPECT_EQ(strake::unicode2vni(L"ABC xyz 0129\r\n"), "ABC xyz 0129\r\n");
+    EXPECT_EQ(strake::unicode2vni(L"\x0416"), "?");
+    EXPECT_EQ(strake::unicode2vni(std::wstring(1, static_cast<wchar_t>(-1))), "?");
+    EXPECT_EQ(strake::unicode2vni(std::wstring(1, L'\0')), std::string(1, '\0'));
+    // Two-byte rows lengthen the result.
+    EXPECT_EQ(strake::unicode2vni(L"Vi\x1EC7t"), "Vi" + bytes({0x65, 0xE4}) + "t");
+    EXPECT_EQ(strake::unicode2tcvn3low(L"ABC\x1EA4"), "abc\xCA");
+    EXPECT_EQ(strake::unicode2tcvn3(L"ABC"), "ABC");
+    EXPECT_EQ(strake::unicode2vilat(L"Tr\x01B0\x1EDDng \x0110\x1EA1i"), "Truong Dai");
+    EXPECT_EQ(PEncoding::encode(L"\x1EA4", 111258), bytes({0xA2, 0xCA}));
+}
+
+// ---- built-in code pages ----
+
+TEST(PEncodingTest, codePagesRecodeTextBothWays)
+{
+    // "Привет" in each Cyrillic code page.
+    EXPECT_EQ(PEncoding::encode(L"\x041F\x0440\x0438\x0432\x0435\x0442", 1251),
+        bytes({0xCF, 0xF0, 0xE8, 0xE2, 0xE5, 0xF2}));
+    EXPECT_EQ(PEncoding::decode(bytes({0xCF, 0xF0, 0xE8, 0xE2, 0xE5, 0xF2}), 1251),
+        L"\x041F\x0440\x0438\x0432\x0435\x0442");
+    EXPECT_EQ(PEncoding::decode(bytes({0x8F, 0xE0, 0xA8, 0xA2, 0xA5, 0xE2}), 866),
+        L"\x041F\x0440\x0438\x0432\x0435\x0442");
+    EXPECT_EQ(PEncoding::decode(bytes({0xF0, 0xD2, 0xC9, 0xD7, 0xC5, 0xD4}), 20866),
+        L"\x041F\x0440\x0438\x0432\x0435\x0442");
+    // GS and the other control bytes of marking codes pass unchanged.
+    EXPECT_EQ(PEncoding::decode(bytes({0x1D, 0x30, 0x00, 0x0D}), 1251), std::wstring(L"\x1D" L"0\0\r", 4));
+    // Undefined bytes become U+FFFD, characters without a byte "?".
+    EXPECT_EQ(PEncoding::decode(bytes({0x41, 0x98, 0x42}), 1251), L"A\xFFFD" L"B");
+    EXPECT_EQ(PEncoding::decode(bytes({0x80, 0xFF}), 20127), L"\xFFFD\xFFFD");
+    EXPECT_EQ(PEncoding::encode(L"a\x4E2D\x1F600" L"b", 1251), "a??b");
+    EXPECT_EQ(PEncoding::encode(std::wstring(1, static_cast<wchar_t>(-66)), 866), "?");
+}
+
+TEST(PEncodingTest, utf8RecodesAndDropsWhatIsNotUnicode)
+{
+    const std::wstring text = L"A\x0416\x20AC\x1F600";
+    const std::string utf8 = "A\xD0\x96\xE2\x82\xAC\xF0\x9F\x98\x80";
+    EXPECT_EQ(PEncoding::encode(text, 65001), utf8);
+    EXPECT_EQ(PEncoding::decode(utf8, 65001), text);
+    EXPECT_EQ(PEncoding::decode("a\xFF" "b\xE2\x82", 65001), L"ab");
+    // The stream processor's recoding: bytes from 1251 to UTF-8.
+    EXPECT_EQ(PEncoding::encode(PEncoding::decode(bytes({0xC0, 0x1D, 0x88}), 1251), 65001),
+        "\xD0\x90\x1D\xE2\x82\xAC");
+}
+
+TEST(PEncodingTest, singleByteCodePagesAgreeWithIconv)
+{
+    const std::pair<int, const char*> pages[] = {{775, "CP775"}, {866, "CP866"}, {1251, "CP1251"},
+        {1257, "CP1257"}, {1258, "CP1258"}, {20127, "US-ASCII"}, {20866, "KOI8-R"}};
+    for (const auto& page : pages) {
+        SCOPED_TRACE(page.second);
+        IconvPage iconvPage(page.second);
+        if (!iconvPage.isOpen()) {
+            ADD_FAILURE() << "the C library has no converter " << page.second;
+            continue;
+        }
+        for (int b = 0; b < 256; ++b) {
+            const std::wstring text = PEncoding::decode(std::string(1, static_cast<char>(b)), page.first);
+            ASSERT_EQ(text.size(), 1u);
+            EXPECT_EQ(static_cast<char32_t>(text[0]), iconvPage.decode(static_cast<unsigned char>(b)))
+                << "byte " << b;
+        }
+        // CP1258 makes precomposed letters of two bytes in iconv; one byte or "?" here.
+        for (char32_t ch = 0; ch < 0x10000; ++ch) {
+            if (ch >= 0xD800 && ch < 0xE000)
+                continue;
+            const int expected = iconvPage.encode(ch);
+            const std::string out = PEncoding::encode(std::wstring(1, static_cast<wchar_t>(ch)), page.first);
+            ASSERT_EQ(out.size(), 1u);
+            EXPECT_EQ(static_cast<unsigned char>(out[0]), expected < 0 ? '?' : expected)
+                << "character " << std::hex << static_cast<unsigned>(ch);
+        }
+    }
+}
