@@ -4,6 +4,7 @@
 
 #include "PSharedDataPtr.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
