@@ -1,46 +1,70 @@
-// KelmorNative: the driver component the host creates by class name.
+// KelmorNative: the driver component the host creates by class name, with its method table.
 #pragma once
 
-#include "HostInterface.h"
+#include "PlatformNativeBase.h"
 #include "PString.h"
 
-// The component object. Made and destroyed only through the object registry.
-class KelmorNative : public IComponentBase {
+#include <memory>
+
+struct KelmorNativePrivate;
+
+// The one component class. Made and destroyed only through the object registry. The host
+// calls it on any of its threads; the table is built once by Init and then only read.
+class KelmorNative : public PlatformNativeBaseEx {
 public:
+    static const char* const DriverVersion;  // "10.1.8.6"
+    enum : long { EventBufferDepth = 4096 };
+
     KelmorNative();
     ~KelmorNative() override;
-    KelmorNative(const KelmorNative&) = delete;
-    KelmorNative& operator=(const KelmorNative&) = delete;
 
-    // The class name the host asked for; "InputDevice" until set.
-    void setExtentionName(const PString& name);
-    PString extentionName() const;
-
+    // Stores the connection, asks the host for its event buffer and builds the method table,
+    // once: a second Init changes nothing. A failure is reported to the host as an error of
+    // level 1003 and answers false.
     bool Init(void* connection) override;
-    bool setMemManager(void* memoryManager) override;
     long GetInfo() override;
     void Done() override;
-    bool RegisterExtensionAs(char16_t** extensionName) override;
-    long GetNProps() override;
-    long FindProp(const char16_t* name) override;
-    const char16_t* GetPropName(long num, long alias) override;
-    bool GetPropVal(long num, tVariant* value) override;
-    bool SetPropVal(long num, tVariant* value) override;
-    bool IsPropReadable(long num) override;
-    bool IsPropWritable(long num) override;
-    long GetNMethods() override;
-    long FindMethod(const char16_t* name) override;
-    const char16_t* GetMethodName(long num, long alias) override;
-    long GetNParams(long num) override;
-    bool GetParamDefValue(long num, long param, tVariant* value) override;
-    bool HasRetVal(long num) override;
-    bool CallAsProc(long num, tVariant* params, long count) override;
-    bool CallAsFunc(long num, tVariant* result, tVariant* params, long count) override;
+    // The class name the component was made for, in host memory; false without a memory
+    // manager or an out pointer.
+    bool RegisterExtensionAs(char16_t** out) override;
+    // Russian for every component of the process when the code contains "ru", else English.
     void SetLocale(const char16_t* locale) override;
-    void SetUserInterfaceLanguageCode(const char16_t* code) override;
+
+    // The class name the host asked for; "InputDevice" until set. Set once, right after
+    // construction, before the host sees the object.
+    void setExtentionName(const PString& name);
+    PString getExtentionName() const;
+    PString extentionName() const { return getExtentionName(); }
+    // The equipment type chosen by the host; call with the exclusive lock held.
+    void setEquipmentType(const PString& type);
+    PString equipmentType() const;
+
+protected:
+    virtual void initMethods();
+    virtual void initProperties();
+    virtual void initSetters();
 
 private:
-    PString m_extentionName;
-    IAddInDefBase* m_connection = nullptr;
-    IMemoryManager* m_memoryManager = nullptr;
+    bool getDescription(tVariant* result, tVariant* params, long count, IMemoryManager* manager);
+    bool getParameters(tVariant* result, tVariant* params, long count, IMemoryManager* manager);
+    bool setParameter(tVariant* result, tVariant* params, long count, IMemoryManager* manager);
+    bool open(tVariant* result, tVariant* params, long count, IMemoryManager* manager);
+    bool close(tVariant* result, tVariant* params, long count, IMemoryManager* manager);
+    bool test(tVariant* result, tVariant* params, long count, IMemoryManager* manager);
+    bool getAdditionalActions(tVariant* result, tVariant* params, long count,
+                              IMemoryManager* manager);
+    bool doAdditionalAction(tVariant* result, tVariant* params, long count,
+                            IMemoryManager* manager);
+    bool getInterfaceRevision(tVariant* result, tVariant* params, long count,
+                              IMemoryManager* manager);
+    bool GetLastError(tVariant* result, tVariant* params, long count, IMemoryManager* manager);
+    bool getVersion(tVariant* result, tVariant* params, long count, IMemoryManager* manager);
+
+    // Answers a method whose work is not available in this build: false, with code 1 and
+    // the method's name in the last error.
+    bool notImplemented(tVariant* result, const char* method);
+    // Host text into a slot; when the host gives no memory the call fails with code 2.
+    void textOut(tVariant* slot, const PString& text, IMemoryManager* manager);
+
+    std::unique_ptr<KelmorNativePrivate> d;
 };
