@@ -5,6 +5,7 @@
 #include "PGlobal.h"
 #include "PLogger.h"
 #include "PString.h"
+#include "PTranslation.h"
 
 #include <cstdint>
 #include <map>
@@ -39,10 +40,13 @@ void PVKObjectManager::destroy(IComponentBase* object)
     PVKObjectManagerPrivate& r = registry();
     std::lock_guard<std::mutex> lock(r.mutex);
     auto found = r.objects.find(keyOf(object));
-    if (found == r.objects.end())
-        return;
-    delete found->second;
-    r.objects.erase(found);
+    if (found != r.objects.end()) {
+        delete found->second;
+        r.objects.erase(found);
+    }
+    // The last component takes the process-wide state down; the next one builds it again.
+    if (r.objects.empty() && !strake::getTranslation()->isEmpty())
+        strake::getTranslation()->clear();
 }
 
 size_t PVKObjectManager::count()
@@ -72,6 +76,8 @@ extern "C" KELMOR_EXPORT long GetClassObject(const char16_t* name, IComponentBas
         {
             PVKObjectManagerPrivate& r = registry();
             std::lock_guard<std::mutex> lock(r.mutex);
+            if (r.objects.empty() && strake::getTranslation()->isEmpty())
+                strake::getTranslation()->load(strake::getUTF8XmlLocalization(), nullptr);
             object = new KelmorNative();
             r.objects[keyOf(object)] = object;
         }
