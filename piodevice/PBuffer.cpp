@@ -344,7 +344,9 @@ bool PThreadSafeBuffer::waitForReadyRead(int msecs)
     if (!isOpen() || !(openFlags() & OpenRead))
         return false;
     std::unique_lock<std::mutex> lock(t->mutex);
-    if (bufferCapacity() == 0)
+    // Asked again under the lock: a close between the first test and the lock would
+    // otherwise leave this wait without the wake-up that ends it.
+    if (bufferCapacity() == 0 || !isOpen())
         return false;
     const bool available = bufferAvailibleBytes() != 0;
     if (msecs == 0 || available)

@@ -1,0 +1,203 @@
+// Tests of PBuffer and PThreadSafeBuffer: positions, rewinding, reopening, resizing, memory
+// cost and the waits for data.
+#include "PBuffer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+const int kReadWrite = PIODevice::OpenReadWrite;
+const int kDeviceBuffer = PIODevice::OpenDeviceBuffer;
+
+std::string readAllText(PIODevice& device)
+{
+    return device.readAll().toStdString();
+}
+
+// Resident set size of this process in bytes.
+long residentBytes()
+{
+    long pages = 0;
+    long resident = 0;
+    FILE* statm = std::fopen("/proc/self/statm", "r");
+    if (statm == nullptr)
+        return -1;
+    if (std::fscanf(statm, "%ld %ld", &pages, &resident) != 2)
+        resident = -1;
+    std::fclose(statm);
+    return resident * 4096;
+}
+
+}
+
+TEST(PBufferTest, writeStoresWhatFitsAndDropsTheRest)
+{
+    PBuffer buffer(8);
+    ASSERT_TRUE(buffer.open(kReadWrite));
+    EXPECT_EQ(buffer.write("abc", 3), 3u);
+    EXPECT_EQ(buffer.availibleSpace(), 5u);
+    EXPECT_EQ(buffer.write("12345678", 8), 5u);
+    EXPECT_EQ(buffer.write("x", 1), 0u);
+    EXPECT_EQ(buffer.peek(3).toStdString(), "abc");
+    EXPECT_EQ(readAllText(buffer), "abc12345");
+    // Without OpenRewindEmpty the drained space stays used.
+    EXPECT_EQ(buffer.write("x", 1), 0u);
+}
+
+TEST(PBufferTest, drainedBufferRewindsOnlyWhenEmpty)
+{
+    PBuffer buffer(4);
+    ASSERT_TRUE(buffer.open(kDeviceBuffer));
+    EXPECT_EQ(buffer.write("abcd", 4), 4u);
+    char out[4];
+    EXPECT_EQ(buffer.read(out, 3), 3u);
+    EXPECT_EQ(buffer.write("e", 1), 0u) << "one byte unread: no rewind";
+    EXPECT_EQ(buffer.skip(10), 1u);
+    EXPECT_EQ(buffer.write("wxyz", 4), 4u);
+    EXPECT_EQ(readAllText(buffer), "wxyz");
+}
+
+TEST(PBufferTest, closedOrWrongModeBufferMovesNoBytes)
+{
+    PBuffer buffer(8);
+    EXPECT_EQ(buffer.write("ab", 2), 0u);
+    EXPECT_FALSE(buffer.close());
+
+    ASSERT_TRUE(buffer.open(PIODevice::OpenWrite));
+    EXPECT_EQ(buffer.write("ab", 2), 2u);
+    char out[2];
+    EXPECT_EQ(buffer.read(out, 2), 0u);
+    EXPECT_EQ(buffer.peek(out, 2), 0u);
+    EXPECT_EQ(buffer.availibleBytes(), 2u);
+    EXPECT_EQ(buffer.write(PByteArray()), 0u);
+}
+
+TEST(PBufferTest, readOnlyReopenExposesWhatWasHeldAtClose)
+{
+    PBuffer buffer(8);
+    ASSERT_TRUE(buffer.open(kReadWrite));
+    buffer.write("abc", 3);
+    ASSERT_TRUE(buffer.close());
+    ASSERT_TRUE(buffer.open(PIODevice::OpenRead));
+    EXPECT_EQ(buffer.availibleBytes(), 3u);
+    EXPECT_EQ(readAllText(buffer), "abc");
+
+    // A buffer that never kept anything exposes its whole capacity.
+    PBuffer fresh(5);
+    ASSERT_TRUE(fresh.open(PIODevice::OpenRead));
+    EXPECT_EQ(fresh.availibleBytes(), 5u);
+    // Reopening for writing forgets the kept bytes.
+    ASSERT_TRUE(buffer.close());
+    ASSERT_TRUE(buffer.open(kReadWrite));
+    EXPECT_EQ(buffer.availibleBytes(), 0u);
+}
+
+TEST(PBufferTest, capacityChangeKeepsLeadingBytesAndClampsPositions)
+{
+    PBuffer buffer(8);
+    ASSERT_TRUE(buffer.open(kReadWrite));
+    buffer.write("abcdef", 6);
+    buffer.skip(1);
+    buffer.setCapasity(4);
+    EXPECT_EQ(buffer.capacity(), 4u);
+    EXPECT_EQ(buffer.availibleSpace(), 0u);
+    EXPECT_EQ(readAllText(buffer), "bcd");
+
+    buffer.setCapasity(16);
+    EXPECT_EQ(buffer.write("XY", 2), 2u);
+    EXPECT_EQ(readAllText(buffer), "XY");
+    ASSERT_TRUE(buffer.close());
+    ASSERT_TRUE(buffer.open(PIODevice::OpenRead));
+    EXPECT_EQ(readAllText(buffer), "abcdXY") << "growing kept the bytes already written";
+}
+
+TEST(PBufferTest, unwrittenCapacityCostsNoResidentMemory)
+{
+    const long before = residentBytes();
+    ASSERT_GT(before, 0);
+    std::vector<std::unique_ptr<PThreadSafeBuffer>> buffers;
+    for (int i = 0; i < 8; ++i) {
+        buffers.emplace_back(new PThreadSafeBuffer(0x1000000));
+        ASSERT_TRUE(buffers.back()->open(kDeviceBuffer));
+        ASSERT_EQ(buffers.back()->write("x", 1), 1u);
+    }
+    // 128 MiB of capacity; only the pages written may become resident.
+    EXPECT_LT(residentBytes() - before, 16L * 1024 * 1024);
+}
+
+TEST(PThreadSafeBufferTest, zeroTimeWaitAnswersAtOnce)
+{
+    PThreadSafeBuffer buffer(8);
+    EXPECT_FALSE(buffer.waitForReadyRead(0)) << "closed";
+    ASSERT_TRUE(buffer.open(kDeviceBuffer));
+    EXPECT_FALSE(buffer.waitForReadyRead(0));
+    buffer.write("a", 1);
+    EXPECT_TRUE(buffer.waitForReadyRead(0));
+    EXPECT_TRUE(buffer.waitForBytesWriten(-1)) << "bytes available end any wait";
+
+    PThreadSafeBuffer empty(0);
+    ASSERT_TRUE(empty.open(kDeviceBuffer));
+    EXPECT_FALSE(empty.waitForReadyRead(-1));
+    PThreadSafeBuffer writeOnly(8);
+    ASSERT_TRUE(writeOnly.open(PIODevice::OpenWrite));
+    EXPECT_FALSE(writeOnly.waitForReadyRead(-1));
+}
+
+TEST(PThreadSafeBufferTest, closeEndsAnEndlessWaitWithFalse)
+{
+    PThreadSafeBuffer buffer(8);
+    ASSERT_TRUE(buffer.open(kDeviceBuffer));
+    bool result = true;
+    std::thread waiter([&] { result = buffer.waitForReadyRead(-1); });
+    // Whether the close comes before or during the wait, the answer is false.
+    buffer.close();
+    waiter.join();
+    EXPECT_FALSE(result);
+}
+
+TEST(PThreadSafeBufferTest, timedWaitEndsTrueOnDataAndFalseOnTimeout)
+{
+    PThreadSafeBuffer buffer(64);
+    ASSERT_TRUE(buffer.open(kDeviceBuffer));
+    EXPECT_FALSE(buffer.waitForReadyRead(20));
+
+    bool result = false;
+    std::thread waiter([&] { result = buffer.waitForReadyRead(60000); });
+    buffer.write("abc", 3);
+    waiter.join();
+    EXPECT_TRUE(result);
+    EXPECT_EQ(buffer.availibleBytes(), 3u);
+}
+
+TEST(PThreadSafeBufferTest, concurrentWriterAndReaderLoseNoByte)
+{
+    PThreadSafeBuffer buffer(256);
+    ASSERT_TRUE(buffer.open(kDeviceBuffer));
+    const int total = 20000;
+    std::thread writer([&] {
+        for (int i = 0; i < total;) {
+            const char byte = static_cast<char>(i & 0x7F);
+            if (buffer.write(&byte, 1) == 1)
+                ++i;
+            else
+                std::this_thread::yield();
+        }
+    });
+    int received = 0;
+    bool ordered = true;
+    while (received < total) {
+        buffer.waitForReadyRead(50);
+        char chunk[64];
+        const auto count = buffer.read(chunk, sizeof chunk);
+        for (PIODevice::SizeType i = 0; i < count; ++i, ++received)
+            ordered = ordered && chunk[i] == static_cast<char>(received & 0x7F);
+    }
+    writer.join();
+    EXPECT_TRUE(ordered);
+}

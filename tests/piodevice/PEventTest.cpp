@@ -1,0 +1,114 @@
+// Tests of PEvent, PIODeviceEvent and the PIODevice / PIOCustomDevice frame.
+#include "PEvent.h"
+#include "PIODevice.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+// A device that records what reaches its virtual operations.
+class RecordingDevice : public PIOCustomDevice {
+public:
+    SizeType availibleBytes() const override { return 3; }
+    SizeType read(char* data, SizeType size) override
+    {
+        ++reads;
+        data[0] = 'r';
+        return 1;
+    }
+    SizeType peek(char* data, SizeType size) override { return 0; }
+    SizeType write(const char* data, SizeType size) override
+    {
+        ++writes;
+        return size;
+    }
+    int capabilities() const override { return 0; }
+    using PIODevice::read;
+    using PIODevice::write;
+
+    int reads = 0;
+    int writes = 0;
+};
+
+}
+
+TEST(PEventTest, absentKeyIsInvalidAndStoredEmptyValueIsKept)
+{
+    PIODeviceEvent event;
+    EXPECT_EQ(event.type(), 17);
+    EXPECT_FALSE(event.value("input").isValid());
+    event.setValue("input", PVariant());
+    event.setValue("dev_id", "COM1");
+    EXPECT_FALSE(event.value("input").isValid());
+    EXPECT_EQ(event.fields().size(), 2u);
+    EXPECT_EQ(event.value("dev_id").toStdString(), "COM1");
+}
+
+TEST(PEventTest, copyKeepsClassAndValuesAndIsIndependent)
+{
+    PIODeviceEvent event;
+    event.setValue("input", PByteArray("AB"));
+    std::unique_ptr<PEvent> copy(event.copy());
+    ASSERT_NE(dynamic_cast<PIODeviceEvent*>(copy.get()), nullptr);
+    EXPECT_EQ(copy->type(), 17);
+    event.setValue("input", PByteArray("CD"));
+    EXPECT_EQ(copy->value("input").toByteArray().toStdString(), "AB");
+
+    std::unique_ptr<PEvent> plain(PEvent(5).copy());
+    EXPECT_EQ(plain->type(), 5);
+    EXPECT_EQ(dynamic_cast<PIODeviceEvent*>(plain.get()), nullptr);
+}
+
+TEST(PEventTest, movedFromEventIsEmptyAndUsable)
+{
+    PEvent source(17);
+    source.setValue("k", 1);
+    PEvent target(std::move(source));
+    EXPECT_EQ(target.type(), 17);
+    EXPECT_EQ(target.value("k").toInt(), 1);
+    EXPECT_EQ(source.type(), 0);
+    EXPECT_TRUE(source.fields().empty());
+    source.setValue("again", 2);
+    EXPECT_EQ(source.value("again").toInt(), 2);
+}
+
+TEST(PIODeviceTest, byteArrayFormsKeepLengthAndSkipEmptyWrites)
+{
+    RecordingDevice device;
+    EXPECT_EQ(device.write(PByteArray()), 0u);
+    EXPECT_EQ(device.writes, 0);
+    EXPECT_EQ(device.write(PByteArray("abc")), 3u);
+    EXPECT_EQ(device.writes, 1);
+
+    EXPECT_TRUE(device.read(0).isEmpty());
+    EXPECT_EQ(device.reads, 0);
+    const PByteArray all = device.readAll();
+    EXPECT_EQ(all.size(), 3u) << "the requested length stays even when fewer bytes came";
+    EXPECT_EQ(all[0], 'r');
+}
+
+TEST(PIODeviceTest, openKeepsFlagsAndBaseWaitsAnswerFalse)
+{
+    RecordingDevice device;
+    EXPECT_FALSE(device.isOpen());
+    EXPECT_TRUE(device.open(PIODevice::OpenRead | PIODevice::OpenBuffered));
+    EXPECT_EQ(device.openFlags(), 0x101);
+    EXPECT_FALSE(device.waitForReadyRead(-1));
+    EXPECT_FALSE(device.waitForBytesWriten(10));
+    EXPECT_EQ(device.skip(5), 0u);
+    EXPECT_TRUE(device.close());
+    EXPECT_TRUE(device.close()) << "closing again is harmless";
+    EXPECT_FALSE(device.isOpen());
+}
+
+TEST(PIOCustomDeviceTest, parameterGivesStoredValueEvenInvalidElseDefault)
+{
+    RecordingDevice device;
+    EXPECT_EQ(device.parameter("speed", 9600).toInt(), 9600);
+    device.setParameter("alias", PVariant());
+    EXPECT_FALSE(device.parameter("alias", "fallback").isValid());
+    device.setParameter("speed", 115200);
+    EXPECT_EQ(device.parameter("speed", 9600).toInt(), 115200);
+}
