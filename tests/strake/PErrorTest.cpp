@@ -1,0 +1,221 @@
+// Tests of PError, PDebug, PLogger, PLocale and the log helpers.
+#include "PDebug.h"
+#include "PError.h"
+#include "PLocale.h"
+#include "PLogger.h"
+#include "StrakeText.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace {
+
+TEST(PErrorTest, textFormWithAndWithoutPlace)
+{
+    EXPECT_EQ(PError().code(), 0);
+    EXPECT_EQ(PError().toString(), PString("[0]"));
+    EXPECT_EQ(PError(2, "x").toString(), PString("[2]x"));
+    PError full(2, "x", "strake/PMethod", "bool f()", 42);
+    EXPECT_EQ(full.toString(), PString("strake/PMethod:bool f():42[2]x"));
+    full.clear();
+    EXPECT_EQ(full.toString(), PString("[0]"));
+}
+
+TEST(PErrorTest, copiesAreIndependent)
+{
+    PError a(100, "bad");
+    PError b(a);
+    b.setError(200, "device");
+    b.setInfo("m", "f", 1);
+    EXPECT_EQ(a.code(), 100);
+    EXPECT_EQ(a.message(), PString("bad"));
+    EXPECT_TRUE(a.module().isEmpty());
+}
+
+TEST(PErrorTest, stampsTheSourcePlaceWithoutExtension)
+{
+    PError e = P_ERROR(100, "here");
+    EXPECT_EQ(e.module(), PString("tests/strake/PErrorTest"));
+    EXPECT_GT(e.line(), 0);
+    EXPECT_TRUE(e.method().contains("TestBody"));
+}
+
+TEST(PErrorTest, ladderTurnsEveryExceptionIntoAnError)
+{
+    auto caught = [](auto thrower) {
+        try {
+            thrower();
+        } catch (...) {
+            return PError::fromCurrentException();
+        }
+        return PError();
+    };
+    EXPECT_EQ(caught([] { throw PError(120, "cfg"); }).code(), 120);
+    PError standard = caught([] { throw std::runtime_error("boom"); });
+    EXPECT_EQ(standard.code(), 2);
+    EXPECT_EQ(standard.message(), PString("boom"));
+    PError other = caught([] { throw 7; });
+    EXPECT_EQ(other.code(), 2);
+    EXPECT_TRUE(other.message().isEmpty());
+}
+
+TEST(PErrorTest, raiseStoresOrThrows)
+{
+    PError out;
+    EXPECT_FALSE(PError::raise(PError(100, "x"), &out));
+    EXPECT_EQ(out.code(), 100);
+    EXPECT_THROW(PError::raise(PError(100, "x"), nullptr), PError);
+    EXPECT_NO_THROW(PError::raise(PError(), nullptr));
+}
+
+TEST(PLocaleTest, choosesTheTextOfTheDefaultLanguage)
+{
+    EXPECT_EQ(PLocale::getDefaultLocaleId(), PLocale::English);
+    EXPECT_EQ(pTr("Port", "Порт"), PString("Port"));
+    PLocale::setDefaultLocaleId(PLocale::Russian);
+    EXPECT_EQ(pTr("Port", "Порт"), PString("Порт"));
+    PLocale::setDefaultLocaleId(PLocale::English);
+}
+
+// ---- debug messages ----
+
+struct Delivered {
+    std::vector<std::pair<int, std::string>> lines;
+    PDebugMessageHandler handler()
+    {
+        return [this](const DebugMessageContext& context, const std::string& text) {
+            lines.emplace_back(context.type, text);
+        };
+    }
+};
+
+// Counts how often it is written, so a test can prove that nothing was formatted.
+struct Expensive {
+    mutable int formatted = 0;
+};
+PDebug& operator<<(PDebug& debug, const Expensive& value)
+{
+    if (debug.isDebuging())
+        ++value.formatted;
+    return debug;
+}
+
+TEST(PDebugTest, ownHandlerGetsTextWhateverTheLevel)
+{
+    Delivered delivered;
+    {
+        PDebug message = pDebug(delivered.handler());
+        message << "PSerialInputProcessor::processInput: input data = " << 42;
+        message.write(" %s", "end");
+    }
+    ASSERT_EQ(delivered.lines.size(), 1u);
+    EXPECT_EQ(delivered.lines[0].first, 0);
+    EXPECT_EQ(delivered.lines[0].second, "PSerialInputProcessor::processInput: input data = 42 end");
+}
+
+TEST(PDebugTest, messageAboveTheLevelFormatsAndDeliversNothing)
+{
+    Delivered global;
+    pInstallDebugMessageHandler(global.handler());
+    Expensive probe;
+    {
+        PDebug message(5);
+        EXPECT_FALSE(message.isDebuging());
+        message << probe << "text";
+        message.write("%d", 1);
+    }
+    EXPECT_EQ(probe.formatted, 0);
+    EXPECT_TRUE(global.lines.empty());
+
+    PDebug::setDebugLevel(5);
+    { PDebug(5) << "within"; }
+    { PDebug message(5); }  // no text: nothing delivered
+    ASSERT_EQ(global.lines.size(), 1u);
+    EXPECT_EQ(global.lines[0].second, "within");
+    gDebugGlobal.reset();
+    EXPECT_EQ(PDebug::debugLevel(), -1);
+}
+
+TEST(PDebugTest, defaultHandlerWritesLinesToTheGlobalLogger)
+{
+    std::ostringstream sink;
+    pInstallDebugLogger(new PLogger(&sink));
+    PDebugMessageHandler handler = pDebugMessageHandler();
+    handler(DebugMessageContext{1, 0}, "warn");
+    handler(DebugMessageContext{2, 0}, "fatal");
+    handler(DebugMessageContext{0, 3}, "dbg");
+    handler(DebugMessageContext{9, 0}, "ignored");
+    const std::string text = sink.str();
+    EXPECT_NE(text.find("[W]warn\n"), std::string::npos);
+    EXPECT_NE(text.find("[F]fatal\n"), std::string::npos);
+    EXPECT_NE(text.find("[D(3)]{"), std::string::npos);
+    EXPECT_NE(text.find("}dbg\n"), std::string::npos);
+    EXPECT_EQ(text.find("ignored"), std::string::npos);
+    gDebugGlobal.reset();
+}
+
+// ---- logger ----
+
+TEST(PLoggerTest, closedLoggerDropsEverything)
+{
+    PLogger logger("", std::ios::app);
+    EXPECT_FALSE(logger.isOpened());
+    logger << std::string("x") << 1;
+    EXPECT_EQ(logger.addNote("%d", 1), -1);
+    PLogger none;
+    EXPECT_FALSE(none.isOpened());
+    none << "y";
+}
+
+TEST(PLoggerTest, writesFromManyThreadsArriveWhole)
+{
+    const std::string path = ::testing::TempDir() + "plogger_threads.txt";
+    std::remove(path.c_str());
+    {
+        PLogger logger(path, std::ios::app);
+        ASSERT_TRUE(logger.isOpened());
+        logger.open("/nonexistent/elsewhere", 0);  // already open: ignored
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([&logger, t] {
+                for (int i = 0; i < 200; ++i)
+                    logger.addNote("thread %d line %03d ------------------------------\n", t, i);
+            });
+        }
+        for (auto& thread : threads)
+            thread.join();
+        logger.close();
+        EXPECT_FALSE(logger.isOpened());
+    }
+    std::ifstream in(path);
+    std::string line;
+    int lines = 0;
+    while (std::getline(in, line)) {
+        ++lines;
+        EXPECT_EQ(line, strake::format("thread %c line %s ------------------------------", line[7], line.substr(14, 3).c_str()));
+    }
+    EXPECT_EQ(lines, 800);
+}
+
+TEST(PLoggerTest, logFileNamesAndTimeStamps)
+{
+    EXPECT_EQ(pGetDefaultLogFilePath(), "/storage/emulated/0/Download/");
+    const std::string stamp = getCurrentTimeString("%Y%m%d%H%M%S");
+    EXPECT_EQ(stamp.size(), 14u);
+    EXPECT_EQ(getCurrentTimeString(""), "");
+    const std::string name = pGetLogFileName("kelmor", ".txt");
+    EXPECT_EQ(name.rfind("kelmor_x64_t", 0), 0u);
+    EXPECT_EQ(name.substr(name.size() - 4), ".txt");
+    EXPECT_EQ(name.substr(name.size() - 18, 14).find_first_not_of("0123456789"), std::string::npos);
+    trace(nullptr, "never written");
+    trace("Strake", "trace reaches the Android log");
+    tracef("Strake", "%s %d", "tracef", 1);
+}
+
+}

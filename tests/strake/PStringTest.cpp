@@ -1,0 +1,286 @@
+// Tests of PString, PByteArray and the strake text helpers.
+#include "PByteArray.h"
+#include "PString.h"
+#include "StrakeText.h"
+
+#include <gtest/gtest.h>
+
+#include <unordered_set>
+
+namespace {
+
+// ---- sharing ----
+
+TEST(PStringTest, copyThenChangeLeavesSourceAlone)
+{
+    PString source("scan");
+    PString copy(source);
+    copy += PString("ner");
+    EXPECT_EQ(source, PString("scan"));
+    EXPECT_EQ(copy, PString("scanner"));
+
+    PString viaIndex(source);
+    viaIndex[0] = u'S';
+    EXPECT_EQ(source, PString("scan"));
+    EXPECT_EQ(viaIndex, PString("Scan"));
+
+    PString viaIterator(source);
+    *viaIterator.begin() = u'x';
+    EXPECT_EQ(source, PString("scan"));
+    EXPECT_EQ(viaIterator, PString("xcan"));
+}
+
+TEST(PStringTest, movedFromHandlesAreEmptyAndUsable)
+{
+    PString source("abc");
+    PString target(std::move(source));
+    EXPECT_TRUE(source.isEmpty());
+    source += PString("d");
+    EXPECT_EQ(source, PString("d"));
+    EXPECT_EQ(target, PString("abc"));
+
+    PByteArray bytes("xyz");
+    PByteArray taken(std::move(bytes));
+    EXPECT_EQ(bytes.size(), 0u);
+    bytes.add(reinterpret_cast<const unsigned char*>("q"), 1);
+    EXPECT_EQ(bytes.toStdString(), "q");
+    EXPECT_EQ(taken.toStdString(), "xyz");
+}
+
+TEST(PStringTest, appendingToItselfDoublesTheText)
+{
+    PString s("ab");
+    s += s;
+    EXPECT_EQ(s, PString("abab"));
+    PByteArray b("ab");
+    b += b;
+    EXPECT_EQ(b.toStdString(), "abab");
+}
+
+// ---- construction and conversion ----
+
+TEST(PStringTest, buildsFromEveryEncodingAndLength)
+{
+    const PString expected(u"Сканер 1");
+    EXPECT_EQ(PString("Сканер 1"), expected);
+    EXPECT_EQ(PString(L"Сканер 1"), expected);
+    EXPECT_EQ(PString(std::string("Сканер 1")), expected);
+    EXPECT_EQ(PString("abcdef", 3), PString("abc"));
+    EXPECT_EQ(PString(u"abcdef", 2), PString("ab"));
+    EXPECT_EQ(PString(static_cast<const char*>(nullptr)), PString());
+    EXPECT_EQ(PString(3ul, 'x'), PString("xxx"));
+    EXPECT_EQ(expected.toStdString(), "Сканер 1");
+    EXPECT_EQ(expected.toStdWString(), L"Сканер 1");
+    EXPECT_EQ(expected.size(), 8u);
+    // A code point beyond the basic plane counts two units.
+    EXPECT_EQ(PString("\xF0\x9F\x98\x80").size(), 2u);
+}
+
+TEST(PStringTest, invalidInputIsDroppedAndTheRestKept)
+{
+    // A stray continuation byte, an overlong form, a truncated sequence, a byte never valid.
+    EXPECT_EQ(PString("ab\x80" "cd"), PString("abcd"));
+    EXPECT_EQ(PString("a\xC0\xAF" "b"), PString("ab"));
+    EXPECT_EQ(PString("x\xE2\x82"), PString("x"));
+    EXPECT_EQ(PString("1\xFF" "2"), PString("12"));
+    // Lone surrogates in UTF-16 and beyond-range values in UTF-32.
+    const char16_t lone[] = {u'a', 0xDC00, u'b', 0xD800, 0};
+    EXPECT_EQ(PString(lone), PString("ab"));
+    const wchar_t wide[] = {L'a', static_cast<wchar_t>(0x110000), static_cast<wchar_t>(0xD800), L'b', 0};
+    EXPECT_EQ(PString(wide), PString("ab"));
+    EXPECT_EQ(strake::_tavrelstr2str(std::u16string(1, char16_t(0xDFFF))), "");
+}
+
+TEST(PStringTest, comparesUnitsAsUnsignedValuesShorterFirst)
+{
+    EXPECT_LT(PString("abc"), PString("abd"));
+    EXPECT_LT(PString("ab"), PString("abc"));
+    EXPECT_GT(PString(u"я"), PString("z"));
+    EXPECT_NE(PString("a"), PString("A"));
+}
+
+// ---- search and edit ----
+
+TEST(PStringTest, findRfindContainsAndEnds)
+{
+    PString s("a-b-c");
+    EXPECT_EQ(s.find("-"), 1);
+    EXPECT_EQ(s.find("-", 2), 3);
+    EXPECT_EQ(s.find("x"), -1);
+    EXPECT_FALSE(s.contains("x"));
+    EXPECT_TRUE(s.contains("b-c"));
+    EXPECT_EQ(s.rfind("-", 0), 3);
+    EXPECT_EQ(s.rfind("q"), -1);
+    EXPECT_FALSE(PString("abc").endsWith("abc"));
+    EXPECT_TRUE(PString("abc").endsWith("bc"));
+    EXPECT_FALSE(PString("abc").endsWith(""));
+    EXPECT_FALSE(PString("").endsWith("a"));
+    EXPECT_EQ(s.substr(2), PString("b-c"));
+    EXPECT_EQ(s.substr(2, 1), PString("b"));
+    EXPECT_THROW(s.substr(6), std::out_of_range);
+    EXPECT_THROW(s.at(5), std::out_of_range);
+    EXPECT_THROW(s.at(-1), std::out_of_range);
+}
+
+TEST(PStringTest, replaceScansForwardAndAlwaysEnds)
+{
+    EXPECT_EQ(PString("a;b;c").replace(";", ", "), PString("a, b, c"));
+    EXPECT_EQ(PString("aaa").replace("aa", "a"), PString("aa"));
+    EXPECT_EQ(PString("abab").replace("ab", "ab"), PString("abab"));
+    EXPECT_EQ(PString("x").replace("", "y"), PString("x"));
+    // The replacement holds the searched text behind its start: each original occurrence
+    // is replaced once and the scan ends.
+    EXPECT_EQ(PString("ab-ab").replace("ab", "xab"), PString("xab-xab"));
+    EXPECT_EQ(PString("aa").replace("a", "ba"), PString("baba"));
+    // Holding it at the start is safe with the plain scan.
+    EXPECT_EQ(PString("ab").replace("ab", "abab"), PString("abab"));
+}
+
+TEST(PStringTest, removeTakesAtMostCountOccurrences)
+{
+    EXPECT_EQ(PString("a-b-c-d").remove("-", 0, 2), PString("abc-d"));
+    EXPECT_EQ(PString("a-b-c-d").remove("-", 2), PString("a-bcd"));
+    EXPECT_EQ(PString("a-b").remove("-", 0, 0), PString("a-b"));
+    EXPECT_EQ(PString("a-b").remove(""), PString("a-b"));
+}
+
+TEST(PStringTest, trimRemovesBlanksLineEndsAndNul)
+{
+    const char16_t raw[] = {0, u' ', u'\t', u'a', u' ', u'b', u'\r', u'\n', 0, 0};
+    PString s(std::u16string(raw, 9));
+    EXPECT_EQ(s.trimed(), PString("a b"));
+    EXPECT_EQ(s.trimedLeft().size(), 6u);
+    EXPECT_EQ(s.trimedRight().size(), 6u);
+    s.trim();
+    EXPECT_EQ(s, PString("a b"));
+    EXPECT_EQ(strake::trimed<char>(std::string("\0 x \n", 5)), "x");
+}
+
+TEST(PStringTest, caseChangesOnlyAsciiLetters)
+{
+    EXPECT_EQ(PString(u"aБz1").upperCased(), PString(u"AБZ1"));
+    EXPECT_EQ(PString(u"AбZ").lowerCased(), PString(u"aбz"));
+    EXPECT_EQ(PString("abc").capitalized(), PString("Abc"));
+}
+
+TEST(PStringTest, splitKeepsInnerEmptyPiecesButNoEmptyTail)
+{
+    auto pieces = [](const char* text) {
+        std::vector<std::string> out;
+        for (const auto& p : PString(text).split(u','))
+            out.push_back(p.toStdString());
+        return out;
+    };
+    EXPECT_EQ(pieces("a,b,"), (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(pieces(",,"), (std::vector<std::string>{"", ""}));
+    EXPECT_EQ(pieces(",a"), (std::vector<std::string>{"", "a"}));
+    EXPECT_EQ(pieces(""), std::vector<std::string>{});
+    EXPECT_EQ(pieces("a,,b"), (std::vector<std::string>{"a", "", "b"}));
+
+    using V = std::vector<std::string>;
+    EXPECT_EQ(strake::split<char>("k=v;;x", ";;", false), V{"k=v"});
+    EXPECT_EQ(strake::split<char>("k=v;;x", ";;", true), (V{"k=v", "x"}));
+    EXPECT_EQ(strake::split<char>("k=v;;", ";;", true), V{"k=v"});
+    EXPECT_EQ(strake::split<char>("abc", "", true), V{"abc"});
+    EXPECT_EQ(PString("a||b").split(PString("||"), true).size(), 2u);
+}
+
+TEST(PStringTest, equalTextsHashEqualAndWorkAsKeys)
+{
+    std::unordered_set<PString> set{PString("a"), PString(u"Б")};
+    EXPECT_EQ(set.count(PString(L"Б")), 1u);
+    EXPECT_EQ(PString("x").hash(), PString(u"x").hash());
+}
+
+// ---- bytes ----
+
+TEST(PByteArrayTest, keepsAZeroBehindTheLastByte)
+{
+    const unsigned char raw[] = {1, 2, 3};
+    PByteArray bytes(raw, 3);
+    EXPECT_EQ(bytes.data()[3], 0);
+    bytes.add(raw, 2);
+    ASSERT_EQ(bytes.size(), 5u);
+    EXPECT_EQ(bytes.constData()[5], 0);
+    EXPECT_EQ(PByteArray(0x41, 2).toStdString(), "AA");
+    EXPECT_EQ(PByteArray(4ul).toStdString(), std::string(4, '\0'));
+}
+
+TEST(PByteArrayTest, setZeroClearAndValidity)
+{
+    PByteArray bytes("abc");
+    PByteArray copy(bytes);
+    bytes.set(3, 'x');
+    EXPECT_EQ(bytes.toStdString(), "abc");
+    bytes.set(1, 'X');
+    EXPECT_EQ(bytes.toStdString(), "aXc");
+    EXPECT_EQ(copy.toStdString(), "abc");
+    bytes.zero();
+    EXPECT_EQ(bytes.toStdString(), std::string(3, '\0'));
+    EXPECT_TRUE(bytes.isValid());
+    bytes.clear();
+    EXPECT_FALSE(bytes.isValid());
+    EXPECT_FALSE(PByteArray().isValid());
+    EXPECT_EQ(PByteArray().data(), nullptr);
+    EXPECT_EQ(PByteArray().mitype(), 7);
+}
+
+TEST(PByteArrayTest, hexAndBase64Forms)
+{
+    const unsigned char raw[] = {0x00, 0x1D, 0xAB, 0xFF};
+    PByteArray bytes(raw, 4);
+    EXPECT_EQ(bytes.toHex().toStdString(), "001DABFF");
+    EXPECT_EQ(bytes.toBase64().toStdString(), "AB2r/w==");
+    EXPECT_EQ(PByteArray("a") == PByteArray("a"), true);
+    EXPECT_EQ(PByteArray("a") == PByteArray("b"), false);
+}
+
+// ---- hexadecimal and Base64 helpers ----
+
+TEST(StrakeTextTest, hexWritesSeparatorBehindEveryByte)
+{
+    EXPECT_EQ(strake::string2hex("AB", " ", "0x"), "0x41 0x42 ");
+    EXPECT_EQ(strake::string2hex("", " ", "0x"), "");
+    EXPECT_EQ(strake::string2hex(nullptr, 4), "");
+}
+
+TEST(StrakeTextTest, base64RoundTripsEveryLength)
+{
+    std::string raw;
+    for (int n = 0; n < 64; ++n) {
+        const std::string encoded = strake::base64_encode(raw);
+        EXPECT_EQ(encoded.size(), (raw.size() + 2) / 3 * 4);
+        EXPECT_EQ(strake::base64_decode(encoded), raw) << n;
+        raw += char(n * 37 + 200);
+    }
+    EXPECT_EQ(strake::raw2Base64("Man"), "TWFu");
+    EXPECT_EQ(strake::base642Raw("TWFu"), "Man");
+}
+
+TEST(StrakeTextTest, base64DecoderIsLenient)
+{
+    // Without padding, or with the URL-safe characters.
+    EXPECT_EQ(strake::base64_decode("QUI"), strake::base64_decode("QUI="));
+    EXPECT_EQ(strake::base64_decode("QUI"), "AB");
+    EXPECT_EQ(strake::base64_decode("-_-_"), strake::base64_decode("+/+/"));
+    EXPECT_EQ(strake::base64_decode("QQ=="), "A");
+    // A foreign character costs the set characters ahead of it; the length stays, and the
+    // missing bytes are zeros at the end.
+    EXPECT_EQ(strake::base64_decode("*TWFuTWF"), std::string("Man") + std::string(3, '\0'));
+    EXPECT_EQ(strake::base64_decode(std::string()), "");
+    EXPECT_EQ(strake::base64_decode(nullptr, 10), "");
+    EXPECT_EQ(strake::base64_decode("=").size(), 1u);
+}
+
+TEST(StrakeTextTest, formatMeasuresExactly)
+{
+    EXPECT_EQ(strake::format("%s-%04d", "id", 7), "id-0007");
+    EXPECT_EQ(strake::format("%s", std::string(5000, 'x').c_str()).size(), 5000u);
+    EXPECT_EQ(strake::format("%s", ""), "");
+    EXPECT_EQ((strake::t2s<char>(1.5)), "1.5");
+    EXPECT_EQ((strake::t2s<wchar_t>(42)), L"42");
+    EXPECT_EQ(strake::toupper(std::string("ab1")), "AB1");
+    EXPECT_EQ(strake::tolower(std::wstring(L"AB1")), L"ab1");
+}
+
+}

@@ -1,0 +1,188 @@
+// Tests of PTimer's state machine, PTime and PRandom.
+#include "PTimer.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <set>
+
+namespace {
+
+// Counts ticks and lets a test wait, with a generous bound, until a number is reached.
+struct TickCounter {
+    std::mutex mutex;
+    std::condition_variable changed;
+    int ticks = 0;
+
+    std::function<void()> callback()
+    {
+        return [this] {
+            std::lock_guard<std::mutex> lock(mutex);
+            ++ticks;
+            changed.notify_all();
+        };
+    }
+    bool waitFor(int wanted)
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        return changed.wait_for(lock, std::chrono::seconds(20), [&] { return ticks >= wanted; });
+    }
+    int value()
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        return ticks;
+    }
+};
+
+TEST(PTimerTest, refusesWithoutCallbackOrWithNothingToCount)
+{
+    PTimer noCallback;
+    EXPECT_FALSE(noCallback.start(10, 0, 1));
+
+    TickCounter counter;
+    PTimer endless(counter.callback());
+    EXPECT_FALSE(endless.start(0, 0, -1));  // interval 0 and no end
+    PTimer zeroCount(counter.callback(), 10);
+    zeroCount.setCount(0);
+    EXPECT_FALSE(zeroCount.start());
+    EXPECT_FALSE(zeroCount.isRunning());
+}
+
+TEST(PTimerTest, zeroIntervalRunsCountTimesAndEndsByItself)
+{
+    TickCounter counter;
+    PTimer timer(counter.callback());
+    timer.start(0, 0, 3);
+    ASSERT_TRUE(counter.waitFor(3));
+    while (timer.isRunning())
+        PCurrentThread::sleep(1);
+    EXPECT_EQ(counter.value(), 3);
+    // The thread ended by itself and is still to be joined: start does it.
+    EXPECT_TRUE(timer.start(0, 0, 2) || counter.waitFor(5));
+    ASSERT_TRUE(counter.waitFor(5));
+}
+
+TEST(PTimerTest, keepsTickingWithStoredIntervalUntilStopped)
+{
+    TickCounter counter;
+    PTimer timer(counter.callback(), 5);
+    EXPECT_TRUE(timer.start(-1, 0, -1));
+    EXPECT_TRUE(timer.isRunning());
+    EXPECT_EQ(timer.interval(), 5);
+    EXPECT_EQ(timer.count(), -1);
+    ASSERT_TRUE(counter.waitFor(4));
+    timer.setInterval(1000);
+    timer.setCount(1);
+    EXPECT_EQ(timer.interval(), 5);
+    EXPECT_EQ(timer.count(), -1);
+    EXPECT_FALSE(timer.start(1, 0, 1));  // already running
+    timer.stop();
+    EXPECT_FALSE(timer.isRunning());
+    const int stopped = counter.value();
+    PCurrentThread::sleep(30);
+    EXPECT_EQ(counter.value(), stopped);
+}
+
+TEST(PTimerTest, immediateFirstRunCountsAsOne)
+{
+    TickCounter counter;
+    PTimer timer(counter.callback());
+    // A long interval: only the run at once can have happened when the thread ends.
+    timer.start(60000, 1, 1);
+    ASSERT_TRUE(counter.waitFor(1));
+    while (timer.isRunning())
+        PCurrentThread::sleep(1);
+    EXPECT_EQ(counter.value(), 1);
+}
+
+TEST(PTimerTest, restartWithFlagOneRunsAtOnceAndZeroOnlyMovesTheTick)
+{
+    TickCounter counter;
+    PTimer timer(counter.callback(), 60000);
+    ASSERT_TRUE(timer.start());
+    EXPECT_TRUE(timer.restart(0));
+    EXPECT_TRUE(timer.restart(1));
+    ASSERT_TRUE(counter.waitFor(1));
+    EXPECT_TRUE(timer.isRunning());
+    EXPECT_EQ(counter.value(), 1);
+    // Stopping wakes the long wait at once: the test would hang otherwise.
+    timer.stop();
+    EXPECT_FALSE(timer.isRunning());
+    // Not running: restart starts with the stored values.
+    EXPECT_TRUE(timer.restart(1));
+    ASSERT_TRUE(counter.waitFor(2));
+}
+
+TEST(PTimerTest, movedTimerKeepsRunningAndSourceIsInert)
+{
+    TickCounter counter;
+    PTimer source(counter.callback(), 2);
+    ASSERT_TRUE(source.start());
+    PTimer target(std::move(source));
+    EXPECT_FALSE(source.isRunning());
+    source.stop();
+    EXPECT_TRUE(target.isRunning());
+    const int before = counter.value();
+    ASSERT_TRUE(counter.waitFor(before + 2));
+}
+
+TEST(PTimerTest, destroyingARunningTimerJoinsIt)
+{
+    TickCounter counter;
+    {
+        PTimer timer(counter.callback(), 1);
+        ASSERT_TRUE(timer.start());
+        ASSERT_TRUE(counter.waitFor(2));
+    }
+    const int after = counter.value();
+    PCurrentThread::sleep(10);
+    EXPECT_EQ(counter.value(), after);
+}
+
+TEST(PTimerTest, shotTicksOnItsOwnThread)
+{
+    auto counter = std::make_shared<TickCounter>();
+    EXPECT_FALSE(PTimer::shot(nullptr, 1, 1));
+    EXPECT_FALSE(PTimer::shot(counter->callback(), 0, -1));
+    EXPECT_TRUE(PTimer::shot([counter] { counter->callback()(); }, 1, 2));
+    ASSERT_TRUE(counter->waitFor(2));
+}
+
+TEST(PTimeTest, elapsedIsZeroUnlessRunning)
+{
+    PTime time;
+    EXPECT_FALSE(time.isRunning());
+    EXPECT_EQ(time.elapsed(), 0);
+    EXPECT_TRUE(time.start());
+    PCurrentThread::sleep(2);
+    EXPECT_GE(time.elapsed(), 1);
+    time.stop();
+    EXPECT_EQ(time.elapsed(), 0);
+}
+
+TEST(PRandomTest, coversTheRangeAndStaysInside)
+{
+    std::set<unsigned int> seen;
+    bool high = false;
+    bool low = false;
+    for (int i = 0; i < 2000; ++i) {
+        unsigned int v = PRandom::randomI(0, 4294967295u);
+        high = high || v >= 0x80000000u;
+        low = low || v < 0x80000000u;
+        seen.insert(v);
+        unsigned int small = PRandom::randomI(10, 12);
+        EXPECT_GE(small, 10u);
+        EXPECT_LE(small, 12u);
+        double r = PRandom::randomR(-1.0, 1.0);
+        EXPECT_GE(r, -1.0);
+        EXPECT_LT(r, 1.0);
+    }
+    EXPECT_TRUE(high && low);
+    EXPECT_GT(seen.size(), 1990u);
+    EXPECT_EQ(PRandom::randomI(7, 7), 7u);
+}
+
+}

@@ -1,0 +1,190 @@
+// Tests of PVariant, PPropertyBag and PString's positional formatting.
+#include "PPropertyBag.h"
+#include "PVariant.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+TEST(PVariantTest, typeCodesFollowTheBuildingType)
+{
+    EXPECT_EQ(PVariant().type(), 0);
+    EXPECT_EQ(PVariant(true).type(), 0x101);
+    EXPECT_EQ(PVariant('a').type(), 0x102);
+    EXPECT_EQ(PVariant(short(1)).type(), 0x104);
+    EXPECT_EQ(PVariant(1).type(), 0x106);
+    EXPECT_EQ(PVariant(1L).type(), 0x108);
+    EXPECT_EQ(PVariant(1LL).type(), 0x10A);
+    EXPECT_EQ(PVariant(static_cast<unsigned char>(1)).type(), 0x10C);
+    EXPECT_EQ(PVariant(static_cast<unsigned short>(1)).type(), 0x10D);
+    EXPECT_EQ(PVariant(1u).type(), 0x10E);
+    EXPECT_EQ(PVariant(1ul).type(), 0x10F);
+    EXPECT_EQ(PVariant(1.0f).type(), 0x201);
+    EXPECT_EQ(PVariant(1.0).type(), 0x202);
+    EXPECT_EQ(PVariant("a").type(), 0x401);
+    EXPECT_EQ(PVariant(L"a").type(), 0x402);
+    EXPECT_EQ(PVariant(PString("a")).type(), 0x403);
+    EXPECT_EQ(PVariant(PByteArray("a")).type(), 0x801);
+}
+
+TEST(PVariantTest, textConvertsByAtoiWithOkTrue)
+{
+    bool ok = false;
+    EXPECT_EQ(PVariant("abc").toInt(&ok), 0);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(PVariant("42x").toInt(), 42);
+    EXPECT_EQ(PVariant(" -7").toLong(), -7);
+    EXPECT_DOUBLE_EQ(PVariant("2.5").toDouble(), 2.5);
+    EXPECT_EQ(PVariant("9").toChar(&ok), 0);
+    EXPECT_FALSE(ok);
+}
+
+TEST(PVariantTest, boolFromTextNumbersAndFloats)
+{
+    EXPECT_TRUE(PVariant("TRUE").toBool());
+    EXPECT_TRUE(PVariant("2").toBool());
+    EXPECT_FALSE(PVariant("0").toBool());
+    EXPECT_FALSE(PVariant("no").toBool());
+    EXPECT_FALSE(PVariant("False").toBool());
+    EXPECT_FALSE(PVariant(-1.5).toBool());
+    EXPECT_TRUE(PVariant(0.5).toBool());
+    EXPECT_TRUE(PVariant(-3).toBool());
+}
+
+TEST(PVariantTest, invalidAndBytesConvertToNothing)
+{
+    bool ok = true;
+    PVariant invalid;
+    EXPECT_EQ(invalid.toInt(&ok), 0);
+    EXPECT_FALSE(ok);
+    EXPECT_FALSE(invalid.toBool());
+    EXPECT_TRUE(invalid.toPString().isEmpty());
+    EXPECT_TRUE(invalid.toByteArray().isEmpty());
+    ok = true;
+    EXPECT_EQ(PVariant(PByteArray("12")).toInt(&ok), 0);
+    EXPECT_FALSE(ok);
+}
+
+TEST(PVariantTest, wholeNumbersCutAndFloatsTruncateSafely)
+{
+    EXPECT_EQ(PVariant(0x12345678LL).toShort(), 0x5678);
+    EXPECT_EQ(PVariant(0x1FFLL).toUChar(), 0xFF);
+    EXPECT_EQ(PVariant(-1).toUInt(), 0xFFFFFFFFu);
+    EXPECT_EQ(PVariant(3.9).toInt(), 3);
+    EXPECT_EQ(PVariant(-3.9f).toLong(), -3);
+    // Out-of-range floats must not be undefined behaviour.
+    EXPECT_EQ(PVariant(1e300).toLongLong(), std::numeric_limits<long long>::max());
+    EXPECT_EQ(PVariant(std::nan("")).toLongLong(), 0);
+    EXPECT_FLOAT_EQ(PVariant(7).toFloat(), 7.0f);
+    EXPECT_EQ(PVariant(18446744073709551615ul).toStdString(), "18446744073709551615");
+}
+
+TEST(PVariantTest, textForms)
+{
+    EXPECT_EQ(PVariant(true).toStdString(), "true");
+    EXPECT_EQ(PVariant('x').toStdString(), "x");
+    EXPECT_EQ(PVariant(-12).toStdString(), "-12");
+    EXPECT_EQ(PVariant(1.5).toStdString(), "1.5");
+    EXPECT_EQ(PVariant(L"Ключ").toStdString(), "Ключ");
+    EXPECT_EQ(PVariant(PByteArray("raw")).toStdString(), "raw");
+    EXPECT_EQ(PVariant(PByteArray("Ж")).toStdWString(), L"Ж");
+    const char16_t units[] = {u'O', u'K'};
+    PVariant utf16Bytes(reinterpret_cast<const unsigned char*>(units), 4);
+    EXPECT_EQ(utf16Bytes.toPString(), PString("OK"));
+}
+
+TEST(PVariantTest, byteFormsHaveTheWidthOfTheType)
+{
+    EXPECT_EQ(PVariant(true).toByteArray().size(), 1u);
+    EXPECT_EQ(PVariant(short(1)).toByteArray().size(), 2u);
+    EXPECT_EQ(PVariant(1).toByteArray().size(), 4u);
+    EXPECT_EQ(PVariant(1L).toByteArray().size(), 4u);
+    EXPECT_EQ(PVariant(1.0f).toByteArray().size(), 4u);
+    EXPECT_EQ(PVariant(1LL).toByteArray().size(), 8u);
+    EXPECT_EQ(PVariant(1ul).toByteArray().size(), 8u);
+    EXPECT_EQ(PVariant(1.0).toByteArray().size(), 8u);
+    EXPECT_EQ(PVariant(0x0102).toByteArray()[0], 0x02);
+    EXPECT_EQ(PVariant("Ж").toByteArray().toStdString(), "Ж");
+    EXPECT_EQ(PVariant(PString("Ж")).toByteArray().size(), 4u);
+}
+
+TEST(PVariantTest, equalityComparesTextAcrossTypes)
+{
+    EXPECT_EQ(PVariant(5), PVariant("5"));
+    EXPECT_EQ(PVariant(1), PVariant(1.0));
+    EXPECT_NE(PVariant(1), PVariant(2));
+    EXPECT_EQ(PVariant("a"), PVariant(PString("a")));
+    EXPECT_EQ(PVariant(PByteArray("ab")), PVariant(PByteArray("ab")));
+    EXPECT_NE(PVariant(PByteArray("ab")), PVariant(PByteArray("ac")));
+    EXPECT_EQ(PVariant(), PVariant());
+    EXPECT_EQ(PVariant(1.5f), PVariant(1.5f));
+}
+
+TEST(PStringFormatTest, substitutesPositionsAndPercent)
+{
+    PString pattern("%1 of %2, 100%% sure, %3 stays");
+    EXPECT_EQ(pattern.format({PVariant(1), PVariant("two")}), PString("1 of two, 100% sure, %3 stays"));
+    EXPECT_EQ(pattern.format({}), pattern);
+    EXPECT_EQ(PString("[%1]").arg(PVariant(L"x")), PString("[x]"));
+    EXPECT_EQ(PString("%1%1").arg(PVariant("")), PString(""));
+    EXPECT_EQ(PString("%a%").arg(PVariant(1)), PString("%a%"));
+    // A value ending in "%" meets the unit behind the placeholder; the scan still ends.
+    EXPECT_EQ(PString("%11").arg(PVariant("%")), PString("%"));
+}
+
+TEST(PPropertyBagTest, addKeepsTheFirstValueAndSetNeedsTheKey)
+{
+    PPropertyBag bag;
+    EXPECT_TRUE(bag.addValue("Port", PVariant(1)));
+    EXPECT_FALSE(bag.addValue("Port", PVariant(2)));
+    EXPECT_EQ(bag.value("Port").toInt(), 1);
+    bag.setValue("Speed", PVariant(9600));
+    EXPECT_FALSE(bag.hasKey("Speed"));
+    bag.setValue("Port", PVariant(3));
+    EXPECT_EQ(bag.value("Port").toInt(), 3);
+    EXPECT_FALSE(bag.value("port").isValid());
+    EXPECT_EQ(bag.value("missing", PVariant(7)).toInt(), 7);
+
+    PPropertyBag empty;
+    empty.setValue("x", PVariant(1));
+    EXPECT_TRUE(empty.empty());
+}
+
+TEST(PPropertyBagTest, copyThenChangeLeavesSourceAlone)
+{
+    PPropertyBag source;
+    source.addValue("a", PVariant(1));
+    PPropertyBag copy(source);
+    copy.setValue("a", PVariant(2));
+    copy.addValue("b", PVariant(3));
+    EXPECT_EQ(source.value("a").toInt(), 1);
+    EXPECT_EQ(source.size(), 1u);
+    EXPECT_EQ(copy.size(), 2u);
+    copy.clear();
+    EXPECT_EQ(source.size(), 1u);
+}
+
+TEST(PPropertyBagTest, mergeAndEqualityByKeys)
+{
+    PPropertyBag a;
+    a.addValue("x", PVariant(1));
+    a.addValue("y", PVariant("2"));
+    PPropertyBag b;
+    b.addValue("x", PVariant("1"));
+    b.addValue("y", PVariant(3));
+    EXPECT_TRUE(a.isEqual(b, {"x", "absent"}));
+    EXPECT_FALSE(a.isEqual(b, {"x", "y"}));
+    b.merge(a);
+    EXPECT_TRUE(a.isEqual(b, {"x", "y"}));
+    EXPECT_TRUE(a.isEqual(a, {}));
+    PPropertyBag c(a);
+    c.addValue("z", PVariant(0));
+    EXPECT_FALSE(a.isEqual(c, {}));
+    a.merge(a);
+    EXPECT_EQ(a.size(), 2u);
+}
+
+}
