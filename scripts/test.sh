@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Builds and runs every test: the plain build (with the JVM suite), the ASan+UBSan build,
+# and the aarch64 build under qemu. Stops at the first flavour that fails.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/setup.sh
+jobs=${KELMOR_JOBS:-$(nproc)}
+
+run_flavour() {
+    local flavour=$1 dir=$2
+    echo "=== $flavour: build"
+    bash scripts/build.sh "$flavour" >"$dir.build.log" 2>&1 || { tail -n 60 "$dir.build.log"; exit 1; }
+    echo "=== $flavour: test"
+    ctest --test-dir "$dir" -j "$jobs" --output-on-failure --timeout 600
+}
+
+run_flavour plain build
+ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+    run_flavour asan build-asan
+if [ "${KELMOR_NO_CROSS:-}" != 1 ]; then
+    run_flavour arm64 build-arm64
+fi
