@@ -1,0 +1,327 @@
+// Tests of the keyboard processors: bursts built from the text packets of the Java side, fed
+// tick by tick as the keyboard service does, with a recording callback.
+#include "PKeyboardInputProcessor.h"
+
+#include "StrakeText.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using strake::raw2Base64;
+
+namespace {
+
+// Android key codes of the keys used below.
+const int kAltLeft = 57, kCtrlLeft = 113, kShiftLeft = 59, kEnter = 66, kF1 = 131, kF8 = 138;
+const int kNumpad0 = 144, kRightBracket = 72;
+
+std::string record(int androidCode, bool pressed, const std::string& characters = "")
+{
+    std::string text = std::to_string(androidCode) + (pressed ? ":1" : ":0");
+    if (!characters.empty())
+        text += ":" + raw2Base64(characters);
+    return text + ";";
+}
+
+std::string tap(int androidCode, const std::string& characters = "")
+{
+    return record(androidCode, true, characters) + record(androidCode, false, characters);
+}
+
+// Digits and capital letters as the Java side reports them: the key and its character.
+std::string typed(const std::string& text)
+{
+    std::string packet;
+    for (char c : text) {
+        if (c >= '0' && c <= '9')
+            packet += tap(7 + (c - '0'), std::string(1, c));
+        else if (c >= 'A' && c <= 'Z')
+            packet += tap(29 + (c - 'A'), std::string(1, c));
+        else
+            ADD_FAILURE() << "no key for " << c;
+    }
+    return packet;
+}
+
+std::string enter()
+{
+    return tap(kEnter, "\n");
+}
+
+// One tick of the keyboard service: the packed messages and the keys it always sets.
+PIODeviceEvent tick(const std::string& packet)
+{
+    PIODeviceEvent event;
+    event.setValue("keyboard_input",
+                   PVariant(strake::packKeyMessages(strake::rawInputToStandart(PString(packet)))));
+    event.setValue("input", PVariant(""));
+    event.setValue("stolen", PVariant("true"));
+    event.setValue("dev_id", PVariant("keyboard"));
+    event.setValue("dev_type", PVariant("keyboard"));
+    event.setValue("dev_state", PVariant("0"));
+    return event;
+}
+
+struct Delivered {
+    std::string input;
+    std::string unprocessed;
+    PEvent* copy;
+};
+
+class KeyboardProcessorTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        for (PInputProcessor* processor : {static_cast<PInputProcessor*>(&keyboard),
+                                           static_cast<PInputProcessor*>(&preview)}) {
+            processor->setParameter("EventName", PVariant("Barcode"));
+            processor->setParameter("DevId", PVariant("Kelmor#1"));
+            processor->setParameter("EquipmentType", PVariant("Scanner"));
+            processor->setCallback([this](PEvent* event) {
+                delivered.push_back({event->value("input").toByteArray().toStdString(),
+                                     event->value("unprocessed_input").toByteArray().toStdString(),
+                                     event->copy()});
+            });
+        }
+    }
+    void TearDown() override
+    {
+        for (Delivered& item : delivered)
+            delete item.copy;
+    }
+
+    // Feeds the packet split into `ticks` ticks of whole records, then one empty tick, and
+    // gives the acceptStatus of each tick.
+    std::vector<int> feed(PInputProcessor& processor, const std::string& packet, size_t ticks)
+    {
+        const std::vector<std::string> records = strake::split(packet, ';');
+        std::vector<int> statuses;
+        for (size_t t = 0; t < ticks; ++t) {
+            std::string part;
+            for (size_t i = t * records.size() / ticks; i < (t + 1) * records.size() / ticks; ++i)
+                part += records[i] + ";";
+            PIODeviceEvent event = tick(part);
+            processor.processInput(&event);
+            statuses.push_back(event.value("acceptStatus").toInt());
+        }
+        PIODeviceEvent end = tick("");
+        processor.processInput(&end);
+        statuses.push_back(end.value("acceptStatus").toInt());
+        return statuses;
+    }
+
+    std::vector<std::string> inputs() const
+    {
+        std::vector<std::string> result;
+        for (const Delivered& item : delivered)
+            result.push_back(item.input);
+        return result;
+    }
+
+    PKeyboardInputProcessor keyboard;
+    PTestKeyboardInputProcessor preview;
+    std::vector<Delivered> delivered;
+};
+
+}  // namespace
+
+TEST_F(KeyboardProcessorTest, everyGsConventionKeepsTheGsByteInsideTheMessage)
+{
+    const struct {
+        const char* name;
+        std::string gs;
+    } ways[] = {
+        {"GS key", tap(kF8)},
+        {"Alt and digit row", record(kAltLeft, true) + typed("029") + record(kAltLeft, false)},
+        {"Alt and numeric pad", record(kAltLeft, true) + tap(kNumpad0) + tap(kNumpad0 + 2) +
+                                    tap(kNumpad0 + 9) + record(kAltLeft, false)},
+        {"Ctrl and ]", record(kCtrlLeft, true) + tap(kRightBracket, "]") +
+                           record(kCtrlLeft, false)},
+    };
+    for (const auto& way : ways) {
+        SCOPED_TRACE(way.name);
+        delivered.clear();
+        const std::string packet = typed("0104") + way.gs + typed("21ABC") + enter();
+        const std::vector<int> statuses = feed(keyboard, packet, 3);
+        EXPECT_EQ(statuses, (std::vector<int>{1, 1, 1, 3}));
+        ASSERT_EQ(delivered.size(), 1u);
+        EXPECT_EQ(delivered[0].input, "0104\x1d" "21ABC");
+        EXPECT_EQ(delivered[0].unprocessed, "0104\x1d" "21ABC\r");
+        PEvent& event = *delivered[0].copy;
+        EXPECT_EQ(event.type(), PIODeviceEvent::EventType);
+        EXPECT_EQ(event.value("EventName").toStdString(), "Barcode");
+        EXPECT_EQ(event.value("DevId").toStdString(), "Kelmor#1");
+        EXPECT_EQ(event.value("EquipmentType").toStdString(), "Scanner");
+        EXPECT_EQ(event.value("dev_id").toStdString(), "keyboard");
+        EXPECT_EQ(event.value("dev_state").toStdString(), "0");
+        // Not set on the processor: carried as an invalid value, not invented.
+        EXPECT_FALSE(event.value("OutputDataType").isValid());
+        EXPECT_FALSE(event.value("dev_alias").isValid());
+    }
+}
+
+TEST_F(KeyboardProcessorTest, burstIsCutByPrefixAndSuffix)
+{
+    keyboard.setParameter("Prefix", PVariant("X"));
+    keyboard.setParameter("Suffix", PVariant("\r"));
+    // Two prefixed codes, one without the prefix, and a tail with no suffix.
+    const std::string packet = typed("XAB") + enter() + typed("CD") + enter() + typed("XEF") +
+                               enter() + typed("XGH");
+    EXPECT_EQ(feed(keyboard, packet, 2), (std::vector<int>{1, 1, 3}));
+    EXPECT_EQ(inputs(), (std::vector<std::string>{"AB", "EF"}));
+    EXPECT_EQ(delivered[0].unprocessed, "XAB\rCD\rXEF\rXGH");
+    EXPECT_EQ(delivered[1].unprocessed, delivered[0].unprocessed);
+
+    // Nothing of the dropped tail survives into the next burst.
+    delivered.clear();
+    feed(keyboard, typed("XIJ") + enter(), 1);
+    EXPECT_EQ(inputs(), (std::vector<std::string>{"IJ"}));
+}
+
+TEST_F(KeyboardProcessorTest, pauseInsideAScanSplitsIt)
+{
+    // The first half lacks the suffix and is lost; the burst ends with status unset.
+    EXPECT_EQ(feed(keyboard, typed("123"), 1), (std::vector<int>{1, 0}));
+    EXPECT_TRUE(delivered.empty());
+    EXPECT_EQ(feed(keyboard, typed("45") + enter(), 1), (std::vector<int>{1, 3}));
+    EXPECT_EQ(inputs(), (std::vector<std::string>{"45"}));
+}
+
+TEST_F(KeyboardProcessorTest, burstsWithoutTextOrMessagesEndQuietly)
+{
+    // Key-up strokes only translate to nothing.
+    std::string releases;
+    for (char c : std::string("ABC"))
+        releases += record(29 + (c - 'A'), false, std::string(1, c));
+    EXPECT_EQ(feed(keyboard, releases, 2), (std::vector<int>{1, 1, 0}));
+    // An idle tick and events of another type do nothing.
+    PIODeviceEvent idle = tick("");
+    keyboard.processInput(&idle);
+    EXPECT_FALSE(idle.value("acceptStatus").isValid());
+    PEvent other(16);
+    other.setValue("keyboard_input", tick(typed("A")).value("keyboard_input"));
+    keyboard.processInput(&other);
+    keyboard.processInput(nullptr);
+    EXPECT_FALSE(other.value("acceptStatus").isValid());
+    EXPECT_TRUE(delivered.empty());
+}
+
+TEST_F(KeyboardProcessorTest, partialRecordBytesAreIgnored)
+{
+    PByteArray bytes = strake::packKeyMessages(strake::rawInputToStandart(PString(typed("A"))));
+    ASSERT_EQ(bytes.size(), 80u);
+    PByteArray odd(bytes.constData(), 41);  // the press and one byte of the release
+    PIODeviceEvent event = tick("");
+    event.setValue("keyboard_input", PVariant(odd));
+    keyboard.processInput(&event);
+    EXPECT_EQ(event.value("acceptStatus").toInt(), 1);
+    keyboard.setParameter("Suffix", PVariant(""));
+    PIODeviceEvent end = tick("");
+    keyboard.processInput(&end);
+    EXPECT_EQ(inputs(), (std::vector<std::string>{"A"}));
+}
+
+TEST_F(KeyboardProcessorTest, outputTypeAndEmptySuffix)
+{
+    keyboard.setParameter("OutputDataType", PVariant(1));
+    feed(keyboard, typed("AB") + enter(), 1);
+    EXPECT_EQ(inputs(), (std::vector<std::string>{"QUI="}));
+    EXPECT_EQ(delivered[0].copy->value("OutputDataType").toInt(), 1);
+
+    // Without a suffix the whole burst is one message, prefix kept and not coded.
+    delivered.clear();
+    keyboard.setParameter("Suffix", PVariant(""));
+    keyboard.setParameter("Prefix", PVariant("A"));
+    feed(keyboard, typed("AB") + enter(), 2);
+    EXPECT_EQ(inputs(), (std::vector<std::string>{"AB\r"}));
+}
+
+TEST_F(KeyboardProcessorTest, gsKeyComesFromTheParameter)
+{
+    keyboard.setParameter("GSKeyCode", PVariant(241));
+    feed(keyboard, typed("A") + tap(kF1) + typed("B") + enter(), 1);
+    EXPECT_EQ(inputs(), (std::vector<std::string>{"A\x1d" "B"}));
+}
+
+TEST_F(KeyboardProcessorTest, endlessBurstKeepsOnlyItsNewestStrokes)
+{
+    // A key held down never lets a tick go empty. The burst stays bounded and keeps the end
+    // of the input, where a code's suffix would be.
+    const size_t cap = PKeyboardInputProcessor::maxBurstMessages();
+    const PByteArray press = strake::packKeyMessages(
+        strake::rawInputToStandart(PString(record(29, true, "A"))));
+    std::vector<PKeyMSG> chunk(1000, strake::unpackKeyMessages(press)[0]);
+    PIODeviceEvent event = tick("");
+    event.setValue("keyboard_input", PVariant(strake::packKeyMessages(chunk)));
+    for (size_t fed = 0; fed <= cap; fed += chunk.size())
+        keyboard.processInput(&event);
+    feed(keyboard, record(30, true, "B") + record(kEnter, true, "\n"), 1);
+    ASSERT_EQ(delivered.size(), 1u);
+    EXPECT_EQ(delivered[0].input, std::string(cap - 2, 'A') + "B");
+}
+
+TEST_F(KeyboardProcessorTest, debugLinesTellTheBurstsFate)
+{
+    std::vector<std::string> lines;
+    keyboard.setDebugMessageHandler(
+        [&lines](const DebugMessageContext&, const std::string& text) { lines.push_back(text); });
+    keyboard.setParameter("Suffix", PVariant("\r"));
+    feed(keyboard, record(29, true, "A") + record(kEnter, true, "\n"), 1);
+    const std::vector<std::string> ours(lines.begin(), lines.end() - 1);  // the base's own last
+    EXPECT_EQ(ours, (std::vector<std::string>{
+                        "PKeyboardInputProcessor::processInput:msgs count = 2 => store data\n"
+                        "(keycode = A;scancode = " + std::string(1, '\0') +
+                            ";ch = 65;flags = 1;timestamp = 0;):"
+                            "(keycode = \r;scancode = " + std::string(1, '\0') +
+                            ";ch = 10;flags = 1;timestamp = 0;):",
+                        "PKeyboardInputProcessor::processInput:  Input finished => processing "
+                        "data.  Stored messages size = 2",
+                        "PKeyboardInputProcessor::processInput: result preview = A\r",
+                        "PKeyboardInputProcessor::processInput:\nprefix = \nsuffix = 0x0D \n"
+                        "output data type = 0\n",
+                        "PKeyboardInputProcessor::processInput: detected parts count = 1",
+                    }));
+}
+
+TEST_F(KeyboardProcessorTest, previewShowsTextWithNamedControls)
+{
+    const std::string scan = tap(kShiftLeft) + typed("AB") + tap(kF1) + enter();
+    feed(preview, scan, 2);
+    // Every tick reaches the callback; only the last one carries the preview.
+    ASSERT_EQ(delivered.size(), 3u);
+    EXPECT_EQ(delivered[0].input, "");
+    EXPECT_EQ(delivered[2].input, "AB'F1''CR'");
+    EXPECT_EQ(delivered[2].unprocessed, "AB\r");
+    EXPECT_FALSE(delivered[2].copy->value("acceptStatus").isValid());
+
+    // Base64 shows the characters alone.
+    preview.setParameter("OutputDataType", PVariant(1));
+    PIODeviceEvent burst = tick(scan);
+    PByteArray raw;
+    EXPECT_TRUE(preview.processToPreiew(&burst, &raw).isEmpty());
+    PIODeviceEvent end = tick("");
+    EXPECT_EQ(preview.processToPreiew(&end, &raw).toStdString(), "QUIN");
+    EXPECT_EQ(raw.toStdString(), "AB\r");
+    EXPECT_TRUE(preview.processToPreiew(&end, &raw).isEmpty());
+    EXPECT_TRUE(preview.processToPreiew(nullptr, &raw).isEmpty());
+}
+
+TEST_F(KeyboardProcessorTest, previewOfKeysShowsEveryPressAndRelease)
+{
+    preview.setParameter("PreviewMode", PVariant(1));
+    PIODeviceEvent burst = tick(typed("A") + enter() + record(999, true, "\x1d"));
+    preview.processToPreiew(&burst, nullptr);
+    PIODeviceEvent end = tick("");
+    EXPECT_EQ(preview.processToPreiew(&end, nullptr).toStdString(),
+              "'A_''_A''ENTER''enter''NONE'");
+}
+
+TEST_F(KeyboardProcessorTest, previewModeSixteenIsTheOrdinaryProcessor)
+{
+    preview.setParameter("PreviewMode", PVariant(16));
+    EXPECT_EQ(feed(preview, typed("12") + tap(kF8) + typed("3") + enter(), 2),
+              (std::vector<int>{1, 1, 3}));
+    EXPECT_EQ(inputs(), (std::vector<std::string>{"12\x1d" "3"}));
+}
