@@ -1,0 +1,127 @@
+// The recording host connection and its platform information.
+#include "PHostConnection.h"
+
+namespace {
+std::u16string textOf(const char16_t* text)
+{
+    return text ? std::u16string(text) : std::u16string();
+}
+}
+
+PHostPlatformInfo::PHostPlatformInfo(int32_t appType) : m_info{u"8.3", u"kelmor-host", appType} {}
+
+const HostAppInfo* PHostPlatformInfo::getPlatformInfo()
+{
+    return &m_info;
+}
+
+void PHostPlatformInfo::setAppType(int32_t appType)
+{
+    m_info.application = appType;
+}
+
+PHostConnection::PHostConnection() = default;
+
+PHostConnection::~PHostConnection() = default;
+
+bool PHostConnection::reportError(unsigned short level, const char16_t* source, const char16_t* text,
+                                  long code)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_errors.push_back({level, textOf(source), textOf(text), code});
+    return true;
+}
+
+bool PHostConnection::read(char16_t*, tVariant*, long*, char16_t**)
+{
+    return false;
+}
+
+bool PHostConnection::write(char16_t*, tVariant*)
+{
+    return false;
+}
+
+bool PHostConnection::registerProfileAs(char16_t*)
+{
+    return false;
+}
+
+bool PHostConnection::setEventBufferDepth(long depth)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_eventBufferDepth = depth;
+    return true;
+}
+
+long PHostConnection::getEventBufferDepth()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_eventBufferDepth;
+}
+
+bool PHostConnection::externalEvent(char16_t* source, char16_t* name, char16_t* data)
+{
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_events.push_back({textOf(source), textOf(name), textOf(data)});
+    }
+    m_eventCame.notify_all();
+    return true;
+}
+
+void PHostConnection::cleanEventBuffer() {}
+
+bool PHostConnection::setStatusLine(char16_t*)
+{
+    return true;
+}
+
+void PHostConnection::resetStatusLine() {}
+
+void* PHostConnection::queryInterface(int id)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (id == eHostPlatformInfo)
+        return static_cast<IHostPlatformInfo*>(&m_platformInfo);
+    if (id == eHostAndroidHelper)
+        return m_androidHelper;
+    return nullptr;
+}
+
+void PHostConnection::setAndroidHelper(void* helper)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_androidHelper = helper;
+}
+
+void PHostConnection::setAppType(int32_t appType)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_platformInfo.setAppType(appType);
+}
+
+std::vector<PHostReportedError> PHostConnection::errors() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_errors;
+}
+
+std::vector<PHostExternalEvent> PHostConnection::events() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_events;
+}
+
+bool PHostConnection::waitForEvents(size_t count, std::chrono::milliseconds timeout) const
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_eventCame.wait_for(lock, timeout, [&] { return m_events.size() >= count; });
+}
+
+void PHostConnection::clear()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_errors.clear();
+    m_events.clear();
+}

@@ -1,0 +1,425 @@
+// The driver component driven through the loaded library exactly as the platform drives it.
+#include "PHostLibrary.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <thread>
+
+namespace {
+
+struct Row {
+    const char16_t* name;
+    const char16_t* alias;
+    long index;  // what FindMethod answers for the name
+    long params;
+    bool retVal;
+};
+
+// The host's view of the table, row by row.
+const Row kRows[] = {
+    {u"GetDescription", u"ПолучитьОписание", 0, 1, true},
+    {u"GetParameters", u"ПолучитьПараметры", 1, 1, true},
+    {u"SetParameter", u"УстановитьПараметр", 2, 2, true},
+    {u"Open", u"Подключить", 3, 1, true},
+    {u"Close", u"Отключить", 4, 1, true},
+    {u"DeviceTest", u"ТестУстройства", 5, 2, true},
+    {u"GetAdditionalActions", u"ПолучитьДополнительныеДействия", 6, 1, true},
+    {u"DoAdditionalAction", u"ВыполнитьДополнительноеДействие", 8, 1, true},
+    {u"DoAdditionalAction", u"ВыполнитьДополнительноеДействие", 8, 1, true},
+    {u"GetInterfaceRevision", u"ПолучитьРевизиюИнтерфейса", 9, 0, true},
+    {u"GetLastError", u"ПолучитьОшибку", 10, 1, true},
+    {u"Version", u"ПолучитьНомерВерсии", 11, 0, true},
+};
+
+const char16_t kEnglishDescription[] =
+    u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+    u"<DriverDescription \n"
+    u"Name=\"Tavrel: Input device driver\" \n"
+    u"Description=\"Driver for input devices\" \n"
+    u"EquipmentType=\"Input device\" \n"
+    u"IntegrationComponent=\"false\" \n"
+    u"MainDriverInstalled=\"true\" \n"
+    u"DriverVersion=\"10.1.8.6\" \n"
+    u"IntegrationComponentVersion=\"10.1.8.6\" \n"
+    u"DownloadURL=\"\" \n"
+    u"LogIsEnabled=\"false\" \n"
+    u"LogPath=\"\" \n"
+    u"/> \n";
+
+tVariant emptyValue()
+{
+    tVariant v;
+    std::memset(&v, 0, sizeof v);
+    return v;
+}
+
+class KelmorNativeTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { library = new PHostLibrary(kelmortest::libraryPath()); }
+    static void TearDownTestSuite()
+    {
+        delete library;
+        library = nullptr;
+    }
+
+    void SetUp() override { ASSERT_TRUE(library->isLoaded()) << library->errorText(); }
+
+    // Every block the component handed over came from the host's manager and was freed by
+    // the host; nothing foreign was found in a value.
+    void TearDown() override
+    {
+        EXPECT_EQ(memory.liveBlocks(), 0u);
+        EXPECT_EQ(memory.foreignBlocks(), 0u);
+    }
+
+    static PHostLibrary* library;
+    PHostMemoryManager memory;
+};
+
+PHostLibrary* KelmorNativeTest::library = nullptr;
+
+// Resets the process-wide language when a test leaves, so that others start in English.
+struct EnglishAfterwards {
+    PHostComponent& component;
+    ~EnglishAfterwards() { component->SetLocale(u"en_US"); }
+};
+
+TEST_F(KelmorNativeTest, everyRowIsFoundByNameAndAliasAndNamedInHostMemory)
+{
+    PHostComponent component(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(component.attach());
+    ASSERT_EQ(component->GetNMethods(), 12);
+    for (long i = 0; i < 12; ++i) {
+        const Row& row = kRows[i];
+        SCOPED_TRACE(i);
+        EXPECT_EQ(component->FindMethod(row.name), row.index);
+        EXPECT_EQ(component->FindMethod(row.alias), row.index);
+        EXPECT_EQ(component->GetNParams(i), row.params);
+        EXPECT_EQ(component->HasRetVal(i), row.retVal);
+        const char16_t* name = component->GetMethodName(i, 0);
+        const char16_t* alias = component->GetMethodName(i, 1);
+        EXPECT_TRUE(memory.owns(name));
+        EXPECT_TRUE(memory.owns(alias));
+        EXPECT_EQ(component.take(name), row.name);
+        EXPECT_EQ(component.take(alias), row.alias);
+    }
+    EXPECT_EQ(component->FindMethod(u"open"), -1);
+    EXPECT_EQ(component->FindMethod(u"OPEN"), -1);
+    EXPECT_EQ(component->FindMethod(u""), -1);
+    EXPECT_EQ(component->FindMethod(nullptr), -1);
+    EXPECT_EQ(component->GetNProps(), 0);
+    EXPECT_EQ(component->FindProp(u"Open"), -1);
+    EXPECT_TRUE(component.connection().errors().empty());
+}
+
+TEST_F(KelmorNativeTest, smallMethodsAnswerInTheirOwnTypes)
+{
+    PHostComponent component(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(component.attach());
+
+    PHostCall version = component.call(u"ПолучитьНомерВерсии");
+    EXPECT_TRUE(version.answered);
+    EXPECT_EQ(version.result.vt, VTYPE_PWSTR);
+    EXPECT_EQ(version.resultText(), u"10.1.8.6");
+
+    PHostCall revision = component.call(u"GetInterfaceRevision");
+    EXPECT_TRUE(revision.answered);
+    EXPECT_EQ(revision.result.vt, VTYPE_I4);
+    EXPECT_EQ(revision.result.lVal, 3003);
+    EXPECT_EQ(component->GetInfo(), 3003);
+
+    PHostCall lastError = component.call(u"GetLastError", {emptyValue()});
+    EXPECT_TRUE(lastError.answered);
+    EXPECT_EQ(lastError.result.vt, VTYPE_HRESULT);
+    EXPECT_EQ(lastError.result.lVal, 0);
+    EXPECT_EQ(lastError.params[0].vt, VTYPE_PWSTR);
+    EXPECT_EQ(lastError.paramText(0), u"");
+
+    PHostCall actions = component.call(u"GetAdditionalActions", {emptyValue()});
+    EXPECT_TRUE(actions.answered);
+    EXPECT_EQ(actions.result.vt, VTYPE_BOOL);
+    EXPECT_TRUE(actions.result.bVal);
+    EXPECT_EQ(actions.params[0].vt, VTYPE_PWSTR);
+    EXPECT_EQ(actions.params[0].wstrLen, 0u);
+
+    for (long index : {7L, 8L}) {
+        PHostCall action = component.callAt(index, {memory.text(u"Calibrate")});
+        EXPECT_TRUE(action.answered);
+        EXPECT_TRUE(action.result.bVal);
+        EXPECT_EQ(action.params[0].vt, VTYPE_NULL);
+    }
+    EXPECT_TRUE(component.connection().errors().empty());
+}
+
+TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
+{
+    PHostComponent component(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(component.attach());
+    EnglishAfterwards restore{component};
+
+    PHostCall english = component.call(u"GetDescription", {emptyValue()});
+    EXPECT_TRUE(english.answered);
+    EXPECT_TRUE(english.result.bVal);
+    EXPECT_EQ(english.paramText(0), kEnglishDescription);
+
+    {
+        PHostComponent reader(*library, u"CardReaderDevice", &memory);
+        ASSERT_TRUE(reader.attach());
+        EXPECT_EQ(reader.call(u"ПолучитьОписание", {emptyValue()}).paramText(0),
+                  kEnglishDescription);
+    }
+
+    component->SetLocale(u"ru_RU");
+    const std::u16string russian = component.call(u"GetDescription", {emptyValue()}).paramText(0);
+    EXPECT_NE(russian.find(u"Name=\"Tavrel: Драйвер устройств ввода\" \n"), std::u16string::npos);
+    EXPECT_NE(russian.find(u"EquipmentType=\"Устройств ввода\" \n"), std::u16string::npos);
+    EXPECT_NE(russian.find(u"DriverVersion=\"10.1.8.6\" \n"), std::u16string::npos);
+
+    // The language is chosen when the error is made: an error kept from before keeps its text.
+    EXPECT_FALSE(component.call(u"Open", {emptyValue()}).result.bVal);
+    component->SetLocale(u"en");
+    PHostCall kept = component.call(u"GetLastError", {emptyValue()});
+    EXPECT_EQ(kept.result.lVal, 1);
+    EXPECT_EQ(kept.paramText(0), u"Метод Open пока не реализован");
+
+    struct Case {
+        const char16_t* code;
+        bool russian;
+    };
+    for (const Case& c : {Case{u"ru_RU", true}, Case{u"xxruyy", true}, Case{u"RU", false},
+                          Case{u"", false}, Case{u"en_US", false}}) {
+        component->SetUserInterfaceLanguageCode(c.code);
+        PHostCall open = component.call(u"Подключить", {emptyValue()});
+        EXPECT_TRUE(open.answered);
+        EXPECT_FALSE(open.result.bVal);
+        PHostCall error = component.call(u"GetLastError", {emptyValue()});
+        EXPECT_EQ(error.result.lVal, 1);
+        EXPECT_EQ(error.paramText(0),
+                  c.russian ? u"Метод Open пока не реализован" : u"Open is not implemented yet")
+            << hostToUtf8(c.code);
+    }
+}
+
+TEST_F(KelmorNativeTest, methodsStillToComeAnswerFalseWithCodeOne)
+{
+    PHostComponent component(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(component.attach());
+    struct Case {
+        const char16_t* name;
+        size_t params;
+    };
+    for (const Case& c : {Case{u"GetParameters", 1}, Case{u"SetParameter", 2}, Case{u"Open", 1},
+                          Case{u"Close", 1}, Case{u"DeviceTest", 2}}) {
+        std::vector<tVariant> params(c.params, emptyValue());
+        params[0] = memory.text(u"x");
+        PHostCall call = component.call(c.name, params);
+        EXPECT_TRUE(call.answered);
+        EXPECT_EQ(call.result.vt, VTYPE_BOOL);
+        EXPECT_FALSE(call.result.bVal);
+        PHostCall error = component.call(u"GetLastError", {emptyValue()});
+        EXPECT_EQ(error.result.lVal, 1);
+        EXPECT_EQ(error.paramText(0), std::u16string(c.name) + u" is not implemented yet");
+    }
+    // A later success leaves the last error as it was.
+    EXPECT_TRUE(component.call(u"Version").answered);
+    EXPECT_EQ(component.call(u"GetLastError", {emptyValue()}).result.lVal, 1);
+}
+
+TEST_F(KelmorNativeTest, badIndexesReportOneErrorNamingTheIndex)
+{
+    PHostComponent component(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(component.attach());
+    PHostConnection& host = component.connection();
+    tVariant result = emptyValue();
+
+    EXPECT_EQ(component->GetMethodName(12, 0), nullptr);
+    EXPECT_EQ(component->GetMethodName(-1, 1), nullptr);
+    EXPECT_EQ(component->GetNParams(1000), 0);
+    EXPECT_FALSE(component->HasRetVal(-5));
+    EXPECT_FALSE(component->CallAsFunc(12, &result, nullptr, 0));
+    EXPECT_FALSE(component->GetParamDefValue(40, 0, &result));
+    EXPECT_EQ(component->GetPropName(0, 0), nullptr);
+    EXPECT_FALSE(component->IsPropWritable(3));
+
+    const auto errors = host.errors();
+    ASSERT_EQ(errors.size(), 8u);
+    const std::u16string texts[] = {
+        u"no method found for index 12",   u"no method found for index -1",
+        u"no method found for index 1000", u"no method found for index -5",
+        u"no method found for index 12",   u"no method found for index 40",
+        u"no prop found for index 0",      u"no prop found for index3",
+    };
+    for (size_t i = 0; i < errors.size(); ++i) {
+        EXPECT_EQ(errors[i].level, 1003);
+        EXPECT_EQ(errors[i].source, u"InputDevice|CardReaderDevice");
+        EXPECT_EQ(errors[i].code, 2);
+        EXPECT_EQ(errors[i].text, texts[i]);
+    }
+    PHostCall last = component.call(u"GetLastError", {emptyValue()});
+    EXPECT_EQ(last.result.lVal, 2);
+    EXPECT_EQ(last.paramText(0), u"no prop found for index3");
+    EXPECT_EQ(result.vt, VTYPE_EMPTY);
+}
+
+TEST_F(KelmorNativeTest, callsThatBreakTheSignatureAreRefusedBeforeTheHandler)
+{
+    PHostComponent component(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(component.attach());
+    PHostConnection& host = component.connection();
+    const long version = component->FindMethod(u"Version");
+    const long description = component->FindMethod(u"GetDescription");
+    tVariant result = emptyValue();
+    tVariant param = emptyValue();
+
+    struct Case {
+        bool answered;
+        long code;
+    };
+    const Case cases[] = {
+        {component->CallAsFunc(version, &result, &param, 1), 113},
+        {component->CallAsFunc(description, &result, nullptr, 1), 113},
+        {component->CallAsFunc(description, &result, &param, -1), 113},
+        {component->CallAsFunc(description, nullptr, &param, 1), 112},
+        {component->CallAsProc(version, nullptr, 0), 2},
+    };
+    const auto errors = host.errors();
+    ASSERT_EQ(errors.size(), 5u);
+    for (size_t i = 0; i < 5; ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_FALSE(cases[i].answered);
+        EXPECT_EQ(errors[i].code, cases[i].code);
+        EXPECT_EQ(errors[i].level, 1003);
+    }
+    EXPECT_EQ(errors[4].text, u"no proc-method found for index 11");
+    // Refused calls wrote nothing: no handler ran.
+    EXPECT_EQ(result.vt, VTYPE_EMPTY);
+    EXPECT_EQ(param.vt, VTYPE_EMPTY);
+
+    PHostCall wrongCount = component.call(u"Version", {emptyValue()});
+    EXPECT_FALSE(wrongCount.answered);
+    EXPECT_EQ(component.call(u"GetLastError", {emptyValue()}).result.lVal, 113);
+}
+
+TEST_F(KelmorNativeTest, aHostWithoutMemoryGetsFailuresNotCrashes)
+{
+    PHostComponent component(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(component.attach(u"en_US", false));
+    EXPECT_TRUE(component.extensionName().empty());
+    char16_t* untouched = nullptr;
+    EXPECT_FALSE(component->RegisterExtensionAs(&untouched));
+    EXPECT_EQ(untouched, nullptr);
+    EXPECT_FALSE(component->RegisterExtensionAs(nullptr));
+    EXPECT_EQ(component->GetMethodName(0, 0), nullptr);
+
+    PHostCall version = component.call(u"Version");
+    EXPECT_FALSE(version.answered);
+    ASSERT_EQ(component.connection().errors().size(), 1u);
+    EXPECT_EQ(component.connection().errors()[0].code, 2);
+    // What needs no memory still works.
+    PHostCall revision = component.call(u"GetInterfaceRevision");
+    EXPECT_TRUE(revision.answered);
+    EXPECT_EQ(revision.result.lVal, 3003);
+
+    component->setMemManager(&memory);
+    memory.setRefuseAllocations(true);
+    EXPECT_FALSE(component.call(u"GetDescription", {emptyValue()}).answered);
+    EXPECT_EQ(component->GetMethodName(0, 0), nullptr);
+    memory.setRefuseAllocations(false);
+    EXPECT_EQ(component.call(u"Version").resultText(), u"10.1.8.6");
+}
+
+TEST_F(KelmorNativeTest, valuesHaveTheHostsByteLayout)
+{
+    PHostComponent component(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(component.attach());
+    auto typeAt60 = [](const tVariant& v) {
+        uint16_t type;
+        std::memcpy(&type, reinterpret_cast<const unsigned char*>(&v) + 60, 2);
+        return type;
+    };
+    auto lengthAt8 = [](const tVariant& v) {
+        uint32_t length;
+        std::memcpy(&length, reinterpret_cast<const unsigned char*>(&v) + 8, 4);
+        return length;
+    };
+    auto pointerAt0 = [](const tVariant& v) {
+        const char16_t* units;
+        std::memcpy(&units, &v, sizeof units);
+        return units;
+    };
+
+    PHostCall version = component.call(u"Version");
+    EXPECT_EQ(typeAt60(version.result), 22);
+    ASSERT_EQ(lengthAt8(version.result), 8u);
+    EXPECT_EQ(pointerAt0(version.result)[8], 0);
+
+    PHostCall description = component.call(u"GetDescription", {emptyValue()});
+    EXPECT_EQ(typeAt60(description.result), 11);
+    const uint32_t length = lengthAt8(description.params[0]);
+    EXPECT_EQ(typeAt60(description.params[0]), 22);
+    EXPECT_EQ(length, std::char_traits<char16_t>::length(kEnglishDescription));
+    EXPECT_EQ(pointerAt0(description.params[0])[length], 0);
+
+    component.call(u"Close", {memory.text(u"InputDevice#1")});
+    PHostCall error = component.call(u"GetLastError", {emptyValue()});
+    EXPECT_EQ(typeAt60(error.result), 21);
+    const uint32_t messageLength = lengthAt8(error.params[0]);
+    EXPECT_EQ(pointerAt0(error.params[0])[messageLength], 0);
+
+    PHostCall revision = component.call(u"GetInterfaceRevision");
+    int32_t value;
+    std::memcpy(&value, &revision.result, 4);
+    EXPECT_EQ(typeAt60(revision.result), 3);
+    EXPECT_EQ(value, 3003);
+}
+
+TEST_F(KelmorNativeTest, startAndEndCallsAreSafeToRepeat)
+{
+    PHostComponent component(*library, u"CardReaderDevice", &memory);
+    ASSERT_TRUE(component.isValid());
+    EXPECT_EQ(component->GetInfo(), 3003);
+    EXPECT_EQ(component->GetNMethods(), 0);
+    ASSERT_TRUE(component.attach());
+    EXPECT_EQ(component.extensionName(), u"CardReaderDevice");
+    EXPECT_EQ(component.connection().getEventBufferDepth(), 4096);
+
+    EXPECT_TRUE(component->Init(static_cast<IAddInDefBaseEx*>(&component.connection())));
+    EXPECT_EQ(component->GetNMethods(), 12);
+    component->Done();
+    component->Done();
+    EXPECT_EQ(component.call(u"Version").resultText(), u"10.1.8.6");
+    EXPECT_TRUE(component.connection().errors().empty());
+
+    // A host that passes no connection still gets the table once, however often it tries.
+    PHostComponent bare(*library, u"InputDevice", &memory);
+    bare->setMemManager(&memory);
+    bare->Init(nullptr);
+    bare->Init(nullptr);
+    EXPECT_EQ(bare->GetNMethods(), 12);
+    EXPECT_FALSE(bare.call(u"Version", {emptyValue()}).answered);
+}
+
+TEST_F(KelmorNativeTest, concurrentHostThreadsShareOneComponent)
+{
+    PHostComponent component(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(component.attach());
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&component, t] {
+            for (int i = 0; i < 200; ++i) {
+                if (t % 2)
+                    component.call(u"Open", {emptyValue()});
+                PHostCall error = component.call(u"GetLastError", {emptyValue()});
+                EXPECT_TRUE(error.answered);
+                EXPECT_EQ(component.call(u"Version").resultText(), u"10.1.8.6");
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(component.call(u"GetLastError", {emptyValue()}).result.lVal, 1);
+}
+
+}
