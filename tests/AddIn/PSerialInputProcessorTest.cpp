@@ -1,0 +1,249 @@
+// Tests of PSerialInputProcessor and PTestSerialInputProcessor, driven as a device drives
+// them: one event per chunk of the stream, a recording callback at the end.
+#include "PSerialInputProcessor.h"
+
+#include "AllocationCounter.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+// A processor with a recording callback and a recording debug handler.
+struct Harness {
+    explicit Harness(PSerialInputProcessor& processor, bool withDebug = false) : p(processor)
+    {
+        p.setCallback([this](PEvent* event) {
+            messages.push_back(event->value("input").toByteArray().toStdString());
+            unprocessed.push_back(event->value("unprocessed_input").toByteArray().toStdString());
+            events.emplace_back(event->copy());
+        });
+        if (withDebug)
+            p.setDebugMessageHandler(
+                [this](const DebugMessageContext&, const std::string& text) { debug.push_back(text); });
+    }
+    void feed(const std::string& bytes)
+    {
+        PIODeviceEvent event;
+        event.setValue("input", PByteArray(bytes));
+        event.setValue("dev_id", "COM3");
+        event.setValue("dev_alias", "scanner");
+        p.processInput(&event);
+    }
+
+    PSerialInputProcessor& p;
+    Strings messages;
+    Strings unprocessed;
+    Strings debug;
+    std::vector<std::unique_ptr<PEvent>> events;
+};
+
+Strings feedInChunks(const std::string& stream, const std::string& suffix, std::mt19937& random)
+{
+    PSerialInputProcessor processor;
+    processor.setParameter("Suffix", suffix);
+    processor.setParameter("Prefix", "]C");
+    Harness h(processor);
+    for (size_t at = 0; at < stream.size();) {
+        const size_t chunk = std::min<size_t>(random() % 40 + 1, stream.size() - at);
+        h.feed(stream.substr(at, chunk));
+        at += chunk;
+    }
+    return h.messages;
+}
+
+}
+
+TEST(PSerialInputProcessorTest, anyChunkingGivesTheMessagesOfOneWholeFeed)
+{
+    std::mt19937 random(7);
+    for (const std::string suffix : {"\r", "\r\n"}) {
+        for (int round = 0; round < 300; ++round) {
+            std::string stream;
+            for (int i = random() % 6; i > 0; --i) {
+                stream += random() % 4 ? "]C" : "X";
+                for (int n = random() % 25; n > 0; --n)
+                    stream += static_cast<char>(random() % 4 ? 'A' + random() % 26 : 29);
+                stream += suffix == "\r" ? "\r" : (random() % 2 ? "\r\n" : "\n");
+            }
+            stream += "]Cunfinished";
+            PSerialInputProcessor whole;
+            whole.setParameter("Suffix", suffix);
+            whole.setParameter("Prefix", "]C");
+            Harness h(whole);
+            h.feed(stream);
+            ASSERT_EQ(feedInChunks(stream, suffix, random), h.messages) << round;
+        }
+    }
+}
+
+TEST(PSerialInputProcessorTest, pendingBytesWaitForTheirSuffix)
+{
+    PSerialInputProcessor processor;
+    Harness h(processor);
+    h.feed("AB");
+    EXPECT_TRUE(h.messages.empty());
+    EXPECT_EQ(processor.pendingBytes(), 2u);
+    h.feed("CD\rEF");
+    EXPECT_EQ(h.messages, Strings{"ABCD"});
+    EXPECT_EQ(processor.pendingBytes(), 2u);
+    h.feed("\r");
+    EXPECT_EQ(h.messages, (Strings{"ABCD", "EF"}));
+    EXPECT_EQ(processor.pendingBytes(), 0u);
+    h.feed("");
+    EXPECT_EQ(h.messages.size(), 2u);
+
+    h.feed("G1\rG2\rG3");
+    EXPECT_EQ(h.messages, (Strings{"ABCD", "EF", "G1", "G2"}));
+    EXPECT_EQ(h.unprocessed[2], "G1\rG2\r");
+    EXPECT_EQ(h.unprocessed[3], "G1\rG2\r");
+}
+
+TEST(PSerialInputProcessorTest, crLfSplitAcrossEventsEndsOneMessageOnly)
+{
+    PSerialInputProcessor processor;
+    processor.setParameter("Suffix", "\r\n");
+    Harness h(processor);
+    h.feed("AB\r");
+    h.feed("\nCD\r");
+    h.feed("\n");
+    EXPECT_EQ(h.messages, (Strings{"AB", "CD"}));
+}
+
+TEST(PSerialInputProcessorTest, emptySuffixMakesEachEventOneMessageAsItCame)
+{
+    PSerialInputProcessor processor;
+    processor.setParameter("Suffix", "");
+    processor.setParameter("Prefix", "X");
+    processor.setParameter("OutputDataType", 1);
+    Harness h(processor);
+    h.feed("XAB\r");
+    h.feed("CD");
+    EXPECT_EQ(h.messages, (Strings{"XAB\r", "CD"}));
+    EXPECT_EQ(processor.pendingBytes(), 0u);
+}
+
+TEST(PSerialInputProcessorTest, outgoingEventsCarryDeviceValuesAndParameters)
+{
+    PSerialInputProcessor processor;
+    processor.setParameter("EventName", "Barcode");
+    processor.setParameter("DevId", "InputDevice#2");
+    processor.setParameter("OutputDataType", 1);
+    Harness h(processor);
+    h.feed("AB\r");
+    ASSERT_EQ(h.events.size(), 1u);
+    const PEvent& out = *h.events[0];
+    EXPECT_EQ(out.type(), 17);
+    EXPECT_EQ(out.value("input").toByteArray().toStdString(), "QUI=");
+    EXPECT_EQ(out.value("dev_id").toStdString(), "COM3");
+    EXPECT_EQ(out.value("dev_alias").toStdString(), "scanner");
+    EXPECT_EQ(out.value("EventName").toStdString(), "Barcode");
+    EXPECT_EQ(out.value("DevId").toStdString(), "InputDevice#2");
+    EXPECT_EQ(out.value("OutputDataType").toInt(), 1);
+    EXPECT_FALSE(out.value("EquipmentType").isValid());
+    EXPECT_FALSE(out.value("dev_type").isValid());
+}
+
+TEST(PSerialInputProcessorTest, windows1251IsRecodedBeforeTheSecondCut)
+{
+    PSerialInputProcessor processor;
+    processor.setParameter("COMEncoding", "Windows-1251");
+    Harness h(processor);
+    h.feed("\xc0\xc1\x1d" "1\r");
+    EXPECT_EQ(h.messages, Strings{"\xd0\x90\xd0\x91\x1d" "1"});
+
+    // A prefix byte of code page 1251 no longer matches the recoded text.
+    processor.setParameter("Prefix", PByteArray("\xc0"));
+    h.feed("\xc0" "AB\r");
+    EXPECT_EQ(h.messages.size(), 1u);
+    processor.setParameter("COMEncoding", "UTF-8");
+    h.feed("\xc0" "AB\r");
+    EXPECT_EQ(h.messages.back(), "AB") << "without recoding the same prefix matches";
+}
+
+TEST(PSerialInputProcessorTest, unfinishedMessageOverTheBoundIsDroppedWhole)
+{
+    PSerialInputProcessor processor;
+    Harness h(processor, true);
+    const std::string block(64 * 1024, 'Z');
+    for (size_t fed = 0; fed <= PSerialInputProcessor::MaxPendingBytes; fed += block.size())
+        h.feed(block);
+    EXPECT_EQ(processor.pendingBytes(), 0u);
+    h.feed(block);
+    EXPECT_EQ(processor.pendingBytes(), 0u) << "the rest of a dropped message is not kept";
+    h.feed("ZZ\rAB\r");
+    EXPECT_EQ(h.messages, Strings{"AB"});
+
+    size_t drops = 0;
+    for (const std::string& line : h.debug)
+        drops += line.find("bytes and is dropped") != std::string::npos;
+    EXPECT_EQ(drops, 1u);
+
+    // Just under the bound a message still goes out whole.
+    h.feed(std::string(PSerialInputProcessor::MaxPendingBytes - 1, 'Y'));
+    h.feed("Y\r");
+    ASSERT_EQ(h.messages.size(), 2u);
+    EXPECT_EQ(h.messages[1].size(), PSerialInputProcessor::MaxPendingBytes);
+}
+
+TEST(PSerialInputProcessorTest, debugLinesTellEachStep)
+{
+    PSerialInputProcessor processor;
+    processor.setParameter("Prefix", "X");
+    processor.setParameter("COMEncoding", "Windows-1251");
+    Harness h(processor, true);
+    h.feed("XA\r");
+    const Strings expected = {
+        "PSerialInputProcessor::processInput: input data = 0x58 0x41 0x0D  : XA\r",
+        "PSerialInputProcessor::processInput: processed data = 0x58 0x41 0x0D  : XA\r",
+        "PSerialInputProcessor::processInput: recode intup data from Windows-1251:1251 to UTF-8 ",
+        "PSerialInputProcessor::processInput: \nprefix = 0x58 \nsuffix = 0x0D \n"
+        "output data type = 0\nencoding = Windows-1251\npreview = XA\r",
+        "PSerialInputProcessor::processInput: detected parts count = 1",
+        "Event:DevId:Data =  :  : 0x41  : QQ==",
+    };
+    EXPECT_EQ(h.debug, expected);
+}
+
+TEST(PSerialInputProcessorTest, withoutDebugHandlerNoDebugTextIsBuilt)
+{
+    if (!kelmortest::allocationCountingAvailable())
+        GTEST_SKIP() << "sanitizer build";
+    PSerialInputProcessor processor;
+    processor.setCallback([](PEvent*) {});
+    const std::string message(64 * 1024, 'A');
+    PIODeviceEvent event;
+    event.setValue("input", PByteArray(message + "\r"));
+    kelmortest::AllocationCounter counter;
+    processor.processInput(&event);
+    // The message is copied a few times on its way; one hex dump alone would take five
+    // bytes per input byte.
+    EXPECT_LT(counter.bytes(), 5 * message.size());
+}
+
+TEST(PTestSerialInputProcessorTest, previewSpellsControlCharactersAndKeepsTheEvent)
+{
+    PTestSerialInputProcessor processor;
+    Harness h(processor, true);
+    h.feed("A\r");
+    EXPECT_EQ(h.messages, Strings{"A'CR'"});
+    EXPECT_EQ(h.unprocessed, Strings{"A\r"});
+    EXPECT_EQ(h.events[0]->value("dev_id").toStdString(), "COM3") << "the received event goes on";
+    EXPECT_EQ(h.debug[1], "PTestSerialInputProcessor::processInput: preview = A'CR'");
+    EXPECT_EQ(processor.pendingBytes(), 0u);
+
+    processor.setParameter("OutputDataType", 1);
+    h.feed("A\r");
+    EXPECT_EQ(h.messages.back(), "QQ0=");
+
+    processor.setParameter("PreviewMode", 16);
+    processor.setParameter("OutputDataType", 0);
+    h.feed("B\rC");
+    EXPECT_EQ(h.messages.back(), "B");
+    EXPECT_EQ(processor.pendingBytes(), 1u);
+}
