@@ -8,6 +8,7 @@
 #include "PGlobal.h"
 #include "PSharedDataPtr.h"
 #include "PString.h"
+#include "PVariant.h"
 
 #include <jni.h>
 
@@ -16,7 +17,6 @@
 #include <vector>
 
 class IAddInDefBaseEx;
-class PVariant;
 
 namespace strake {
 
