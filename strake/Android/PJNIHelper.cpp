@@ -175,6 +175,20 @@ struct ByteArrayCall : ObjectCall {
     }
 };
 
+// Method names are ASCII in practice: those skip the general conversion, which would cost as
+// much as the JNI call itself.
+std::string methodName(const PString& name)
+{
+    std::string ascii;
+    ascii.reserve(name.size());
+    for (char16_t unit : name) {
+        if (unit >= 0x80)
+            return name.toStdString();
+        ascii.push_back(static_cast<char>(unit));
+    }
+    return ascii;
+}
+
 // Looks the method up and runs it on the object, or statically on the class when the object
 // is null. Throws PError when the method is unknown.
 template <class Kind>
@@ -183,7 +197,7 @@ typename Kind::Result invoke(JNIEnv* env, jclass cls, jobject object, const PStr
 {
     jmethodID method = nullptr;
     if (signature) {
-        const std::string utf8 = name.toStdString();
+        const std::string utf8 = methodName(name);
         method = object ? env->GetMethodID(cls, utf8.c_str(), signature)
                         : env->GetStaticMethodID(cls, utf8.c_str(), signature);
     }
@@ -227,21 +241,24 @@ typename Kind::Result callJava(PError& lastError, const PJNIClass& cls,
     try {
         JNIEnv* env = nullptr;
         jobject target = nullptr;
+        jclass jcls = nullptr;
         if (!object) {
             env = strake::getJniEnv();
             if (!env)
                 P_THROW(PError::GeneralFailure, "JNI unaccessible");
-            if (!cls.isValid())
+            jcls = cls.getJClass();
+            if (!jcls)
                 P_THROW(PError::GeneralFailure, "Invalid class object to call");
         } else {
             target = object->getJObject();
-            if (!target || !cls.isValid())
+            jcls = target ? cls.getJClass() : nullptr;
+            if (!jcls)
                 P_THROW(PError::GeneralFailure, "Invalid class object to call");
             env = strake::getJniEnv();
             if (!env)
                 P_THROW(PError::GeneralFailure, "JNI unaccessible");
         }
-        result = invoke<Kind>(env, cls.getJClass(), target, name, signature, args);
+        result = invoke<Kind>(env, jcls, target, name, signature, args);
     } catch (...) {
         lastError = caughtError("Unexpected");
     }

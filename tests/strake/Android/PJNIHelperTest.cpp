@@ -1,7 +1,5 @@
 // The JNI layer in a real VM: connection, class and object tables, the call family, threads,
 // exceptions, references, the library loader and the Java logger's writer.
-#include "HostAndroidHelper.h"
-#include "HostInterface.h"
 #include "JvmTest.h"
 #include "PJNIHelper.h"
 #include "PLogger.h"
@@ -24,25 +22,8 @@ namespace {
 const PString kProbe("com.tavrel.kelmortest.JniProbe");
 const char kDeviceConstructor[] = "(Landroid/app/Activity;J)V";
 
-// A host connection that offers the Android helper and nothing else.
-class AndroidHost : public IAddInDefBaseEx {
-public:
-    explicit AndroidHost(IHostAndroidHelper* helper) : m_helper(helper) {}
-    void* queryInterface(int id) override { return id == eHostAndroidHelper ? m_helper : nullptr; }
-    bool reportError(unsigned short, const char16_t*, const char16_t*, long) override { return false; }
-    bool read(char16_t*, tVariant*, long*, char16_t**) override { return false; }
-    bool write(char16_t*, tVariant*) override { return false; }
-    bool registerProfileAs(char16_t*) override { return false; }
-    bool setEventBufferDepth(long) override { return false; }
-    long getEventBufferDepth() override { return 0; }
-    bool externalEvent(char16_t*, char16_t*, char16_t*) override { return false; }
-    void cleanEventBuffer() override {}
-    bool setStatusLine(char16_t*) override { return false; }
-    void resetStatusLine() override {}
-
-private:
-    IHostAndroidHelper* m_helper;
-};
+using AndroidHost = kelmortest::AndroidHostConnection;
+using kelmortest::androidHelper;
 
 // JniProbe.nativeCallBack: calls Java again through the object whose address is the token.
 jboolean JNICALL nativeCallBack(JNIEnv*, jclass, jlong token)
@@ -53,12 +34,6 @@ jboolean JNICALL nativeCallBack(JNIEnv*, jclass, jlong token)
 
 class PJNIHelperTest : public kelmortest::JvmTest {
 protected:
-    static HostAndroidHelper& androidHelper()
-    {
-        static HostAndroidHelper helper(kelmortest::jvm());
-        return helper;
-    }
-
     void SetUp() override
     {
         JvmTest::SetUp();

@@ -1,0 +1,83 @@
+// The cost of one Java call through the JNI layer against the bare JNI call beneath it: a
+// static method taking a 20-byte byte[], from an attached native thread, as a device delivery.
+// Target: the layer (exclusive lock, class and method look-up, checks) costs at most 4 bare
+// calls; the look-up of the method on each call, which the layer must do, is measured apart.
+#include "KelmorJvm.h"
+#include "PJNIHelper.h"
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+const char kProbe[] = "com.tavrel.kelmortest.JniProbe";
+const char kPayload[] = "0123456789ABCDEFGHIJ";
+
+// Baseline: the array made and the method called by hand, with its exception check.
+void bareStaticCall(benchmark::State& state)
+{
+    JNIEnv* env = kelmortest::jvmEnv();
+    auto cls = static_cast<jclass>(kelmortest::androidHelper().findClass(u"com.tavrel.kelmortest.JniProbe"));
+    jmethodID method = env->GetStaticMethodID(cls, "isTwentyBytes", "([B)Z");
+    for (auto _ : state) {
+        jbyteArray data = env->NewByteArray(20);
+        env->SetByteArrayRegion(data, 0, 20, reinterpret_cast<const jbyte*>(kPayload));
+        jboolean result = env->CallStaticBooleanMethod(cls, method, data);
+        if (env->ExceptionCheck())
+            env->ExceptionClear();
+        env->DeleteLocalRef(data);
+        benchmark::DoNotOptimize(result);
+    }
+    env->DeleteLocalRef(cls);
+}
+
+// The bare call with the method looked up on each call, as the layer must.
+void bareStaticCallWithLookup(benchmark::State& state)
+{
+    JNIEnv* env = kelmortest::jvmEnv();
+    auto cls = static_cast<jclass>(kelmortest::androidHelper().findClass(u"com.tavrel.kelmortest.JniProbe"));
+    for (auto _ : state) {
+        jmethodID method = env->GetStaticMethodID(cls, "isTwentyBytes", "([B)Z");
+        jbyteArray data = env->NewByteArray(20);
+        env->SetByteArrayRegion(data, 0, 20, reinterpret_cast<const jbyte*>(kPayload));
+        jboolean result = env->CallStaticBooleanMethod(cls, method, data);
+        if (env->ExceptionCheck())
+            env->ExceptionClear();
+        env->DeleteLocalRef(data);
+        benchmark::DoNotOptimize(result);
+    }
+    env->DeleteLocalRef(cls);
+}
+
+// The same through PJNIClass::callStaticBooleanMethod.
+void layeredStaticCall(benchmark::State& state)
+{
+    JNI_OnLoad(kelmortest::jvm(), nullptr);
+    kelmortest::AndroidHostConnection host;
+    PJNIHelper::connect(&host);
+    PJNIClass cls = PJNIHelper::getClass(PString(kProbe));
+    JNIEnv* env = strake::getJniEnv();
+    for (auto _ : state) {
+        jbyteArray data = strake::byteArray2jbyteArray(env, kPayload, 20);
+        bool result = cls.callStaticBooleanMethod("isTwentyBytes", "([B)Z", data);
+        env->DeleteLocalRef(data);
+        benchmark::DoNotOptimize(result);
+    }
+    if (!cls.callStaticBooleanMethod("isTwentyBytes", "([B)Z", nullptr) && cls.lastError().isError())
+        state.SkipWithError("the call failed");
+    PJNIHelper::disconnect();
+}
+
+}
+
+BENCHMARK(bareStaticCall);
+BENCHMARK(bareStaticCallWithLookup);
+BENCHMARK(layeredStaticCall);
+
+int main(int argc, char** argv)
+{
+    kelmortest::useUncheckedJvm();  // the checker would weigh on both sides alike
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
