@@ -1,6 +1,7 @@
 // KelmorNative: start and end, the language switch, the method table and its small handlers.
 #include "AddInNative.h"
 
+#include "PJavaConnection.h"
 #include "PLocale.h"
 #include "StrakeVariant.h"
 
@@ -40,6 +41,9 @@ bool KelmorNative::Init(void* connection)
     try {
         PExclusiveCall exclusive(*this);
         if (!isInitialized()) {
+            // Java first: the devices that this component opens make their companions there.
+            strake::connectJava(static_cast<IAddInDefBaseEx*>(connection),
+                                PString("com_tavrel_Kelmor"));
             PlatformNativeBase::Init(connection);
             if (isInitialized())
                 this->connection()->setEventBufferDepth(EventBufferDepth);

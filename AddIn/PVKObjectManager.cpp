@@ -3,6 +3,7 @@
 
 #include "AddInNative.h"
 #include "PGlobal.h"
+#include "PJavaConnection.h"
 #include "PLogger.h"
 #include "PString.h"
 #include "PTranslation.h"
@@ -45,8 +46,11 @@ void PVKObjectManager::destroy(IComponentBase* object)
         r.objects.erase(found);
     }
     // The last component takes the process-wide state down; the next one builds it again.
-    if (r.objects.empty() && !strake::getTranslation()->isEmpty())
-        strake::getTranslation()->clear();
+    if (r.objects.empty()) {
+        if (!strake::getTranslation()->isEmpty())
+            strake::getTranslation()->clear();
+        strake::disconnectJava();
+    }
 }
 
 size_t PVKObjectManager::count()

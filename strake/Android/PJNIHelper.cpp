@@ -1,6 +1,7 @@
 // PJNIHelper and its handles: the process-wide tables of pinned classes and live objects, the
 // owner-aware exclusive lock, and the call family that runs every Java call under it.
 #include "PJNIHelper.h"
+#include "PJavaConnection.h"
 
 #include "HostAndroid.h"
 #include "HostInterface.h"
@@ -1022,4 +1023,22 @@ PString PJNIHelper::getJavaExeptionInfoEx(jthrowable throwable)
     strake::append_exception_trace_messages(*env, text, throwable, getCause, getStackTrace,
                                             throwableToString, frameToString);
     return PString(text);
+}
+
+// ---- the JNI-free entry for the component --------------------------------------------------
+
+namespace strake {
+
+bool connectJava(IAddInDefBaseEx* host, const PString& javaLibrary)
+{
+    const bool connected = PJNIHelper::connect(host);
+    PJNIHelper::registerJavaLibraryForDelayedLoad(javaLibrary);
+    return connected;
+}
+
+bool disconnectJava()
+{
+    return PJNIHelper::disconnect();
+}
+
 }
