@@ -3,6 +3,7 @@
 // Target: the layer (exclusive lock, class and method look-up, checks) costs at most 4 bare
 // calls; the look-up of the method on each call, which the layer must do, is measured apart.
 #include "KelmorJvm.h"
+#include "PHostConnection.h"
 #include "PJNIHelper.h"
 
 #include <benchmark/benchmark.h>
@@ -12,31 +13,17 @@ namespace {
 const char kProbe[] = "com.tavrel.kelmortest.JniProbe";
 const char kPayload[] = "0123456789ABCDEFGHIJ";
 
-// Baseline: the array made and the method called by hand, with its exception check.
+// Baseline: the array made and the method called by hand, with its exception check; with
+// the argument 1 the method is looked up on each call, as the layer must.
 void bareStaticCall(benchmark::State& state)
 {
+    const bool lookUpEachCall = state.range(0) != 0;
     JNIEnv* env = kelmortest::jvmEnv();
     auto cls = static_cast<jclass>(kelmortest::androidHelper().findClass(u"com.tavrel.kelmortest.JniProbe"));
     jmethodID method = env->GetStaticMethodID(cls, "isTwentyBytes", "([B)Z");
     for (auto _ : state) {
-        jbyteArray data = env->NewByteArray(20);
-        env->SetByteArrayRegion(data, 0, 20, reinterpret_cast<const jbyte*>(kPayload));
-        jboolean result = env->CallStaticBooleanMethod(cls, method, data);
-        if (env->ExceptionCheck())
-            env->ExceptionClear();
-        env->DeleteLocalRef(data);
-        benchmark::DoNotOptimize(result);
-    }
-    env->DeleteLocalRef(cls);
-}
-
-// The bare call with the method looked up on each call, as the layer must.
-void bareStaticCallWithLookup(benchmark::State& state)
-{
-    JNIEnv* env = kelmortest::jvmEnv();
-    auto cls = static_cast<jclass>(kelmortest::androidHelper().findClass(u"com.tavrel.kelmortest.JniProbe"));
-    for (auto _ : state) {
-        jmethodID method = env->GetStaticMethodID(cls, "isTwentyBytes", "([B)Z");
+        if (lookUpEachCall)
+            method = env->GetStaticMethodID(cls, "isTwentyBytes", "([B)Z");
         jbyteArray data = env->NewByteArray(20);
         env->SetByteArrayRegion(data, 0, 20, reinterpret_cast<const jbyte*>(kPayload));
         jboolean result = env->CallStaticBooleanMethod(cls, method, data);
@@ -52,7 +39,8 @@ void bareStaticCallWithLookup(benchmark::State& state)
 void layeredStaticCall(benchmark::State& state)
 {
     JNI_OnLoad(kelmortest::jvm(), nullptr);
-    kelmortest::AndroidHostConnection host;
+    PHostConnection host;
+    host.setAndroidHelper(static_cast<IHostAndroidHelper*>(&kelmortest::androidHelper()));
     PJNIHelper::connect(&host);
     PJNIClass cls = PJNIHelper::getClass(PString(kProbe));
     JNIEnv* env = strake::getJniEnv();
@@ -69,8 +57,7 @@ void layeredStaticCall(benchmark::State& state)
 
 }
 
-BENCHMARK(bareStaticCall);
-BENCHMARK(bareStaticCallWithLookup);
+BENCHMARK(bareStaticCall)->Arg(0)->Arg(1);
 BENCHMARK(layeredStaticCall);
 
 int main(int argc, char** argv)

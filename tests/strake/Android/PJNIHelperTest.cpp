@@ -1,6 +1,7 @@
 // The JNI layer in a real VM: connection, class and object tables, the call family, threads,
 // exceptions, references, the library loader and the Java logger's writer.
 #include "JvmTest.h"
+#include "PHostConnection.h"
 #include "PJNIHelper.h"
 #include "PLogger.h"
 #include "TestSupport.h"
@@ -22,8 +23,12 @@ namespace {
 const PString kProbe("com.tavrel.kelmortest.JniProbe");
 const char kDeviceConstructor[] = "(Landroid/app/Activity;J)V";
 
-using AndroidHost = kelmortest::AndroidHostConnection;
 using kelmortest::androidHelper;
+
+// The test host's connection with the given Android helper, or none.
+struct AndroidHost : PHostConnection {
+    explicit AndroidHost(IHostAndroidHelper* helper) { setAndroidHelper(helper); }
+};
 
 // JniProbe.nativeCallBack: calls Java again through the object whose address is the token.
 jboolean JNICALL nativeCallBack(JNIEnv*, jclass, jlong token)

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "HostAndroidHelper.h"
-#include "HostInterface.h"
 
 #include <jni.h>
 
@@ -27,25 +26,5 @@ long jniGlobalRefCount();
 
 // The test host's Android helper for the whole program, made on first use.
 HostAndroidHelper& androidHelper();
-
-// A host connection that offers an Android helper and nothing else.
-class AndroidHostConnection : public IAddInDefBaseEx {
-public:
-    explicit AndroidHostConnection(IHostAndroidHelper* helper = &androidHelper()) : m_helper(helper) {}
-    void* queryInterface(int id) override { return id == eHostAndroidHelper ? m_helper : nullptr; }
-    bool reportError(unsigned short, const char16_t*, const char16_t*, long) override { return false; }
-    bool read(char16_t*, tVariant*, long*, char16_t**) override { return false; }
-    bool write(char16_t*, tVariant*) override { return false; }
-    bool registerProfileAs(char16_t*) override { return false; }
-    bool setEventBufferDepth(long) override { return false; }
-    long getEventBufferDepth() override { return 0; }
-    bool externalEvent(char16_t*, char16_t*, char16_t*) override { return false; }
-    void cleanEventBuffer() override {}
-    bool setStatusLine(char16_t*) override { return false; }
-    void resetStatusLine() override {}
-
-private:
-    IHostAndroidHelper* m_helper;
-};
 
 }
