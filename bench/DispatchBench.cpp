@@ -1,0 +1,69 @@
+// Dispatch of host calls through the loaded library's component vtable. Targets (a record,
+// host call rates are a human's): FindMethod by a Russian alias under 1 us and a
+// CallAsFunc(Version) round trip, host memory included, under 5 us. Baseline in the same
+// run: GetNMethods, a vtable call that does no look-up.
+#include "PHostLibrary.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+std::string libraryPath()
+{
+    const char* path = std::getenv("KELMOR_LIBRARY");
+    return path && *path ? path : KELMOR_LIBRARY_PATH;
+}
+
+PHostComponent& component()
+{
+    static PHostLibrary library(libraryPath());
+    static PHostComponent instance(library, u"InputDevice");
+    static bool attached = instance.attach();
+    if (!attached)
+        std::abort();
+    return instance;
+}
+
+void BM_GetNMethodsBaseline(benchmark::State& state)
+{
+    IComponentBase* object = component().object();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(object->GetNMethods());
+}
+BENCHMARK(BM_GetNMethodsBaseline);
+
+void BM_FindMethodByRussianAlias(benchmark::State& state)
+{
+    IComponentBase* object = component().object();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(object->FindMethod(u"ПолучитьНомерВерсии"));
+}
+BENCHMARK(BM_FindMethodByRussianAlias);
+
+void BM_FindMethodByName(benchmark::State& state)
+{
+    IComponentBase* object = component().object();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(object->FindMethod(u"Version"));
+}
+BENCHMARK(BM_FindMethodByName);
+
+void BM_CallVersionRoundTrip(benchmark::State& state)
+{
+    PHostComponent& host = component();
+    IComponentBase* object = host.object();
+    const long index = object->FindMethod(u"Version");
+    tVariant result;
+    std::memset(&result, 0, sizeof result);
+    for (auto _ : state) {
+        if (!object->CallAsFunc(index, &result, nullptr, 0))
+            state.SkipWithError("Version failed");
+        host.memory().release(result);
+    }
+}
+BENCHMARK(BM_CallVersionRoundTrip);
+
+}
