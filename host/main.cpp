@@ -1,33 +1,13 @@
-// kelmor-host: loads libkelmor.so as the host platform does, lists its classes and creates
-// and destroys one component of each.
-#include "HostInterface.h"
-
-#include <dlfcn.h>
+// kelmor-host: loads libkelmor.so as the host platform does, makes one component of each
+// class, lists its methods with their aliases and asks it for its version and description.
+#include "PHostLibrary.h"
 
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
 namespace {
-
-std::string toUtf8(const char16_t* text)
-{
-    std::string out;
-    for (; text && *text; ++text) {
-        char32_t c = *text;
-        if (c < 0x80) {
-            out += char(c);
-        } else if (c < 0x800) {
-            out += char(0xC0 | (c >> 6));
-            out += char(0x80 | (c & 0x3F));
-        } else {
-            out += char(0xE0 | (c >> 12));
-            out += char(0x80 | ((c >> 6) & 0x3F));
-            out += char(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
-}
 
 std::vector<std::u16string> splitNames(const char16_t* names)
 {
@@ -41,37 +21,52 @@ std::vector<std::u16string> splitNames(const char16_t* names)
     return result;
 }
 
+// Lists the component's table and answers; false when it could not be attached.
+bool show(PHostComponent& component)
+{
+    if (!component.attach())
+        return false;
+    std::printf("  registered as %s\n", hostToUtf8(component.extensionName()).c_str());
+    for (long i = 0; i < component->GetNMethods(); ++i) {
+        const std::u16string name = component.take(component->GetMethodName(i, 0));
+        const std::u16string alias = component.take(component->GetMethodName(i, 1));
+        std::printf("  %2ld %s / %s, %ld parameter(s)%s\n", i, hostToUtf8(name).c_str(),
+                    hostToUtf8(alias).c_str(), component->GetNParams(i),
+                    component->HasRetVal(i) ? ", returns a value" : "");
+    }
+    PHostCall version = component.call(u"Version");
+    std::printf("  version: %s\n", hostToUtf8(version.resultText()).c_str());
+    tVariant out;
+    std::memset(&out, 0, sizeof out);
+    PHostCall description = component.call(u"GetDescription", {out});
+    std::printf("  description:\n%s", hostToUtf8(description.paramText(0)).c_str());
+    for (const PHostReportedError& error : component.connection().errors())
+        std::printf("  error %u %ld: %s\n", error.level, error.code,
+                    hostToUtf8(error.text).c_str());
+    return version.answered && description.answered;
+}
+
 }
 
 int main(int argc, char** argv)
 {
     const char* path = argc > 1 ? argv[1] : KELMOR_LIBRARY_PATH;
-    void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    if (!library) {
-        std::fprintf(stderr, "cannot load %s: %s\n", path, dlerror());
+    PHostLibrary library(path);
+    if (!library.isLoaded()) {
+        std::fprintf(stderr, "%s\n", library.errorText().c_str());
         return 1;
     }
-    auto getClassNames = reinterpret_cast<GetClassNamesFn>(dlsym(library, "GetClassNames"));
-    auto getClassObject = reinterpret_cast<GetClassObjectFn>(dlsym(library, "GetClassObject"));
-    auto destroyObject = reinterpret_cast<DestroyObjectFn>(dlsym(library, "DestroyObject"));
-    auto getAttachType = reinterpret_cast<GetAttachTypeFn>(dlsym(library, "GetAttachType"));
-    if (!getClassNames || !getClassObject || !destroyObject || !getAttachType) {
-        std::fprintf(stderr, "%s lacks an entry point\n", path);
-        return 1;
-    }
-    const char16_t* names = getClassNames();
-    std::printf("library: %s\nclasses: %s\nattach type: %d\n", path, toUtf8(names).c_str(),
-                getAttachType());
+    const char16_t* names = library.getClassNames();
+    std::printf("library: %s\nclasses: %s\nattach type: %d\n", path,
+                hostToUtf8(names).c_str(), library.getAttachType());
     int failures = 0;
     for (const auto& name : splitNames(names)) {
-        IComponentBase* object = nullptr;
-        long address = getClassObject(name.c_str(), &object);
-        long destroyed = destroyObject(&object);
-        std::printf("%s: created %s, destroyed %s\n", toUtf8(name.c_str()).c_str(),
-                    address ? "yes" : "no", destroyed == 0 ? "yes" : "no");
-        if (!address || destroyed != 0)
+        std::printf("%s:\n", hostToUtf8(name).c_str());
+        PHostComponent component(library, name);
+        if (!component.isValid() || !show(component)) {
+            std::printf("  cannot be used\n");
             ++failures;
+        }
     }
-    dlclose(library);
     return failures == 0 ? 0 : 1;
 }
