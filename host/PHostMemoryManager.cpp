@@ -73,8 +73,7 @@ size_t PHostMemoryManager::foreignBlocks() const
 
 tVariant PHostMemoryManager::text(const std::u16string& value)
 {
-    tVariant v;
-    std::memset(&v, 0, sizeof v);
+    tVariant v = hostEmptyValue();
     void* block = nullptr;
     const unsigned long bytes = (value.size() + 1) * sizeof(char16_t);
     if (allocMemory(&block, bytes)) {
@@ -93,6 +92,13 @@ void PHostMemoryManager::release(tVariant& value)
         freeMemory(&block);
     }
     std::memset(&value, 0, sizeof value);
+}
+
+tVariant hostEmptyValue()
+{
+    tVariant value;
+    std::memset(&value, 0, sizeof value);
+    return value;
 }
 
 bool hostValueHoldsBlock(const tVariant& value)

@@ -47,6 +47,8 @@ private:
     bool m_refuse = false;
 };
 
+// A value of all zeros (type 0), as the host passes an out parameter.
+tVariant hostEmptyValue();
 // A string or blob value with a pointer.
 bool hostValueHoldsBlock(const tVariant& value);
 // The text of a type 22 value; empty for any other type.

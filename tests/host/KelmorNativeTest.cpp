@@ -48,13 +48,6 @@ const char16_t kEnglishDescription[] =
     u"LogPath=\"\" \n"
     u"/> \n";
 
-tVariant emptyValue()
-{
-    tVariant v;
-    std::memset(&v, 0, sizeof v);
-    return v;
-}
-
 class KelmorNativeTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() { library = new PHostLibrary(kelmortest::libraryPath()); }
@@ -130,14 +123,14 @@ TEST_F(KelmorNativeTest, smallMethodsAnswerInTheirOwnTypes)
     EXPECT_EQ(revision.result.lVal, 3003);
     EXPECT_EQ(component->GetInfo(), 3003);
 
-    PHostCall lastError = component.call(u"GetLastError", {emptyValue()});
+    PHostCall lastError = component.call(u"GetLastError", {hostEmptyValue()});
     EXPECT_TRUE(lastError.answered);
     EXPECT_EQ(lastError.result.vt, VTYPE_HRESULT);
     EXPECT_EQ(lastError.result.lVal, 0);
     EXPECT_EQ(lastError.params[0].vt, VTYPE_PWSTR);
     EXPECT_EQ(lastError.paramText(0), u"");
 
-    PHostCall actions = component.call(u"GetAdditionalActions", {emptyValue()});
+    PHostCall actions = component.call(u"GetAdditionalActions", {hostEmptyValue()});
     EXPECT_TRUE(actions.answered);
     EXPECT_EQ(actions.result.vt, VTYPE_BOOL);
     EXPECT_TRUE(actions.result.bVal);
@@ -159,7 +152,7 @@ TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
     ASSERT_TRUE(component.attach());
     EnglishAfterwards restore{component};
 
-    PHostCall english = component.call(u"GetDescription", {emptyValue()});
+    PHostCall english = component.call(u"GetDescription", {hostEmptyValue()});
     EXPECT_TRUE(english.answered);
     EXPECT_TRUE(english.result.bVal);
     EXPECT_EQ(english.paramText(0), kEnglishDescription);
@@ -167,20 +160,20 @@ TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
     {
         PHostComponent reader(*library, u"CardReaderDevice", &memory);
         ASSERT_TRUE(reader.attach());
-        EXPECT_EQ(reader.call(u"ПолучитьОписание", {emptyValue()}).paramText(0),
+        EXPECT_EQ(reader.call(u"ПолучитьОписание", {hostEmptyValue()}).paramText(0),
                   kEnglishDescription);
     }
 
     component->SetLocale(u"ru_RU");
-    const std::u16string russian = component.call(u"GetDescription", {emptyValue()}).paramText(0);
+    const std::u16string russian = component.call(u"GetDescription", {hostEmptyValue()}).paramText(0);
     EXPECT_NE(russian.find(u"Name=\"Tavrel: Драйвер устройств ввода\" \n"), std::u16string::npos);
     EXPECT_NE(russian.find(u"EquipmentType=\"Устройств ввода\" \n"), std::u16string::npos);
     EXPECT_NE(russian.find(u"DriverVersion=\"10.1.8.6\" \n"), std::u16string::npos);
 
     // The language is chosen when the error is made: an error kept from before keeps its text.
-    EXPECT_FALSE(component.call(u"Open", {emptyValue()}).result.bVal);
+    EXPECT_FALSE(component.call(u"Open", {hostEmptyValue()}).result.bVal);
     component->SetLocale(u"en");
-    PHostCall kept = component.call(u"GetLastError", {emptyValue()});
+    PHostCall kept = component.call(u"GetLastError", {hostEmptyValue()});
     EXPECT_EQ(kept.result.lVal, 1);
     EXPECT_EQ(kept.paramText(0), u"Метод Open пока не реализован");
 
@@ -191,10 +184,10 @@ TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
     for (const Case& c : {Case{u"ru_RU", true}, Case{u"xxruyy", true}, Case{u"RU", false},
                           Case{u"", false}, Case{u"en_US", false}}) {
         component->SetUserInterfaceLanguageCode(c.code);
-        PHostCall open = component.call(u"Подключить", {emptyValue()});
+        PHostCall open = component.call(u"Подключить", {hostEmptyValue()});
         EXPECT_TRUE(open.answered);
         EXPECT_FALSE(open.result.bVal);
-        PHostCall error = component.call(u"GetLastError", {emptyValue()});
+        PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
         EXPECT_EQ(error.result.lVal, 1);
         EXPECT_EQ(error.paramText(0),
                   c.russian ? u"Метод Open пока не реализован" : u"Open is not implemented yet")
@@ -212,19 +205,19 @@ TEST_F(KelmorNativeTest, methodsStillToComeAnswerFalseWithCodeOne)
     };
     for (const Case& c : {Case{u"GetParameters", 1}, Case{u"SetParameter", 2}, Case{u"Open", 1},
                           Case{u"Close", 1}, Case{u"DeviceTest", 2}}) {
-        std::vector<tVariant> params(c.params, emptyValue());
+        std::vector<tVariant> params(c.params, hostEmptyValue());
         params[0] = memory.text(u"x");
         PHostCall call = component.call(c.name, params);
         EXPECT_TRUE(call.answered);
         EXPECT_EQ(call.result.vt, VTYPE_BOOL);
         EXPECT_FALSE(call.result.bVal);
-        PHostCall error = component.call(u"GetLastError", {emptyValue()});
+        PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
         EXPECT_EQ(error.result.lVal, 1);
         EXPECT_EQ(error.paramText(0), std::u16string(c.name) + u" is not implemented yet");
     }
     // A later success leaves the last error as it was.
     EXPECT_TRUE(component.call(u"Version").answered);
-    EXPECT_EQ(component.call(u"GetLastError", {emptyValue()}).result.lVal, 1);
+    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 1);
 }
 
 TEST_F(KelmorNativeTest, badIndexesReportOneErrorNamingTheIndex)
@@ -232,7 +225,7 @@ TEST_F(KelmorNativeTest, badIndexesReportOneErrorNamingTheIndex)
     PHostComponent component(*library, u"InputDevice", &memory);
     ASSERT_TRUE(component.attach());
     PHostConnection& host = component.connection();
-    tVariant result = emptyValue();
+    tVariant result = hostEmptyValue();
 
     EXPECT_EQ(component->GetMethodName(12, 0), nullptr);
     EXPECT_EQ(component->GetMethodName(-1, 1), nullptr);
@@ -257,7 +250,7 @@ TEST_F(KelmorNativeTest, badIndexesReportOneErrorNamingTheIndex)
         EXPECT_EQ(errors[i].code, 2);
         EXPECT_EQ(errors[i].text, texts[i]);
     }
-    PHostCall last = component.call(u"GetLastError", {emptyValue()});
+    PHostCall last = component.call(u"GetLastError", {hostEmptyValue()});
     EXPECT_EQ(last.result.lVal, 2);
     EXPECT_EQ(last.paramText(0), u"no prop found for index3");
     EXPECT_EQ(result.vt, VTYPE_EMPTY);
@@ -270,8 +263,8 @@ TEST_F(KelmorNativeTest, callsThatBreakTheSignatureAreRefusedBeforeTheHandler)
     PHostConnection& host = component.connection();
     const long version = component->FindMethod(u"Version");
     const long description = component->FindMethod(u"GetDescription");
-    tVariant result = emptyValue();
-    tVariant param = emptyValue();
+    tVariant result = hostEmptyValue();
+    tVariant param = hostEmptyValue();
 
     struct Case {
         bool answered;
@@ -297,9 +290,9 @@ TEST_F(KelmorNativeTest, callsThatBreakTheSignatureAreRefusedBeforeTheHandler)
     EXPECT_EQ(result.vt, VTYPE_EMPTY);
     EXPECT_EQ(param.vt, VTYPE_EMPTY);
 
-    PHostCall wrongCount = component.call(u"Version", {emptyValue()});
+    PHostCall wrongCount = component.call(u"Version", {hostEmptyValue()});
     EXPECT_FALSE(wrongCount.answered);
-    EXPECT_EQ(component.call(u"GetLastError", {emptyValue()}).result.lVal, 113);
+    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 113);
 }
 
 TEST_F(KelmorNativeTest, aHostWithoutMemoryGetsFailuresNotCrashes)
@@ -324,7 +317,7 @@ TEST_F(KelmorNativeTest, aHostWithoutMemoryGetsFailuresNotCrashes)
 
     component->setMemManager(&memory);
     memory.setRefuseAllocations(true);
-    EXPECT_FALSE(component.call(u"GetDescription", {emptyValue()}).answered);
+    EXPECT_FALSE(component.call(u"GetDescription", {hostEmptyValue()}).answered);
     EXPECT_EQ(component->GetMethodName(0, 0), nullptr);
     memory.setRefuseAllocations(false);
     EXPECT_EQ(component.call(u"Version").resultText(), u"10.1.8.6");
@@ -355,7 +348,7 @@ TEST_F(KelmorNativeTest, valuesHaveTheHostsByteLayout)
     ASSERT_EQ(lengthAt8(version.result), 8u);
     EXPECT_EQ(pointerAt0(version.result)[8], 0);
 
-    PHostCall description = component.call(u"GetDescription", {emptyValue()});
+    PHostCall description = component.call(u"GetDescription", {hostEmptyValue()});
     EXPECT_EQ(typeAt60(description.result), 11);
     const uint32_t length = lengthAt8(description.params[0]);
     EXPECT_EQ(typeAt60(description.params[0]), 22);
@@ -363,7 +356,7 @@ TEST_F(KelmorNativeTest, valuesHaveTheHostsByteLayout)
     EXPECT_EQ(pointerAt0(description.params[0])[length], 0);
 
     component.call(u"Close", {memory.text(u"InputDevice#1")});
-    PHostCall error = component.call(u"GetLastError", {emptyValue()});
+    PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
     EXPECT_EQ(typeAt60(error.result), 21);
     const uint32_t messageLength = lengthAt8(error.params[0]);
     EXPECT_EQ(pointerAt0(error.params[0])[messageLength], 0);
@@ -398,7 +391,7 @@ TEST_F(KelmorNativeTest, startAndEndCallsAreSafeToRepeat)
     bare->Init(nullptr);
     bare->Init(nullptr);
     EXPECT_EQ(bare->GetNMethods(), 12);
-    EXPECT_FALSE(bare.call(u"Version", {emptyValue()}).answered);
+    EXPECT_FALSE(bare.call(u"Version", {hostEmptyValue()}).answered);
 }
 
 TEST_F(KelmorNativeTest, concurrentHostThreadsShareOneComponent)
@@ -410,8 +403,8 @@ TEST_F(KelmorNativeTest, concurrentHostThreadsShareOneComponent)
         threads.emplace_back([&component, t] {
             for (int i = 0; i < 200; ++i) {
                 if (t % 2)
-                    component.call(u"Open", {emptyValue()});
-                PHostCall error = component.call(u"GetLastError", {emptyValue()});
+                    component.call(u"Open", {hostEmptyValue()});
+                PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
                 EXPECT_TRUE(error.answered);
                 EXPECT_EQ(component.call(u"Version").resultText(), u"10.1.8.6");
             }
@@ -419,7 +412,7 @@ TEST_F(KelmorNativeTest, concurrentHostThreadsShareOneComponent)
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(component.call(u"GetLastError", {emptyValue()}).result.lVal, 1);
+    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 1);
 }
 
 }

@@ -48,13 +48,6 @@ public:
     int localeCalls = 0;
 };
 
-tVariant blank()
-{
-    tVariant v;
-    std::memset(&v, 0, sizeof v);
-    return v;
-}
-
 TEST(PlatformNativeBaseTest, startCallsAnswerBeforeAndAfterInit)
 {
     ProbeComponent component;
@@ -111,13 +104,13 @@ TEST(PlatformNativeBaseTest, parameterDefaultsAndPropertiesReachTheHost)
     host.Init(static_cast<IAddInDefBaseEx*>(&connection));
 
     const long beep = host.FindMethod(u"Beep");
-    tVariant value = blank();
+    tVariant value = hostEmptyValue();
     ASSERT_TRUE(host.GetParamDefValue(beep, 0, &value));
     EXPECT_EQ(hostTextOf(value), u"COM1");
     memory.release(value);
     EXPECT_FALSE(host.GetParamDefValue(beep, 1, &value));
     EXPECT_FALSE(host.GetParamDefValue(beep, 9, &value));
-    tVariant params[2] = {blank(), blank()};
+    tVariant params[2] = {hostEmptyValue(), hostEmptyValue()};
     EXPECT_TRUE(host.CallAsProc(beep, params, 2));
     EXPECT_EQ(component.beeps, 1);
     EXPECT_TRUE(connection.errors().empty());
@@ -133,7 +126,7 @@ TEST(PlatformNativeBaseTest, parameterDefaultsAndPropertiesReachTheHost)
     memory.freeMemory(&block);
     strake::int2var(&value, 42, VTYPE_I4);
     EXPECT_TRUE(host.SetPropVal(level, &value));
-    value = blank();
+    value = hostEmptyValue();
     EXPECT_TRUE(host.GetPropVal(level, &value));
     EXPECT_EQ(value.lVal, 42);
 

@@ -9,13 +9,6 @@
 
 namespace {
 
-tVariant blank()
-{
-    tVariant v;
-    std::memset(&v, 0, sizeof v);
-    return v;
-}
-
 class StrakeVariantTest : public ::testing::Test {
 protected:
     void TearDown() override
@@ -28,7 +21,7 @@ protected:
 
 TEST_F(StrakeVariantTest, textGoesToHostMemoryWithAZeroUnitBehind)
 {
-    tVariant v = blank();
+    tVariant v = hostEmptyValue();
     ASSERT_TRUE(strake::_tavrelstr2var(&v, u"Код 😀", &memory));
     EXPECT_EQ(v.vt, VTYPE_PWSTR);
     EXPECT_EQ(v.wstrLen, 6u);
@@ -43,7 +36,7 @@ TEST_F(StrakeVariantTest, textGoesToHostMemoryWithAZeroUnitBehind)
     EXPECT_EQ(strake::var2wstr(&v), L"A\u0416");
     memory.release(v);
 
-    tVariant untouched = blank();
+    tVariant untouched = hostEmptyValue();
     untouched.vt = VTYPE_I4;
     EXPECT_FALSE(strake::wstr2var(&untouched, L"x", nullptr));
     EXPECT_EQ(untouched.vt, VTYPE_I4);
@@ -68,7 +61,7 @@ TEST_F(StrakeVariantTest, textGoesToHostMemoryWithAZeroUnitBehind)
 TEST_F(StrakeVariantTest, readersAnswerOnlyForTheirOwnType)
 {
     char bytes[] = "abc";
-    tVariant v = blank();
+    tVariant v = hostEmptyValue();
     v.pstrVal = bytes;
     v.strLen = 3;
     v.vt = VTYPE_PSTR;
@@ -87,7 +80,7 @@ TEST_F(StrakeVariantTest, readersAnswerOnlyForTheirOwnType)
 
 TEST_F(StrakeVariantTest, hostValuesBecomePVariants)
 {
-    tVariant v = blank();
+    tVariant v = hostEmptyValue();
     struct Case {
         int vt;
         int64_t raw;
@@ -101,7 +94,7 @@ TEST_F(StrakeVariantTest, hostValuesBecomePVariants)
                           Case{VTYPE_ERROR, 0, PVariant::Invalid},
                           Case{VTYPE_VARIANT, 0, PVariant::Invalid}, Case{24, 0, PVariant::Invalid}}) {
         SCOPED_TRACE(c.vt);
-        v = blank();
+        v = hostEmptyValue();
         v.llVal = c.raw;
         v.vt = static_cast<uint16_t>(c.vt);
         const PVariant value = strake::var2var(&v);
@@ -113,7 +106,7 @@ TEST_F(StrakeVariantTest, hostValuesBecomePVariants)
     }
     EXPECT_FALSE(strake::var2var(nullptr).isValid());
 
-    v = blank();
+    v = hostEmptyValue();
     v.ui8Val = 0x7E;  // any non-zero first byte is true
     v.vt = VTYPE_BOOL;
     EXPECT_TRUE(strake::var2var(&v).toBool());
@@ -124,7 +117,7 @@ TEST_F(StrakeVariantTest, hostValuesBecomePVariants)
     EXPECT_EQ(strake::var2var(&v).toDouble(), 2.5);
 
     char utf8[] = "Øre";
-    v = blank();
+    v = hostEmptyValue();
     v.pstrVal = utf8;
     v.strLen = std::strlen(utf8);
     v.vt = VTYPE_PSTR;
@@ -146,7 +139,7 @@ TEST_F(StrakeVariantTest, pVariantsGoToTheHostAndComeBack)
     const int hostTypes[] = {11, 13, 2, 3, 3, 17, 4, 5, 8, 22, 23};
     for (size_t i = 0; i < sizeof values / sizeof values[0]; ++i) {
         SCOPED_TRACE(i);
-        tVariant v = blank();
+        tVariant v = hostEmptyValue();
         ASSERT_TRUE(strake::make_variant(&v, values[i], &memory));
         EXPECT_EQ(v.vt, hostTypes[i]);
         if (hostValueHoldsBlock(v))
@@ -163,7 +156,7 @@ TEST_F(StrakeVariantTest, pVariantsGoToTheHostAndComeBack)
             EXPECT_EQ(back.toDouble(), values[i].toDouble());
         memory.release(v);
     }
-    tVariant text = blank();
+    tVariant text = hostEmptyValue();
     ASSERT_TRUE(strake::make_variant(&text, PVariant(std::string("abc")), &memory));
     EXPECT_EQ(text.pstrVal[3], 0);
     memory.release(text);
@@ -171,7 +164,7 @@ TEST_F(StrakeVariantTest, pVariantsGoToTheHostAndComeBack)
 
 TEST_F(StrakeVariantTest, makeVariantFailsCleanlyWithoutMemory)
 {
-    tVariant v = blank();
+    tVariant v = hostEmptyValue();
     v.vt = VTYPE_I4;
     for (const PVariant& value : {PVariant(PString(u"x")), PVariant(std::string("x")),
                                   PVariant(PByteArray(std::string("x")))}) {
