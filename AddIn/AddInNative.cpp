@@ -165,6 +165,9 @@ void KelmorNative::initSetters() {}
 
 void KelmorNative::textOut(tVariant* slot, const PString& text, IMemoryManager* manager)
 {
+    // An empty text keeps the slot's old pointer; whatever the host had there (a number, its
+    // own string) must not be taken for text of ours, so the slot starts empty.
+    strake::empty2var(slot);
     if (!strake::_tavrelstr2var(slot, text.toTavrelString(), manager))
         throw P_ERROR(PError::GeneralFailure, pTr("The host gave no memory for the answer",
                                                   "Платформа не выделила память для ответа"));

@@ -295,6 +295,30 @@ TEST_F(KelmorNativeTest, callsThatBreakTheSignatureAreRefusedBeforeTheHandler)
     EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 113);
 }
 
+TEST_F(KelmorNativeTest, parametersOfAnyTypeAreTakenAsTheyCome)
+{
+    PHostComponent component(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(component.attach());
+    tVariant number = hostEmptyValue();
+    number.lVal = 5;
+    number.vt = VTYPE_I4;
+
+    // Out parameters replace whatever the host put there; the host still frees its own text.
+    PHostCall actions = component.call(u"GetAdditionalActions", {memory.text(u"old text")});
+    EXPECT_TRUE(actions.answered);
+    EXPECT_EQ(actions.paramText(0), u"");
+    PHostCall error = component.call(u"GetLastError", {number});
+    EXPECT_TRUE(error.answered);
+    EXPECT_EQ(error.params[0].vt, VTYPE_PWSTR);
+    PHostCall action = component.call(u"DoAdditionalAction", {number});
+    EXPECT_TRUE(action.answered);
+    EXPECT_EQ(action.params[0].vt, VTYPE_NULL);
+    PHostCall close = component.call(u"Close", {number});
+    EXPECT_TRUE(close.answered);
+    EXPECT_FALSE(close.result.bVal);
+    EXPECT_TRUE(component.connection().errors().empty());
+}
+
 TEST_F(KelmorNativeTest, aHostWithoutMemoryGetsFailuresNotCrashes)
 {
     PHostComponent component(*library, u"InputDevice", &memory);
