@@ -17,20 +17,24 @@ using boost::locale::conv::skip;
 const char kHexDigits[] = "0123456789ABCDEF";
 const char kBase64Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// Value of a character of the lenient Base64 set, or -1 for a foreign one.
-int base64Value(unsigned char c)
+// Values of the lenient Base64 set ("-" and "_" stand for "+" and "/"); -1 for the rest.
+struct Base64Values {
+    signed char value[256];
+    Base64Values()
+    {
+        for (int c = 0; c < 256; ++c)
+            value[c] = -1;
+        for (int i = 0; i < 64; ++i)
+            value[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<signed char>(i);
+        value['-'] = 62;
+        value['_'] = 63;
+    }
+};
+const Base64Values kBase64Values;
+
+inline int base64Value(unsigned char c)
 {
-    if (c >= 'A' && c <= 'Z')
-        return c - 'A';
-    if (c >= 'a' && c <= 'z')
-        return c - 'a' + 26;
-    if (c >= '0' && c <= '9')
-        return c - '0' + 52;
-    if (c == '+' || c == '-')
-        return 62;
-    if (c == '/' || c == '_')
-        return 63;
-    return -1;
+    return kBase64Values.value[c];
 }
 
 template <class C>
