@@ -19,8 +19,8 @@ struct PEncodingPrivate {
 // Turns text into bytes and bytes into text for one code page.
 //
 // The code pages of the registry (CP775, CP866, CP1251, CP1257, CP1258, CP20127 i.e. US-ASCII,
-// KOI8-R, UTF-8) are converted in process by built-in tables: no Java, no JNI lock, no
-// allocation beyond the result, so decoding may run on any reader thread.
+// KOI8-R, UTF-8) are converted in process by built-in tables, without Java or the JNI lock,
+// so decoding may run on any reader thread.
 // - encode: a character the code page has no byte for becomes "?" (0x3F); for UTF-8 an
 //   element that is no Unicode scalar value (a surrogate, above U+10FFFF) is dropped.
 // - decode: a byte the code page leaves undefined becomes U+FFFD; for UTF-8 an invalid
