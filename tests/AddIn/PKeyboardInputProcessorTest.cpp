@@ -2,10 +2,12 @@
 // tick by tick as the keyboard service does, with a recording callback.
 #include "PKeyboardInputProcessor.h"
 
+#include "AllocationCounter.h"
 #include "StrakeText.h"
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -67,7 +69,7 @@ PIODeviceEvent tick(const std::string& packet)
 struct Delivered {
     std::string input;
     std::string unprocessed;
-    PEvent* copy;
+    std::shared_ptr<PEvent> copy;
 };
 
 class KeyboardProcessorTest : public ::testing::Test {
@@ -82,16 +84,10 @@ protected:
             processor->setCallback([this](PEvent* event) {
                 delivered.push_back({event->value("input").toByteArray().toStdString(),
                                      event->value("unprocessed_input").toByteArray().toStdString(),
-                                     event->copy()});
+                                     std::shared_ptr<PEvent>(event->copy())});
             });
         }
     }
-    void TearDown() override
-    {
-        for (Delivered& item : delivered)
-            delete item.copy;
-    }
-
     // Feeds the packet split into `ticks` ticks of whole records, then one empty tick, and
     // gives the acceptStatus of each tick.
     std::vector<int> feed(PInputProcessor& processor, const std::string& packet, size_t ticks)
@@ -283,6 +279,41 @@ TEST_F(KeyboardProcessorTest, debugLinesTellTheBurstsFate)
                         "output data type = 0\n",
                         "PKeyboardInputProcessor::processInput: detected parts count = 1",
                     }));
+}
+
+TEST_F(KeyboardProcessorTest, withoutDebugHandlerNoDebugTextIsMade)
+{
+    if (!kelmortest::allocationCountingAvailable())
+        GTEST_SKIP() << "sanitizer build";
+    const std::vector<PKeyMSG> pressed = strake::rawInputToStandart(PString(record(29, true, "A")));
+    const std::vector<PKeyMSG> burst(1000, pressed[0]);
+    PKeyboardInputProcessor quiet;
+    PKeyboardInputProcessor logged;
+    size_t debugText = 0;
+    logged.setDebugMessageHandler(
+        [&debugText](const DebugMessageContext&, const std::string& text) {
+            debugText += text.size();
+        });
+    for (PKeyboardInputProcessor* processor : {&quiet, &logged})
+        processor->setParameter("Suffix", PVariant(""));
+
+    auto allocatedBy = [&burst](PKeyboardInputProcessor& processor) {
+        PIODeviceEvent stored = tick("");
+        stored.setValue("keyboard_input", PVariant(strake::packKeyMessages(burst)));
+        PIODeviceEvent end = tick("");
+        kelmortest::AllocationCounter counter;
+        processor.processInput(&stored);
+        processor.processInput(&end);
+        return counter.bytes();
+    };
+    const size_t quietBytes = allocatedBy(quiet);
+    const size_t loggedBytes = allocatedBy(logged);
+    // The quiet processor's work needs two copies of the burst (unpacked, stored) and little
+    // else; the debug text of the same burst is larger than one copy.
+    const size_t burstBytes = burst.size() * sizeof(PKeyMSG);
+    EXPECT_LT(quietBytes, 3 * burstBytes);
+    EXPECT_GT(debugText, burstBytes);
+    EXPECT_GE(loggedBytes, quietBytes + debugText);
 }
 
 TEST_F(KeyboardProcessorTest, previewShowsTextWithNamedControls)
