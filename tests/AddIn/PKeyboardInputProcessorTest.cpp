@@ -204,26 +204,12 @@ TEST_F(KeyboardProcessorTest, burstsWithoutTextOrMessagesEndQuietly)
     EXPECT_TRUE(delivered.empty());
 }
 
-TEST_F(KeyboardProcessorTest, partialRecordBytesAreIgnored)
+TEST_F(KeyboardProcessorTest, parametersChooseGsKeyOutputTypeAndSuffix)
 {
-    PByteArray bytes = strake::packKeyMessages(strake::rawInputToStandart(PString(typed("A"))));
-    ASSERT_EQ(bytes.size(), 80u);
-    PByteArray odd(bytes.constData(), 41);  // the press and one byte of the release
-    PIODeviceEvent event = tick("");
-    event.setValue("keyboard_input", PVariant(odd));
-    keyboard.processInput(&event);
-    EXPECT_EQ(event.value("acceptStatus").toInt(), 1);
-    keyboard.setParameter("Suffix", PVariant(""));
-    PIODeviceEvent end = tick("");
-    keyboard.processInput(&end);
-    EXPECT_EQ(inputs(), (std::vector<std::string>{"A"}));
-}
-
-TEST_F(KeyboardProcessorTest, outputTypeAndEmptySuffix)
-{
+    keyboard.setParameter("GSKeyCode", PVariant(241));
     keyboard.setParameter("OutputDataType", PVariant(1));
-    feed(keyboard, typed("AB") + enter(), 1);
-    EXPECT_EQ(inputs(), (std::vector<std::string>{"QUI="}));
+    feed(keyboard, typed("A") + tap(kF1) + typed("B") + enter(), 1);
+    EXPECT_EQ(inputs(), (std::vector<std::string>{raw2Base64("A\x1d" "B")}));
     EXPECT_EQ(delivered[0].copy->value("OutputDataType").toInt(), 1);
 
     // Without a suffix the whole burst is one message, prefix kept and not coded.
@@ -232,13 +218,16 @@ TEST_F(KeyboardProcessorTest, outputTypeAndEmptySuffix)
     keyboard.setParameter("Prefix", PVariant("A"));
     feed(keyboard, typed("AB") + enter(), 2);
     EXPECT_EQ(inputs(), (std::vector<std::string>{"AB\r"}));
-}
 
-TEST_F(KeyboardProcessorTest, gsKeyComesFromTheParameter)
-{
-    keyboard.setParameter("GSKeyCode", PVariant(241));
-    feed(keyboard, typed("A") + tap(kF1) + typed("B") + enter(), 1);
-    EXPECT_EQ(inputs(), (std::vector<std::string>{"A\x1d" "B"}));
+    // A byte count of 41 is one message: the remainder is ignored.
+    delivered.clear();
+    PByteArray bytes = strake::packKeyMessages(strake::rawInputToStandart(PString(typed("A"))));
+    PIODeviceEvent odd = tick("");
+    odd.setValue("keyboard_input", PVariant(PByteArray(bytes.constData(), 41)));
+    keyboard.processInput(&odd);
+    EXPECT_EQ(odd.value("acceptStatus").toInt(), 1);
+    feed(keyboard, "", 0);
+    EXPECT_EQ(inputs(), (std::vector<std::string>{"A"}));
 }
 
 TEST_F(KeyboardProcessorTest, endlessBurstKeepsOnlyItsNewestStrokes)
