@@ -40,12 +40,13 @@ void perKey(benchmark::State& state)
                            benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-void BM_Translate2PreviewWorkMode(benchmark::State& state)
+void translateBurst(benchmark::State& state, strake::PKeyTranslator printable,
+                    strake::PKeyTranslator nonPrintable)
 {
     const std::vector<PKeyMSG> burst = scanBurst();
     strake::TranslateSettings settings;
-    settings.printableTranslator = strake::keyMsgsTranslatePrintableWorkMode;
-    settings.nonPrintableTranslator = strake::keyMsgsTranslateNonPrintableWorkMode;
+    settings.printableTranslator = printable;
+    settings.nonPrintableTranslator = nonPrintable;
     for (auto _ : state) {
         std::string text = strake::translate2Preview(burst, settings);
         benchmark::DoNotOptimize(text);
@@ -53,17 +54,16 @@ void BM_Translate2PreviewWorkMode(benchmark::State& state)
     perKey(state);
 }
 
+void BM_Translate2PreviewWorkMode(benchmark::State& state)
+{
+    translateBurst(state, strake::keyMsgsTranslatePrintableWorkMode,
+                   strake::keyMsgsTranslateNonPrintableWorkMode);
+}
+
 void BM_Translate2PreviewTestMode(benchmark::State& state)
 {
-    const std::vector<PKeyMSG> burst = scanBurst();
-    strake::TranslateSettings settings;
-    settings.printableTranslator = strake::keyMsgsTranslatePrintableTestMode;
-    settings.nonPrintableTranslator = strake::keyMsgsTranslateNonPrintableTestMode;
-    for (auto _ : state) {
-        std::string text = strake::translate2Preview(burst, settings);
-        benchmark::DoNotOptimize(text);
-    }
-    perKey(state);
+    translateBurst(state, strake::keyMsgsTranslatePrintableTestMode,
+                   strake::keyMsgsTranslateNonPrintableTestMode);
 }
 
 // Baseline: the characters of the presses copied into a string.
