@@ -11,7 +11,7 @@
 #include <map>
 #include <mutex>
 #include <set>
-#include <stdexcept>
+#include <exception>
 #include <thread>
 
 namespace {
@@ -46,11 +46,12 @@ struct PJNIHelperPrivate {
     std::map<uint64_t, PJNIHelperInternalData> objects;
 };
 
-// Lives as long as the process: Java threads may still call in while static objects die.
+// Dies with the library, so that a host that unloads it leaks nothing. Holds no Java
+// reference by then: the last component's disconnect dropped them.
 PJNIHelperPrivate& helper()
 {
-    static PJNIHelperPrivate* d = new PJNIHelperPrivate;
-    return *d;
+    static PJNIHelperPrivate d;
+    return d;
 }
 
 const char kLibsLoaderClass[] = "com.tavrel.strake.PLibLoader";

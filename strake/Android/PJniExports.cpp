@@ -5,6 +5,8 @@
 
 #include <jni.h>
 
+#include <cstdint>
+
 extern "C" KELMOR_EXPORT jint JNI_OnLoad(JavaVM* vm, void*)
 {
     PJNIHelper::setJavaVM(vm);
