@@ -49,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // an aligned copy of them.
     const std::vector<uint8_t> bytes(data + sizeof value, data + size);
     std::vector<char16_t> units(bytes.size() / 2 + 1, 0);
-    std::memcpy(units.data(), bytes.data(), bytes.size() / 2 * 2);
+    if (bytes.size() >= 2)
+        std::memcpy(units.data(), bytes.data(), bytes.size() / 2 * 2);
     if (value.vt == VTYPE_PWSTR) {
         value.pwstrVal = units.data();
         value.wstrLen %= static_cast<uint32_t>(units.size());

@@ -1,6 +1,7 @@
 // Loading the add-in library and driving one of its components as the platform does.
 #include "PHostLibrary.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 
@@ -40,7 +41,10 @@ PHostLibrary::PHostLibrary(const std::string& path)
 
 PHostLibrary::~PHostLibrary()
 {
-    if (m_handle)
+    // KELMOR_HOST_KEEP_LOADED keeps the code mapped, so that a leak report at exit can name
+    // the library's functions.
+    const char* keep = std::getenv("KELMOR_HOST_KEEP_LOADED");
+    if (m_handle && !(keep && *keep))
         dlclose(m_handle);
 }
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-// The loaded library and its five entry points. Unloaded by the destructor; components made
-// from it must be gone by then. A library that failed to load has isLoaded() false and
+// The loaded library and its five entry points. Unloaded by the destructor (unless the
+// environment sets KELMOR_HOST_KEEP_LOADED); components made from it must be gone by then. A library that failed to load has isLoaded() false and
 // errorText() saying why; its entry points are then null.
 class PHostLibrary {
 public:
