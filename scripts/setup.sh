@@ -14,6 +14,7 @@ native=(cmake make g++ python3 pkg-config
         android-liblog-dev openjdk-17-jdk-headless
         clang libclang-rt-14-dev)
 cross=(g++-aarch64-linux-gnu qemu-user
+       libc6:arm64 libstdc++6:arm64
        libtinyxml2-dev:arm64 libgtest-dev:arm64 android-liblog-dev:arm64)
 
 installed() {
