@@ -75,7 +75,9 @@ protected:
     {
         std::ofstream(path, std::ios::binary) << content;
     }
-    std::string path = ::testing::TempDir() + "PINIReaderFileTest.ini";
+    // One file per test: ctest runs the tests of this fixture in parallel processes.
+    std::string path = ::testing::TempDir() + "PINIReaderFileTest_" +
+                       ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".ini";
 };
 
 TEST_F(PINIReaderFileTest, settingsAreReadOnceAndKeptUntilThePathChanges)
