@@ -104,8 +104,10 @@ private:
 };
 
 // The base of every real device: adds a parameter bag that Device fills before open.
+// A device that a Java companion calls back is made with std::make_shared: the companion
+// holds a PJavaHandles handle to it, which needs the device's own shared owner.
 // Thread-safety: the bag is guarded by its own lock; the rest as PIODevice.
-class PIOCustomDevice : public PIODevice {
+class PIOCustomDevice : public PIODevice, public std::enable_shared_from_this<PIOCustomDevice> {
 public:
     PIOCustomDevice();
     ~PIOCustomDevice() override;
