@@ -134,6 +134,7 @@ public:
 
 private:
     friend class PJNIHelper;
+    friend class PJavaCompanion;
     PJNIClassObject(unsigned long id, const PJNIClass& cls);
 
     unsigned long m_id = 0;
