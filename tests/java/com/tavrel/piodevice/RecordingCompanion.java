@@ -1,0 +1,137 @@
+// A stand-in for the device companions that records every call and answers as a test says:
+// the way to force the failures that the real companions can't be made to show on demand.
+package com.tavrel.piodevice;
+
+import android.app.Activity;
+import android.bluetooth.BluetoothSocket;
+import java.net.Socket;
+import java.util.ArrayList;
+import java.util.List;
+
+/**
+ * Each subclass stands for one companion class and delivers through that class's native
+ * method. Settings are static and read on every call; reset() restores the defaults.
+ * With pumping on, open starts a thread that delivers pumpBlock as fast as it can until close.
+ */
+public abstract class RecordingCompanion {
+    private static final List<String> calls = new ArrayList<>(); // guarded by itself
+    public static volatile boolean openResult = true;
+    public static volatile String errorMessage = "";
+    public static volatile boolean throwing = false;
+    public static volatile boolean pumping = false;
+    public static volatile byte[] pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
+    /** The answer of the static lists; null is answered as null. */
+    public static volatile String listAnswer = "";
+    /** The handle that the last companion was made with. */
+    public static volatile long lastHandle;
+    public static volatile boolean listThrows = false;
+
+    protected final long handle;
+    private volatile boolean open;
+
+    protected RecordingCompanion(Activity activity, long handle) {
+        this.handle = handle;
+        lastHandle = handle;
+        record("new");
+    }
+
+    public static void reset() {
+        synchronized (calls) {
+            calls.clear();
+        }
+        openResult = true;
+        errorMessage = "";
+        throwing = false;
+        pumping = false;
+        pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
+        listAnswer = "";
+        listThrows = false;
+    }
+
+    /** The calls so far, one per line. */
+    public static String calls() {
+        synchronized (calls) {
+            return String.join("\n", calls);
+        }
+    }
+
+    protected static void record(String call) {
+        synchronized (calls) {
+            calls.add(call);
+        }
+        if (throwing)
+            throw new IllegalStateException("refused: " + call);
+    }
+
+    /** The native delivery of the class this stands for. */
+    protected abstract void deliver(byte[] data);
+
+    public boolean open(String parameters) {
+        record("open " + parameters);
+        open = openResult;
+        if (open && pumping) {
+            byte[] block = pumpBlock;
+            CompanionThreads.start("pump", () -> {
+                while (open)
+                    deliver(block);
+            });
+        }
+        return open;
+    }
+
+    public void close() {
+        open = false;
+        record("close");
+    }
+
+    public boolean write(byte[] data) {
+        record("write " + new String(data));
+        return openResult;
+    }
+
+    public String getLastErrorMessage() {
+        record("getLastErrorMessage");
+        return errorMessage;
+    }
+
+    public boolean isOpen() {
+        record("isOpen");
+        return open;
+    }
+
+    public void setConnected(Socket socket, long flags) {
+        record("setConnected socket " + flags);
+        open = true;
+    }
+
+    public void setConnected(BluetoothSocket socket, long flags) {
+        record("setConnected bluetooth " + flags);
+        open = true;
+    }
+
+    /** Delivers one block now, on the caller's thread. */
+    public void deliverNow(byte[] data) {
+        deliver(data);
+    }
+
+    public static String availibleDevices(Activity activity) {
+        return list("availibleDevices");
+    }
+
+    public static String availibleDevicesInfo(Activity activity) {
+        return list("availibleDevicesInfo");
+    }
+
+    public static String availibleDevices() {
+        return list("availibleDevices");
+    }
+
+    private static String list(String call) {
+        synchronized (calls) {
+            calls.add(call);
+        }
+        if (listThrows)
+            throw new IllegalStateException("no list");
+        return listAnswer;
+    }
+}

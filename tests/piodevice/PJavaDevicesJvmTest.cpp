@@ -1,0 +1,355 @@
+// The Java-backed devices against recording stand-ins of their companions: the exact
+// parameter strings and error texts, companion answers that are no answer, and deliveries that
+// race with close and destruction.
+#include "DeviceJvmFixture.h"
+#include "PBluetooth.h"
+#include "PJavaHandles.h"
+#include "PSerialPort.h"
+#include "PTcpSocket.h"
+#include "PUdpSocket.h"
+
+#include <atomic>
+#include <functional>
+
+namespace devicetest {
+namespace {
+
+class PJavaDevicesJvmTest : public DeviceJvmTest {
+protected:
+    void SetUp() override
+    {
+        DeviceJvmTest::SetUp();
+        useRecordingCompanions();
+    }
+
+    // Delivers a block through the exported function, as the companion made last would.
+    void deliverAsCompanion(void (*native)(JNIEnv*, jclass, jlong, jbyteArray), const std::string& bytes)
+    {
+        JNIEnv* env = kelmortest::jvmEnv();
+        jbyteArray array = strake::str2jbyteArray(env, bytes);
+        native(env, nullptr, static_cast<jlong>(lastHandle()), array);
+        env->DeleteLocalRef(array);
+    }
+};
+
+TEST_F(PJavaDevicesJvmTest, serialPortSendsItsSettingsOnceAndKeepsItsCompanion)
+{
+    auto port = std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 7, PSerialPort::TwoStop,
+                                              PSerialPort::EvenParity, PSerialPort::NoFlowControl);
+    EXPECT_TRUE(port->close());
+    EXPECT_EQ(recordedCalls(), "") << "close of a port never opened calls nothing";
+
+    ASSERT_TRUE(port->open(PIODevice::OpenRead));
+    EXPECT_TRUE(port->open(PIODevice::OpenRead));
+    EXPECT_TRUE(port->close());
+    setRecording("openResult", false);
+    EXPECT_FALSE(port->open(PIODevice::OpenRead | PIODevice::OpenBuffered));
+    EXPECT_EQ(port->getLastError().code(), 200);
+    EXPECT_EQ(port->getLastError().message(), PString("Failed to open tcpsocket device. Check connection."));
+    setRecording("errorMessage", "port busy");
+    EXPECT_FALSE(port->open(PIODevice::OpenRead));
+    EXPECT_EQ(port->getLastError().code(), 2);
+    EXPECT_EQ(port->getLastError().message(), PString("port busy"));
+    EXPECT_EQ(recordedCalls(),
+              "new\n"
+              "open portid=/dev/ttyACM0;speed=9600;data_bits=7;stop_bits=2;parity=2;flags=1;\n"
+              "close\n"
+              "open portid=/dev/ttyACM0;speed=9600;data_bits=7;stop_bits=2;parity=2;flags=257;\n"
+              "getLastErrorMessage\n"
+              "open portid=/dev/ttyACM0;speed=9600;data_bits=7;stop_bits=2;parity=2;flags=1;\n"
+              "getLastErrorMessage");
+}
+
+TEST_F(PJavaDevicesJvmTest, serialPortHandsBlocksToTheCallbackAndBuffersOnlyWhenAsked)
+{
+    Recorder recorder;
+    auto port = std::make_shared<PSerialPort>();
+    port->setPortID("/dev/ttyUSB3");
+    port->setParameter(PString("alias"), PVariant("COM2"));
+    port->setCallback(recorder.callback());
+    ASSERT_TRUE(port->open(PIODevice::OpenRead));
+    deliverAsCompanion(&Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData, "A1\r");
+    deliverAsCompanion(&Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData, "");
+    ASSERT_EQ(recorder.events().size(), 1u);
+    EXPECT_EQ(port->availibleBytes(), 0u) << "flags 1 open no buffer";
+    const auto event = recorder.events()[0];
+    EXPECT_EQ(event->type(), 17);
+    EXPECT_EQ(event->value(PString("input")).toByteArray(), PByteArray("A1\r"));
+    EXPECT_TRUE(event->value(PString("keyboard_input")).toByteArray().isEmpty());
+    EXPECT_EQ(event->value(PString("dev_id")).toPString(), PString("/dev/ttyUSB3"));
+    EXPECT_EQ(event->value(PString("dev_type")).toPString(), PString("serial"));
+    EXPECT_EQ(event->value(PString("dev_state")).toInt(), 0);
+    EXPECT_EQ(event->value(PString("dev_alias")).toPString(), PString("COM2"));
+
+    port->close();
+    ASSERT_TRUE(port->open(PIODevice::OpenRead | PIODevice::OpenBuffered));
+    deliverAsCompanion(&Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData, "B2\r");
+    EXPECT_EQ(recorder.events().size(), 2u);
+    EXPECT_EQ(port->readAll(), PByteArray("B2\r"));
+    EXPECT_EQ(port->write(std::string("hi")), 2u);
+    port->close();
+    deliverAsCompanion(&Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData, "late");
+    EXPECT_EQ(recorder.events().size(), 2u) << "a closed port raises nothing";
+    EXPECT_EQ(port->write(std::string("x")), 0u);
+    EXPECT_EQ(port->getLastError().message(), PString("device not opened"));
+
+    const long long handle = lastHandle();
+    port.reset();
+    deliverAsCompanion(&Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData, "gone");
+    EXPECT_EQ(PJavaHandles::find<PSerialPort>(handle), nullptr);
+}
+
+TEST_F(PJavaDevicesJvmTest, socketsSendAddressPortAndTimeoutAndTellTheirOwnFailures)
+{
+    auto tcp = std::make_shared<PTcpSocket>(PString("scanner.local"), 7000);
+    ASSERT_TRUE(tcp->open(PIODevice::OpenReadWrite));
+    tcp->setParameter(PString("timeout"), PVariant(250));
+    EXPECT_TRUE(tcp->connectToHost(PString("10.1.1.1"), 7001, PIODevice::OpenRead));
+    tcp->close();
+    EXPECT_TRUE(tcp->waitForBytesWriten(0));
+    setRecording("openResult", false);
+    EXPECT_FALSE(tcp->open(PIODevice::OpenRead));
+    EXPECT_EQ(tcp->getLastError().code(), 200);
+    EXPECT_EQ(tcp->getLastError().message(), PString("Failed to open tcp socket. Check connection."));
+    EXPECT_EQ(recordedCalls(),
+              "new\nopen timeout=5000;address=scanner.local;port=7000;flags=3;\nclose\n"
+              "new\nopen timeout=250;address=10.1.1.1;port=7001;flags=1;\nclose\n"
+              "new\nopen timeout=250;address=10.1.1.1;port=7001;flags=1;\ngetLastErrorMessage");
+
+    useRecordingCompanions();
+    auto udp = std::make_shared<PUdpSocket>();
+    EXPECT_FALSE(udp->open(PIODevice::OpenRead));
+    EXPECT_EQ(udp->getLastError().message(), PString("no device address set"));
+    udp->setAddress(PString("127.0.0.1"));
+    ASSERT_TRUE(udp->open(PIODevice::OpenRead));
+    udp->close();
+    ASSERT_TRUE(udp->broadcast(7002, PIODevice::OpenReadWrite));
+    deliverAsCompanion(&Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreData, "x");
+    EXPECT_EQ(udp->availibleBytes(), 0u) << "a broadcast socket only writes";
+    udp->close();
+    setRecording("openResult", false);
+    EXPECT_FALSE(udp->bindTo(PString("127.0.0.1"), 7003, PIODevice::OpenRead));
+    EXPECT_EQ(udp->getLastError().code(), 200);
+    EXPECT_EQ(udp->getLastError().message(), PString("Failed to open udp socket. Check connection."));
+    EXPECT_EQ(udp->availibleBytes(), 0u);
+    EXPECT_EQ(recordedCalls(),
+              "new\nopen timeout=5000;address=127.0.0.1;port=5000;flags=1;\nclose\n"
+              "open timeout=5000;address=BROADCAST;port=7002;flags=2;\nclose\n"
+              "open timeout=5000;address=127.0.0.1;port=7003;flags=1;\ngetLastErrorMessage\nclose");
+}
+
+TEST_F(PJavaDevicesJvmTest, errorReportedFromJavaClosesTheSocketUntilTheNextOpen)
+{
+    Recorder recorder;
+    auto tcp = std::make_shared<PTcpSocket>(PString("127.0.0.1"), 7000);
+    tcp->setErrorCallback(recorder.errorCallback());
+    ASSERT_TRUE(tcp->open(PIODevice::OpenRead));
+    std::atomic<bool> woke{false};
+    std::thread waiter([&] {
+        tcp->waitForReadyRead(-1);
+        woke = true;
+    });
+    JNIEnv* env = kelmortest::jvmEnv();
+    jstring message = env->NewStringUTF("link lost");
+    Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreError(env, nullptr, lastHandle(), 5, message);
+    env->DeleteLocalRef(message);
+    waiter.join();
+    EXPECT_TRUE(woke.load());
+    EXPECT_FALSE(tcp->isOpen());
+    EXPECT_EQ(tcp->getLastError().code(), 5);
+    EXPECT_EQ(tcp->getLastError().message(), PString("link lost"));
+    ASSERT_EQ(recorder.errors().size(), 1u);
+    EXPECT_EQ(recorder.errors()[0].code(), 5);
+    ASSERT_TRUE(tcp->open(PIODevice::OpenRead));
+    EXPECT_EQ(tcp->getLastError().code(), 0);
+}
+
+TEST_F(PJavaDevicesJvmTest, bluetoothAsksItsCompanionAndMakesANewOneAtEachOpen)
+{
+    auto device = std::make_shared<PBluetooth>();
+    EXPECT_FALSE(device->open(PIODevice::OpenRead));
+    EXPECT_EQ(device->getLastError().message(), PString("no device address set"));
+    EXPECT_EQ(recordedCalls(), "") << "no companion is made without an address";
+
+    device = std::make_shared<PBluetooth>(PString("00:11:22:33:44:55"));
+    ASSERT_TRUE(device->open(PIODevice::OpenRead));
+    EXPECT_TRUE(device->isOpen());
+    EXPECT_TRUE(device->close());
+    EXPECT_EQ(device->getLastError().message(), PString("Current object is invalid"));
+    setRecording("openResult", false);
+    EXPECT_FALSE(device->open(PIODevice::OpenRead));
+    EXPECT_EQ(device->getLastError().message(),
+              PString("Failed to open bluetooth device. Check connection."));
+    EXPECT_EQ(recordedCalls(),
+              "new\nopen address=00:11:22:33:44:55;flags=1;\nisOpen\nisOpen\nclose\n"
+              "new\nopen address=00:11:22:33:44:55;flags=1;\ngetLastErrorMessage");
+}
+
+TEST_F(PJavaDevicesJvmTest, deviceNotOwnedBySharedPointerCannotOpen)
+{
+    PSerialPort port;
+    port.setPortID("/dev/ttyACM0");
+    EXPECT_FALSE(port.open(PIODevice::OpenRead));
+    EXPECT_EQ(port.getLastError().code(), 2);
+    EXPECT_EQ(port.getLastError().message(),
+              PString("a device that Java calls back must be made with std::make_shared"));
+    EXPECT_EQ(recordedCalls(), "");
+}
+
+TEST_F(PJavaDevicesJvmTest, listsThatAreNoAnswerGiveNothingAndLeaveNoPendingException)
+{
+    setRecording("listAnswer", "QQ==;;Qg==;");
+    const auto ports = getAvailibleSerialPorts();
+    ASSERT_EQ(ports.size(), 3u);
+    EXPECT_EQ(ports[0].portId, PString("A"));
+    EXPECT_EQ(ports[1].portId, PString(""));
+    EXPECT_EQ(ports[2].name, PString("COM3"));
+
+    for (const char* answer : {static_cast<const char*>(nullptr), "", "<Devices", "not xml", "<Other/>"}) {
+        SCOPED_TRACE(answer ? answer : "null");
+        setRecording("listAnswer", answer);
+        if (!answer || !*answer)
+            EXPECT_TRUE(PSerialPort::getAvailiblePorts().empty());
+        EXPECT_TRUE(PSerialPort::getAvailiblePortsInfo().empty());
+        EXPECT_EQ(PBluetooth::availibleDevices().size(), answer && *answer ? 1u : 0u);
+        EXPECT_FALSE(kelmortest::jvmEnv()->ExceptionCheck());
+    }
+    setRecording("listThrows", true);
+    EXPECT_TRUE(PSerialPort::getAvailiblePorts().empty());
+    EXPECT_TRUE(PSerialPort::getAvailiblePortsInfo().empty());
+    EXPECT_TRUE(PBluetooth::availibleDevices().empty());
+    EXPECT_FALSE(kelmortest::jvmEnv()->ExceptionCheck());
+
+    setRecording("throwing", true);
+    auto port = std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 8, PSerialPort::OneStop,
+                                              PSerialPort::NoParity, PSerialPort::NoFlowControl);
+    EXPECT_FALSE(port->open(PIODevice::OpenRead)) << "a companion whose constructor throws";
+    EXPECT_FALSE(kelmortest::jvmEnv()->ExceptionCheck());
+}
+
+// ---- deliveries against close and destruction --------------------------------------------
+
+// One device of each kind, made with an address that its companion accepts.
+struct Kind {
+    const char* name;
+    const char* javaClass;
+    std::function<std::shared_ptr<PIODevice>()> make;
+};
+
+const std::vector<Kind>& kinds()
+{
+    static const std::vector<Kind> all = {
+        {"serial", PSerialPort::JavaClass, [] { return std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 8, PSerialPort::OneStop, PSerialPort::NoParity, PSerialPort::NoFlowControl); }},
+        {"tcp", PTcpSocket::JavaClass, [] { return std::make_shared<PTcpSocket>(PString("127.0.0.1"), 7000); }},
+        {"udp", PUdpSocket::JavaClass, [] {
+             auto udp = std::make_shared<PUdpSocket>();
+             udp->setAddress(PString("127.0.0.1"));
+             return udp;
+         }},
+        {"bluetooth", PBluetooth::JavaClass, [] { return std::make_shared<PBluetooth>(PString("00:11:22:33:44:55")); }},
+    };
+    return all;
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr int kCycles = 2500;  // ASan makes a cycle about four times dearer: kept under a minute
+#else
+constexpr int kCycles = 10000;
+#endif
+
+// Open, let the pump deliver, close: over and over, while the pump goes as fast as it can.
+class PJavaDeviceStressJvmTest : public PJavaDevicesJvmTest,
+                                 public ::testing::WithParamInterface<size_t> {};
+
+TEST_P(PJavaDeviceStressJvmTest, openStreamCloseCyclesLeakNothing)
+{
+    const Kind& kind = kinds()[GetParam()];
+    setRecording("pumping", true);
+    ASSERT_TRUE(PJNIHelper::getClass(PString(kind.javaClass)).isValid());  // pinned for the connection
+    const long globalRefs = kelmortest::jniGlobalRefCount();
+    const size_t handles = PJavaHandles::count();
+    Counter events;
+    for (int cycle = 0; cycle < kCycles; ++cycle) {
+        auto device = kind.make();
+        device->setCallback([&](PEvent*) { events.raise(); });
+        const long before = events.value();
+        ASSERT_TRUE(device->open(PIODevice::OpenReadWrite));
+        ASSERT_TRUE(events.waitAbove(before));
+        device->close();
+    }
+    EXPECT_TRUE(companionThreadsEnded());
+    EXPECT_EQ(PJavaHandles::count(), handles);
+    EXPECT_EQ(kelmortest::jniGlobalRefCount(), globalRefs);
+}
+
+INSTANTIATE_TEST_SUITE_P(EachDevice, PJavaDeviceStressJvmTest, ::testing::Range<size_t>(0, 4),
+                         [](const auto& info) { return std::string(kinds()[info.param].name); });
+
+TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceFromInsideItsCallback)
+{
+    setRecording("pumping", true);
+    for (const Kind& kind : kinds()) {
+        SCOPED_TRACE(kind.name);
+        for (bool drop : {false, true}) {
+            std::mutex mutex;  // guards owner
+            std::shared_ptr<PIODevice> owner = kind.make();
+            std::weak_ptr<PIODevice> watched = owner;
+            PIODevice* raw = owner.get();
+            Counter calls;
+            owner->setCallback([&, raw, drop](PEvent*) {
+                calls.raise();
+                if (drop) {
+                    std::lock_guard<std::mutex> lock(mutex);
+                    owner.reset();
+                } else {
+                    raw->close();
+                }
+            });
+            ASSERT_TRUE(owner->open(PIODevice::OpenReadWrite));
+            ASSERT_TRUE(calls.waitAbove(0));
+            if (drop)
+                EXPECT_TRUE(eventually([&] { return watched.expired(); }));
+            EXPECT_TRUE(companionThreadsEnded());
+            EXPECT_EQ(calls.value(), 1) << "nothing more reaches a closed device";
+            std::lock_guard<std::mutex> lock(mutex);
+            owner.reset();
+        }
+    }
+}
+
+TEST_F(PJavaDevicesJvmTest, deviceDroppedDuringADeliveryGoesWhenTheDeliveryEnds)
+{
+    setRecording("pumping", true);
+    for (const Kind& kind : kinds()) {
+        SCOPED_TRACE(kind.name);
+        std::mutex mutex;  // guards inside and release
+        std::condition_variable changed;
+        bool inside = false;
+        bool release = false;
+        std::shared_ptr<PIODevice> device = kind.make();
+        std::weak_ptr<PIODevice> watched = device;
+        device->setCallback([&](PEvent*) {
+            std::unique_lock<std::mutex> lock(mutex);
+            inside = true;
+            changed.notify_all();
+            changed.wait_until(lock, Clock::now() + kDeadline, [&] { return release; });
+        });
+        ASSERT_TRUE(device->open(PIODevice::OpenReadWrite));
+        {
+            std::unique_lock<std::mutex> lock(mutex);
+            ASSERT_TRUE(changed.wait_until(lock, Clock::now() + kDeadline, [&] { return inside; }));
+        }
+        device.reset();  // the host lets go while the delivery is inside the callback
+        EXPECT_FALSE(watched.expired());
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            release = true;
+            changed.notify_all();
+        }
+        EXPECT_TRUE(eventually([&] { return watched.expired(); }));
+        EXPECT_TRUE(companionThreadsEnded());
+    }
+}
+
+}
+}
