@@ -27,27 +27,6 @@ public:
     using ErrorCallback = std::function<void(const PError&)>;
     using DebugMessageHandler = PDebugMessageHandler;
 
-    // Parameter names read by the processors.
-    static const PString& PrefixKey();
-    static const PString& SuffixKey();
-    static const PString& OutputDataTypeKey();
-    static const PString& EquipmentTypeKey();
-    static const PString& DevIdKey();
-    static const PString& EventNameKey();
-    static const PString& COMEncodingKey();
-    static const PString& GSKeyCodeKey();
-    static const PString& PreviewModeKey();
-    // Event keys on the input path.
-    static const PString& InputKey();
-    static const PString& KeyboardInputKey();
-    static const PString& StolenKey();
-    static const PString& DevIdEventKey();
-    static const PString& DevTypeEventKey();
-    static const PString& DevStateEventKey();
-    static const PString& DevAliasEventKey();
-    static const PString& AcceptStatusKey();
-    static const PString& UnprocessedInputKey();
-
     PInputProcessor();
     PInputProcessor(const PInputProcessor&) = delete;
     PInputProcessor& operator=(const PInputProcessor&) = delete;
