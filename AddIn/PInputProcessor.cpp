@@ -2,16 +2,17 @@
 #include "PInputProcessor.h"
 
 #include "PEventKeys.h"
-#include "PPropertyBag.h"
+#include "PLockedMap.h"
 #include "StrakeText.h"
 
 #include <atomic>
 #include <mutex>
 
 struct PInputProcessorPrivate {
-    // Guards the parameters and both callbacks, and is held while a callback runs.
+    // Guards both callbacks, and is held while a callback runs.
     mutable std::mutex lock;
-    KeyValue<PString, PVariant> parameters;
+    // Under a lock of its own, so that a callback may read the parameters.
+    PLockedMap parameters;
     PInputProcessor::Callback callback;
     PInputProcessor::ErrorCallback errorCallback;
     // Read on the device thread without the lock; swapped whole by atomic shared_ptr access.
@@ -58,13 +59,11 @@ void PInputProcessor::processError(const PError& error)
 
 void PInputProcessor::setParameter(const PString& name, const PVariant& value)
 {
-    std::lock_guard<std::mutex> guard(d->lock);
     d->parameters.setValue(name, value);
 }
 
 PVariant PInputProcessor::parameter(const PString& name, const PVariant& fallback) const
 {
-    std::lock_guard<std::mutex> guard(d->lock);
     return d->parameters.value(name, fallback);
 }
 

@@ -16,9 +16,10 @@ struct PInputProcessorPrivate;
 // Derived processors cut what a device event holds into messages and hand each finished
 // event to the base processInput, which calls the input callback.
 // An object with identity: not copyable; owned by its Device.
-// Thread-safety: one lock guards the parameters and both callbacks, and is held while a
-// callback runs: a callback must not call back into the same processor. The debug handler
-// may be read from any thread at any time.
+// Thread-safety: the parameters have a lock of their own and may be used from any thread, a
+// callback included. One lock guards both callbacks and is held while a callback runs: a
+// callback must not hand input to the same processor or change its callbacks. The debug
+// handler may be read from any thread at any time.
 // Failure: nothing is reported; an exception thrown by a callback passes through after the
 // lock is released.
 class PInputProcessor {
