@@ -35,7 +35,7 @@ constexpr std::chrono::seconds kDeadline{10};
 class RedirectingHelper : public IHostAndroidHelper {
 public:
     bool recording = false;
-    jobject getActivity() override { return kelmortest::androidHelper().getActivity(); }
+    jobject getActivity() override { return PHostJvm::androidHelper().getActivity(); }
     jclass findClass(const char16_t* className) override;
 };
 
@@ -168,7 +168,7 @@ struct Local {
 
 inline Local findClass(const char16_t* name)
 {
-    return Local{kelmortest::jvmEnv(), kelmortest::androidHelper().findClass(name)};
+    return Local{PHostJvm::env(), PHostJvm::androidHelper().findClass(name)};
 }
 
 inline void bind(const char16_t* className, const char* name, const char* signature, void* function)
@@ -176,12 +176,12 @@ inline void bind(const char16_t* className, const char* name, const char* signat
     Local cls = findClass(className);
     ASSERT_NE(cls.ref, nullptr);
     JNINativeMethod method{const_cast<char*>(name), const_cast<char*>(signature), function};
-    ASSERT_EQ(kelmortest::jvmEnv()->RegisterNatives(cls.cls(), &method, 1), JNI_OK);
+    ASSERT_EQ(PHostJvm::env()->RegisterNatives(cls.cls(), &method, 1), JNI_OK);
 }
 
 inline void checkNoException()
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     EXPECT_FALSE(env->ExceptionCheck());
     if (env->ExceptionCheck()) {
         env->ExceptionDescribe();
@@ -202,7 +202,7 @@ inline jclass RedirectingHelper::findClass(const char16_t* className)
     auto found = stand_ins.find(className);
     if (recording && found != stand_ins.end())
         className = found->second.c_str();
-    return kelmortest::androidHelper().findClass(className);
+    return PHostJvm::androidHelper().findClass(className);
 }
 
 inline PIODevice::Callback Recorder::callback()
@@ -261,7 +261,7 @@ inline std::vector<PError> Recorder::errors()
 inline void DeviceJvmTest::SetUp()
 {
     kelmortest::JvmTest::SetUp();
-    JNI_OnLoad(kelmortest::jvm(), nullptr);
+    JNI_OnLoad(PHostJvm::vm(), nullptr);
     using detail::bind;
     bind(u"com.tavrel.piodevice.PSerialPort", "PSerialPortStoreData", "(J[B)V",
          reinterpret_cast<void*>(&Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData));
@@ -289,7 +289,7 @@ inline void DeviceJvmTest::TearDown()
 inline void DeviceJvmTest::useRecordingCompanions()
 {
     m_helper.recording = true;
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     detail::Local cls = detail::findClass(u"com.tavrel.piodevice.RecordingCompanion");
     env->CallStaticVoidMethod(cls.cls(), env->GetStaticMethodID(cls.cls(), "reset", "()V"));
     detail::checkNoException();
@@ -297,7 +297,7 @@ inline void DeviceJvmTest::useRecordingCompanions()
 
 inline void DeviceJvmTest::setRecording(const char* field, bool value)
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     detail::Local cls = detail::findClass(u"com.tavrel.piodevice.RecordingCompanion");
     env->SetStaticBooleanField(cls.cls(), env->GetStaticFieldID(cls.cls(), field, "Z"),
                                value ? JNI_TRUE : JNI_FALSE);
@@ -306,7 +306,7 @@ inline void DeviceJvmTest::setRecording(const char* field, bool value)
 
 inline void DeviceJvmTest::setRecording(const char* field, const char* text)
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     detail::Local cls = detail::findClass(u"com.tavrel.piodevice.RecordingCompanion");
     detail::Local value{env, text ? env->NewStringUTF(text) : nullptr};
     env->SetStaticObjectField(cls.cls(), env->GetStaticFieldID(cls.cls(), field, "Ljava/lang/String;"),
@@ -326,7 +326,7 @@ inline std::string recordedText(JNIEnv* env, jobject text)
 
 inline std::string DeviceJvmTest::recordedCalls()
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     detail::Local cls = detail::findClass(u"com.tavrel.piodevice.RecordingCompanion");
     detail::Local text{env, env->CallStaticObjectMethod(
                                 cls.cls(), env->GetStaticMethodID(cls.cls(), "calls", "()Ljava/lang/String;"))};
@@ -336,14 +336,14 @@ inline std::string DeviceJvmTest::recordedCalls()
 
 inline long long DeviceJvmTest::lastHandle()
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     detail::Local cls = detail::findClass(u"com.tavrel.piodevice.RecordingCompanion");
     return env->GetStaticLongField(cls.cls(), env->GetStaticFieldID(cls.cls(), "lastHandle", "J"));
 }
 
 inline void DeviceJvmTest::setProperty(const char* key, const char* value)
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     detail::Local cls = detail::findClass(u"java.lang.System");
     detail::Local name{env, env->NewStringUTF(key)};
     if (value) {
@@ -365,7 +365,7 @@ inline void DeviceJvmTest::setProperty(const char* key, const char* value)
 
 inline void DeviceJvmTest::registerBluetooth(const char* address, const char* name, const char* endpoint)
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     detail::Local cls = detail::findClass(u"com.tavrel.piodevice.PBluetooth");
     detail::Local a{env, env->NewStringUTF(address)}, n{env, env->NewStringUTF(name)},
         e{env, env->NewStringUTF(endpoint)};
@@ -378,7 +378,7 @@ inline void DeviceJvmTest::registerBluetooth(const char* address, const char* na
 
 inline void DeviceJvmTest::unregisterBluetooth(const char* address)
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     detail::Local cls = detail::findClass(u"com.tavrel.piodevice.PBluetooth");
     detail::Local a{env, env->NewStringUTF(address)};
     env->CallStaticVoidMethod(
@@ -388,7 +388,7 @@ inline void DeviceJvmTest::unregisterBluetooth(const char* address)
 
 inline bool DeviceJvmTest::companionThreadsEnded()
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     detail::Local cls = detail::findClass(u"com.tavrel.piodevice.CompanionThreads");
     const bool ended = env->CallStaticBooleanMethod(
                            cls.cls(), env->GetStaticMethodID(cls.cls(), "awaitNone", "(J)Z"),

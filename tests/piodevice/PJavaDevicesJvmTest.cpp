@@ -25,7 +25,7 @@ protected:
     // Delivers a block through the exported function, as the companion made last would.
     void deliverAsCompanion(void (*native)(JNIEnv*, jclass, jlong, jbyteArray), const std::string& bytes)
     {
-        JNIEnv* env = kelmortest::jvmEnv();
+        JNIEnv* env = PHostJvm::env();
         jbyteArray array = strake::str2jbyteArray(env, bytes);
         native(env, nullptr, static_cast<jlong>(lastHandle()), array);
         env->DeleteLocalRef(array);
@@ -149,7 +149,7 @@ TEST_F(PJavaDevicesJvmTest, errorReportedFromJavaClosesTheSocketUntilTheNextOpen
         tcp->waitForReadyRead(-1);
         woke = true;
     });
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     jstring message = env->NewStringUTF("link lost");
     Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreError(env, nullptr, lastHandle(), 5, message);
     env->DeleteLocalRef(message);
@@ -212,19 +212,19 @@ TEST_F(PJavaDevicesJvmTest, listsThatAreNoAnswerGiveNothingAndLeaveNoPendingExce
             EXPECT_TRUE(PSerialPort::getAvailiblePorts().empty());
         EXPECT_TRUE(PSerialPort::getAvailiblePortsInfo().empty());
         EXPECT_EQ(PBluetooth::availibleDevices().size(), answer && *answer ? 1u : 0u);
-        EXPECT_FALSE(kelmortest::jvmEnv()->ExceptionCheck());
+        EXPECT_FALSE(PHostJvm::env()->ExceptionCheck());
     }
     setRecording("listThrows", true);
     EXPECT_TRUE(PSerialPort::getAvailiblePorts().empty());
     EXPECT_TRUE(PSerialPort::getAvailiblePortsInfo().empty());
     EXPECT_TRUE(PBluetooth::availibleDevices().empty());
-    EXPECT_FALSE(kelmortest::jvmEnv()->ExceptionCheck());
+    EXPECT_FALSE(PHostJvm::env()->ExceptionCheck());
 
     setRecording("throwing", true);
     auto port = std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 8, PSerialPort::OneStop,
                                               PSerialPort::NoParity, PSerialPort::NoFlowControl);
     EXPECT_FALSE(port->open(PIODevice::OpenRead)) << "a companion whose constructor throws";
-    EXPECT_FALSE(kelmortest::jvmEnv()->ExceptionCheck());
+    EXPECT_FALSE(PHostJvm::env()->ExceptionCheck());
 }
 
 // ---- deliveries against close and destruction --------------------------------------------
@@ -266,7 +266,7 @@ TEST_P(PJavaDeviceStressJvmTest, openStreamCloseCyclesLeakNothing)
     const Kind& kind = kinds()[GetParam()];
     setRecording("pumping", true);
     ASSERT_TRUE(PJNIHelper::getClass(PString(kind.javaClass)).isValid());  // pinned for the connection
-    const long globalRefs = kelmortest::jniGlobalRefCount();
+    const long globalRefs = PHostJvm::globalRefCount();
     const size_t handles = PJavaHandles::count();
     Counter events;
     for (int cycle = 0; cycle < kCycles; ++cycle) {
@@ -279,7 +279,7 @@ TEST_P(PJavaDeviceStressJvmTest, openStreamCloseCyclesLeakNothing)
     }
     EXPECT_TRUE(companionThreadsEnded());
     EXPECT_EQ(PJavaHandles::count(), handles);
-    EXPECT_EQ(kelmortest::jniGlobalRefCount(), globalRefs);
+    EXPECT_EQ(PHostJvm::globalRefCount(), globalRefs);
 }
 
 INSTANTIATE_TEST_SUITE_P(EachDevice, PJavaDeviceStressJvmTest, ::testing::Range<size_t>(0, 4),
