@@ -19,6 +19,9 @@ struct PSerialPortPrivate {
     char eol = 13;
     PDeviceBuffers buffers;
     PDeviceCompanion companion;
+    // What each event says of the port, made at open (the settings don't change while open).
+    PString eventId;
+    PVariant eventAlias;
 };
 
 PSerialPort::PSerialPort() : d(new PSerialPortPrivate) {}
@@ -101,6 +104,8 @@ bool PSerialPort::open(int flags)
             {"parity", PString(std::to_string(d->parity))},
             {"flags", PString(std::to_string(flags))},
         });
+        d->eventId = PString(d->portId);
+        d->eventAlias = parameter(PString("alias"));
         if (companion->callBoolean("open", parameters)) {
             PIODevice::open(flags);
         } else {
@@ -186,8 +191,8 @@ void PSerialPort::onReceive(const PByteArray& data)
         return;
     if (isOpen()) {
         if (const Callback notify = callback()) {
-            PIODeviceEvent event = PJavaDevice::deviceEvent(data, PString(d->portId), "serial",
-                                                            parameter(PString("alias")));
+            PIODeviceEvent event =
+                PJavaDevice::deviceEvent(data, d->eventId, "serial", d->eventAlias);
             notify(&event);
         }
     }

@@ -307,7 +307,9 @@ std::vector<PString> PString::split(const PString& separator, bool keepTail) con
 
 size_t PString::hash() const
 {
-    return std::hash<std::wstring>()(toStdWString());
+    // Over the units themselves: equal texts have equal units, and no conversion is made on
+    // every look-up of an event's or a bag's key.
+    return std::hash<std::u16string>()(d->text);
 }
 
 PString operator+(const PString& a, const PString& b)
