@@ -34,12 +34,13 @@ public:
     static void close();
     // Every id, in the table's order.
     static std::vector<PString> DevicesIds();
-    // The last error of the calling thread.
+    // The last error of the calling thread; read it after a failed call (a thread that never
+    // failed may see the error of a thread that ended before it under the same id).
     static PError getLastError();
 
     // The rule checked before any device exists: "Port" 0 with "Suffix" -1 (compared by
-    // their text) is keyboard mode without a message end, code 100. Convention of
-    // PError::raise when out is null.
+    // their text) is keyboard mode without a message end, code 100. The error goes to out
+    // when out is not null.
     static bool isSettingsAllowed(const PPropertyBag& settings, PError* out);
     // No rule to compare by: false for every bag.
     static bool isAlreadyOpened(const PPropertyBag& settings);
