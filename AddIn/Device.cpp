@@ -544,12 +544,15 @@ void Device::initDebug(const PPropertyBag& settings)
     PDebugMessageHandler handler;
     std::shared_ptr<PSysLog> sysLog;
     const int logType = intOf(settings, "LogType", -1);
+    // Made only for a log: an open without one pays nothing for it.
     std::string name;
-    if (settings.hasKey(PString("DevId")))
-        name = textOf(settings, "DevId").toStdString();
-    else
-        name = "Kelmor_" + threadIdText() + "_" +
-               std::to_string(PRandom::randomI(0, std::numeric_limits<unsigned int>::max()));
+    if (logType == 0 || logType == 1) {
+        if (settings.hasKey(PString("DevId")))
+            name = textOf(settings, "DevId").toStdString();
+        else
+            name = "Kelmor_" + threadIdText() + "_" +
+                   std::to_string(PRandom::randomI(0, std::numeric_limits<unsigned int>::max()));
+    }
 
     if (logType == 0) {
         const std::string path = textOf(settings, "LogFilePath").toStdString();

@@ -280,7 +280,6 @@ TEST_F(DeviceTest, closeDuringOpenLeavesTheClosingToTheOpen)
 
 TEST_F(DeviceTest, registryClosesWhileAnotherThreadDelivers)
 {
-    factory->keepDevices = true;
     for (int round = 0; round < 50; ++round) {
         PString id;
         auto device = DeviceManager::create("InputDevice", &id);

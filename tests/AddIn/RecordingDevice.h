@@ -74,19 +74,14 @@ public:
     std::shared_ptr<PIOCustomDevice> make(const PDeviceSpec& spec) override
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (makeNothing)
-            return nullptr;
         PError failure;
         if (failures > 0) {
             --failures;
             failure = this->failure;
         }
         auto device = std::make_shared<RecordingDevice>(spec, failure);
-        if (onOpen)
-            device->onOpen = onOpen;
-        if (keepDevices)
-            m_made.push_back(device);
-        ++m_count;
+        device->onOpen = onOpen;
+        m_made.push_back(device);
         return device;
     }
     std::vector<PSerialPortEntry> serialPorts() override { return ports; }
@@ -102,25 +97,17 @@ public:
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_made;
     }
-    int count()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_count;
-    }
+    int count() { return static_cast<int>(made().size()); }
 
     std::vector<PSerialPortEntry> ports;
     std::vector<PBluetoothEntry> bluetooth;
     int failures = 0;
     PError failure{PError::DeviceFailure, PString("no answer")};
-    bool makeNothing = false;
-    // Off for a fuzz run: the devices then go with their Device.
-    bool keepDevices = true;
     std::function<void(RecordingDevice&)> onOpen;
 
 private:
-    std::mutex m_mutex;  // guards m_made, m_count and the failure count
+    std::mutex m_mutex;  // guards m_made and the failure count
     std::vector<std::shared_ptr<RecordingDevice>> m_made;
-    int m_count = 0;
 };
 
 // Puts a factory in place for a scope and brings back the build's own after it.
