@@ -2,6 +2,7 @@
 #include "PVKObjectManager.h"
 
 #include "AddInNative.h"
+#include "DeviceManager.h"
 #include "PGlobal.h"
 #include "PJavaConnection.h"
 #include "PLogger.h"
@@ -48,6 +49,7 @@ void PVKObjectManager::destroy(IComponentBase* object)
     }
     // The last component takes the process-wide state down; the next one builds it again.
     if (r.objects.empty()) {
+        DeviceManager::close();
         if (!strake::getTranslation()->isEmpty())
             strake::getTranslation()->clear();
         strake::disconnectJava();

@@ -1042,4 +1042,15 @@ bool disconnectJava()
     return PJNIHelper::disconnect();
 }
 
+bool callJavaStaticWithText(const PString& className, const PString& method, const PString& text)
+{
+    JNIEnv* env = getJniEnv();
+    PJNIClass cls = PJNIHelper::getClass(className);
+    if (!env || !cls.isValid())
+        return false;
+    LocalRef argument(env, str2jstr(env, text.toTavrelString()));
+    cls.callStaticVoidMethod(method, "(Ljava/lang/String;)V", argument.get());
+    return !cls.lastError().isError();
+}
+
 }

@@ -14,5 +14,9 @@ namespace strake {
 bool connectJava(IAddInDefBaseEx* host, const PString& javaLibrary);
 // Drops every Java reference of the layer; false when there is no VM to do it with.
 bool disconnectJava();
+// Calls the static void method of the class that takes one String, with the text. False when
+// Java can't be reached (no VM, no connection, no such class or method); a Java exception is
+// cleared and counts as a call made.
+bool callJavaStaticWithText(const PString& className, const PString& method, const PString& text);
 
 }

@@ -1,0 +1,64 @@
+// The Java side of the device log in a real VM: the tag of the system log and the file of
+// the Java log reach com.tavrel.strake.PLogger.
+#include "Device.h"
+
+#include "JvmTest.h"
+#include "PHostConnection.h"
+#include "PJNIHelper.h"
+#include "RecordingDevice.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+extern "C" jint JNI_OnLoad(JavaVM*, void*);
+
+namespace {
+
+struct AndroidHost : PHostConnection {
+    AndroidHost() { setAndroidHelper(&kelmortest::androidHelper()); }
+};
+
+class DeviceLogJvmTest : public kelmortest::JvmTest {
+protected:
+    void SetUp() override
+    {
+        JvmTest::SetUp();
+        JNI_OnLoad(kelmortest::jvm(), nullptr);
+        ASSERT_TRUE(PJNIHelper::connect(&m_host));
+    }
+    void TearDown() override
+    {
+        PJNIHelper::disconnect();
+        JvmTest::TearDown();
+    }
+    // PLogger's static getter of that name.
+    static std::string javaLogger(const char* getter)
+    {
+        PJNIClass logger = PJNIHelper::getClass(PString("com.tavrel.strake.PLogger"));
+        return logger.callStaticStringMethod(PString(getter), "()Ljava/lang/String;").toStdString();
+    }
+    AndroidHost m_host;
+    kelmortest::FactoryScope scope{std::make_shared<kelmortest::RecordingFactory>()};
+};
+
+TEST_F(DeviceLogJvmTest, javaLogGetsTheTagAndTheFileBesideOurs)
+{
+    PPropertyBag settings;
+    settings.addValue("BluetoothDevice", PVariant("00:11:22:33:44:55"));
+    settings.addValue("LogType", PVariant(1));
+    Device device;
+    ASSERT_TRUE(device.open(settings, [](PEvent*) {}, [](const PError&) {}));
+    EXPECT_EQ(javaLogger("getTag"), "Kelmor");
+
+    const std::string base = ::testing::TempDir() + "kelmor_jvm_log_" + std::to_string(::getpid());
+    settings.setValue("LogType", PVariant(0));
+    settings.addValue("LogFilePath", PVariant(base + ".txt"));
+    ASSERT_TRUE(device.open(settings, [](PEvent*) {}, [](const PError&) {}));
+    EXPECT_EQ(javaLogger("getLogFile"), base + "_java.txt");
+    device.close();
+    std::remove((base + ".txt").c_str());
+    std::remove((base + "_java.txt").c_str());
+}
+
+}

@@ -1,0 +1,193 @@
+// The device log: its file, written by a device that delivers from another thread, read back
+// line by line; the Java log's path; the system log as liblog prints it.
+#include "Device.h"
+
+#include "PSysLog.h"
+#include "RecordingDevice.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using kelmortest::RecordingFactory;
+
+std::string readFile(const std::string& path)
+{
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+bool exists(const std::string& path)
+{
+    struct stat info;
+    return ::stat(path.c_str(), &info) == 0;
+}
+
+std::string threadId()
+{
+    std::ostringstream out;
+    out << std::this_thread::get_id();
+    return out.str();
+}
+
+class DeviceLogTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        // No dot in the folder: the Java log's name is cut at the first dot of the path.
+        dir = ::testing::TempDir() + "kelmor_log_" + std::to_string(::getpid()) + "_" +
+              ::testing::UnitTest::GetInstance()->current_test_info()->name();
+        ::mkdir(dir.c_str(), 0700);
+    }
+    void TearDown() override { std::filesystem::remove_all(dir); }
+    PPropertyBag settings(int logType, const std::string& path)
+    {
+        PPropertyBag bag;
+        bag.addValue("BluetoothDevice", PVariant("00:11:22:33:44:55"));
+        bag.addValue("DevId", PVariant("InputDevice#1"));
+        bag.addValue("EventName", PVariant("Barcode"));
+        bag.addValue("LogType", PVariant(logType));
+        bag.addValue("LogFilePath", PVariant(path));
+        return bag;
+    }
+    std::string dir;
+    std::shared_ptr<RecordingFactory> factory = std::make_shared<RecordingFactory>();
+    kelmortest::FactoryScope scope{factory};
+};
+
+TEST_F(DeviceLogTest, fileHoldsOneLinePerMessageFromEveryThread)
+{
+    const std::string path = dir + "/scan.log";
+    {
+        std::ofstream old(path);
+        old << "former content\n";
+    }
+    Device device;
+    std::atomic<int> delivered{0};
+    ASSERT_TRUE(device.open(settings(0, path), [&](PEvent*) { ++delivered; }, [](const PError&) {}));
+    std::string deliveringThread;
+    std::thread([&] {
+        deliveringThread = threadId();
+        factory->last()->deliver("4607\r");
+    }).join();
+    EXPECT_EQ(delivered, 1);
+    device.close();
+
+    const std::string text = readFile(path);
+    EXPECT_EQ(text.find("former content"), std::string::npos);
+    std::istringstream lines(text);
+    std::string line;
+    std::getline(lines, line);
+    EXPECT_TRUE(std::regex_match(line, std::regex(R"(log opened \d{4}-\d\d-\d\d::\d\d:\d\d:\d\d)"))) << line;
+    const std::regex form(R"(\[D\]\{(\d+)\}\(\d{4}-\d\d-\d\d::\d\d:\d\d:\d\d\)InputDevice#1: (.*))");
+    std::vector<std::string> messages;
+    std::set<std::string> threads;
+    bool keysListed = false;
+    while (std::getline(lines, line)) {
+        std::smatch match;
+        if (std::regex_match(line, match, form)) {
+            threads.insert(match[1]);
+            messages.push_back(match[2]);
+        } else {
+            // The one multi-line message: the settings, one key a line.
+            keysListed |= line == "EventName = Barcode";
+        }
+    }
+    ASSERT_GE(messages.size(), 4u) << text;
+    EXPECT_EQ(messages[0], "version = 10.1.8.6");
+    EXPECT_TRUE(keysListed) << text;
+    EXPECT_EQ(messages[1], "Bluetooth mode");
+    EXPECT_EQ(messages[2], "Device succesefully opened");
+    EXPECT_EQ(threads, (std::set<std::string>{threadId(), deliveringThread}));
+    EXPECT_EQ(readFile(dir + "/scan_java.log"), "");
+}
+
+TEST_F(DeviceLogTest, lineMarksFollowTheLevelAndTextEndsAtItsFirstZero)
+{
+    const std::string path = dir + "/levels";
+    Device device;
+    PPropertyBag bag = settings(0, path);
+    bag.addValue("AutoCleanUpLog", PVariant(false));
+    {
+        std::ofstream old(path);
+        old << "kept\n";
+    }
+    device.initDebug(bag);
+    const PDebugMessageHandler handler = device.debugMessageHandler();
+    ASSERT_TRUE(handler);
+    for (unsigned short level : {1, 2, 3})
+        handler(DebugMessageContext{0, level}, std::string("lvl\0hidden", 10));
+    std::istringstream lines(readFile(path));
+    std::string line;
+    std::vector<std::string> got;
+    while (std::getline(lines, line))
+        got.push_back(line);
+    ASSERT_EQ(got.size(), 5u);
+    EXPECT_EQ(got[0], "kept");
+    EXPECT_EQ(got[1].rfind("log opened ", 0), 0u);
+    EXPECT_EQ(got[2].substr(0, 4), "[W]{");
+    EXPECT_EQ(got[3].substr(0, 4), "[F]{");
+    EXPECT_EQ(got[4].substr(0, 1), "{");
+    EXPECT_TRUE(std::regex_match(got[4], std::regex(R"(\{\d+\}\(.*\)InputDevice#1: lvl)"))) << got[4];
+    EXPECT_TRUE(exists(path + "_java"));
+}
+
+TEST_F(DeviceLogTest, javaLogNameAndLogsThatCannotBeWritten)
+{
+    // Every dot after the second one is dropped with what stands behind it.
+    Device device;
+    device.initDebug(settings(0, dir + "/a.b.c.d"));
+    EXPECT_TRUE(exists(dir + "/a_java.b"));
+
+    // A folder that does not exist: the device works without a log.
+    Device unlogged;
+    ASSERT_TRUE(unlogged.open(settings(0, dir + "/missing/x.log"), [](PEvent*) {}, [](const PError&) {}));
+    EXPECT_FALSE(exists(dir + "/missing"));
+
+    // Type 0 with no path: a handler that drops everything.
+    Device pathless;
+    pathless.initDebug(settings(0, ""));
+    ASSERT_TRUE(pathless.debugMessageHandler());
+    pathless.debugMessageHandler()(DebugMessageContext{}, "nowhere");
+
+    for (int type : {-1, 2}) {
+        Device quiet;
+        quiet.initDebug(settings(type, dir + "/quiet.log"));
+        EXPECT_FALSE(quiet.debugMessageHandler());
+    }
+    Device noType;
+    noType.initDebug(PPropertyBag());
+    EXPECT_FALSE(noType.debugMessageHandler());
+    EXPECT_FALSE(exists(dir + "/quiet.log"));
+}
+
+TEST_F(DeviceLogTest, systemLogWritesTheSameLineUnderTheKelmorTag)
+{
+    Device device;
+    PPropertyBag bag = settings(1, "");
+    ::testing::internal::CaptureStderr();
+    ASSERT_TRUE(device.open(bag, [](PEvent*) {}, [](const PError&) {}));
+    device.close();
+    const std::string printed = ::testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(std::regex_search(
+        printed, std::regex(R"(Kelmor +I .*\[D\]\{\d+\}\(\d{4}-\d\d-\d\d::\d\d:\d\d:\d\d\)InputDevice#1: Device succesefully opened)")))
+        << printed;
+
+    PSysLog log;
+    EXPECT_FALSE(log.open(PPropertyBag()));
+    EXPECT_FALSE(log.isOpen());
+}
+
+}

@@ -1,0 +1,169 @@
+// The device registry: ids, its two texts for a bad id, the settings rule, the one-attempt
+// test, and last errors that stay with the thread that failed.
+#include "DeviceManager.h"
+
+#include "Device.h"
+#include "PLocale.h"
+#include "RecordingDevice.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+namespace {
+
+using kelmortest::RecordingFactory;
+
+class DeviceManagerTest : public ::testing::Test {
+protected:
+    void SetUp() override { DeviceManager::close(); }
+    void TearDown() override
+    {
+        DeviceManager::close();
+        PLocale::setDefaultLocaleId(PLocale::English);
+    }
+    static PPropertyBag bag(std::initializer_list<std::pair<const char*, PVariant>> values)
+    {
+        PPropertyBag result;
+        for (const auto& value : values)
+            result.addValue(PString(value.first), value.second);
+        return result;
+    }
+    std::shared_ptr<RecordingFactory> factory = std::make_shared<RecordingFactory>();
+    kelmortest::FactoryScope scope{factory};
+};
+
+std::vector<std::string> ids()
+{
+    std::vector<std::string> result;
+    for (const PString& id : DeviceManager::DevicesIds())
+        result.push_back(id.toStdString());
+    return result;
+}
+
+TEST_F(DeviceManagerTest, numbersCountTheWholeTableAndARepeatedIdLeavesTheLiveDevice)
+{
+    EXPECT_TRUE(DeviceManager::DevicesIds().empty());
+    PString id;
+    auto first = DeviceManager::create("InputDevice", &id);
+    EXPECT_EQ(id, PString("InputDevice#1"));
+    auto second = DeviceManager::create("CardReaderDevice", &id);
+    EXPECT_EQ(id, PString("CardReaderDevice#2"));
+    auto third = DeviceManager::create("InputDevice", &id);
+    EXPECT_EQ(id, PString("InputDevice#3"));
+    EXPECT_EQ(ids(), (std::vector<std::string>{"CardReaderDevice#2", "InputDevice#1", "InputDevice#3"}));
+    EXPECT_EQ(DeviceManager::get("InputDevice#1"), first);
+
+    // With the first gone the count gives 3 again: the live device keeps its id.
+    ASSERT_TRUE(third->open(bag({{"BluetoothDevice", PVariant("00:11:22:33:44:55")}}),
+                            [](PEvent*) {}, [](const PError&) {}));
+    EXPECT_TRUE(DeviceManager::destroy("InputDevice#1"));
+    PString repeated("untouched");
+    EXPECT_EQ(DeviceManager::create("InputDevice", &repeated), nullptr);
+    EXPECT_EQ(repeated, PString("untouched"));
+    EXPECT_EQ(DeviceManager::getLastError().code(), 2);
+    EXPECT_TRUE(DeviceManager::getLastError().message().contains("InputDevice#3"));
+    EXPECT_EQ(DeviceManager::get("InputDevice#3"), third);
+    EXPECT_TRUE(third->isOpened());
+    EXPECT_EQ(factory->last()->closes, 0);
+
+    // The last component's bring-down closes what is left.
+    DeviceManager::close();
+    EXPECT_TRUE(DeviceManager::DevicesIds().empty());
+    EXPECT_FALSE(third->isOpened());
+    EXPECT_EQ(factory->last()->closes, 1);
+
+    EXPECT_EQ(DeviceManager::create("", &id), nullptr);
+    EXPECT_EQ(DeviceManager::getLastError().message(), PString("Bad extention name"));
+    EXPECT_EQ(DeviceManager::create("InputDevice", nullptr), nullptr);
+    EXPECT_EQ(DeviceManager::getLastError().message(), PString("Cant create device Id"));
+}
+
+TEST_F(DeviceManagerTest, badIdsAnswerWithTheirOwnTextsInEitherLanguage)
+{
+    const struct {
+        int locale;
+        const char* getText;
+        const char* destroyText;
+    } cases[] = {{PLocale::English, "Bad device Id", "Bad device id"},
+                 {PLocale::Russian, "Неверный Id устройства", "Неверный Id"}};
+    for (const auto& c : cases) {
+        PLocale::setDefaultLocaleId(c.locale);
+        EXPECT_EQ(DeviceManager::get("InputDevice#9"), nullptr);
+        EXPECT_EQ(DeviceManager::getLastError().message(), PString(c.getText));
+        EXPECT_FALSE(DeviceManager::destroy("InputDevice#9"));
+        EXPECT_EQ(DeviceManager::getLastError().message(), PString(c.destroyText));
+        EXPECT_EQ(DeviceManager::getLastError().code(), 2);
+    }
+}
+
+TEST_F(DeviceManagerTest, keyboardPortWithoutSuffixIsRefusedWhateverTheValueTypes)
+{
+    const struct {
+        PPropertyBag settings;
+        bool allowed;
+    } cases[] = {
+        {bag({{"Port", PVariant("0")}, {"Suffix", PVariant("-1")}}), false},
+        {bag({{"Port", PVariant(0)}, {"Suffix", PVariant("-1")}}), false},
+        {bag({{"Port", PVariant(0)}, {"Suffix", PVariant(-1)}}), false},
+        {bag({{"Port", PVariant("0")}, {"Suffix", PVariant(-1)},
+              {"BluetoothDevice", PVariant("00:11:22:33:44:55")}}), false},
+        {bag({{"Port", PVariant("0")}, {"Suffix", PVariant(13)}}), true},
+        {bag({{"Port", PVariant("DEV_KEYBOARD")}, {"Suffix", PVariant("-1")}}), true},
+        {bag({{"Suffix", PVariant("-1")}}), true},
+    };
+    for (const auto& c : cases) {
+        PError error;
+        EXPECT_EQ(DeviceManager::isSettingsAllowed(c.settings, &error), c.allowed);
+        EXPECT_EQ(DeviceManager::isSettingsAllowed(c.settings, nullptr), c.allowed);
+        EXPECT_EQ(error.code(), c.allowed ? 0 : 100);
+        if (!c.allowed)
+            EXPECT_EQ(error.message(),
+                      PString("Keyboard mode without suffix is not allowed. Set suffix in settings."));
+    }
+    EXPECT_FALSE(DeviceManager::isAlreadyOpened(cases[4].settings));
+}
+
+TEST_F(DeviceManagerTest, aTestIsOneAttemptThatLeavesTheTableAsItWas)
+{
+    PString id;
+    auto kept = DeviceManager::create("InputDevice", &id);
+    const PPropertyBag settings = bag({{"BluetoothDevice", PVariant("BROADCAST")},
+                                       {"Action", PVariant("scan")}, {"Extra", PVariant("data")}});
+    EXPECT_TRUE(DeviceManager::test(settings));
+    EXPECT_EQ(factory->last()->spec.kind, PDeviceSpec::BroadcastReceaver);
+    EXPECT_EQ(factory->last()->closes, 1);
+
+    factory->failures = 3;
+    EXPECT_FALSE(DeviceManager::test(settings));
+    EXPECT_EQ(factory->count(), 2);
+    EXPECT_EQ(DeviceManager::getLastError().message(), PString("Failed to open device. Check connection"));
+    EXPECT_EQ(ids(), std::vector<std::string>{"InputDevice#1"});
+}
+
+TEST_F(DeviceManagerTest, twoThreadsFailingAtOnceEachReadTheirOwnError)
+{
+    std::atomic<int> ready{0};
+    std::atomic<int> mixed{0};
+    auto run = [&](bool viaGet) {
+        ++ready;
+        while (ready < 2) {
+        }
+        for (int i = 0; i < 2000; ++i) {
+            if (viaGet)
+                DeviceManager::get("none");
+            else
+                DeviceManager::destroy("none");
+            const PString expected(viaGet ? "Bad device Id" : "Bad device id");
+            if (DeviceManager::getLastError().message() != expected)
+                ++mixed;
+        }
+    };
+    std::thread a(run, true), b(run, false);
+    a.join();
+    b.join();
+    EXPECT_EQ(mixed, 0);
+}
+
+}
