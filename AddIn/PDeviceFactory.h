@@ -4,19 +4,15 @@
 
 #include "PIODevice.h"
 #include "PPropertyBag.h"
+#include "PSerialPort.h"
 #include "PString.h"
 
 #include <memory>
 #include <string>
 #include <vector>
 
-// One enumerated serial port: its place in the enumeration (from 1), the companion's id of
-// the port and the name shown for it ("COM" and the number).
-struct PSerialPortEntry {
-    int number = 0;
-    PString portId;
-    PString name;
-};
+// One enumerated serial port: its place from 1, the companion's id and "COM<number>".
+using PSerialPortEntry = SerialPortInfo;
 
 // One paired Bluetooth device: "address", "info" and, when the description has one, "name".
 using PBluetoothEntry = KeyValue<PString, PVariant>;

@@ -1,22 +1,57 @@
-// The build's own device factory. The device classes (keyboard, broadcast receiver,
-// Bluetooth, serial port, TCP and UDP socket) are not part of this build yet: until they are,
-// it makes no device, so that every open ends in "Failed to create device" (code 2), and it
-// knows no serial port and no Bluetooth device.
+// The build's own device factory: the real device classes, and the ports and paired devices
+// that their Java companions report.
 #include "PDeviceFactory.h"
+
+#include "PBluetooth.h"
+#include "PSerialPort.h"
+#include "PTcpSocket.h"
+#include "PUdpSocket.h"
 
 namespace {
 
-class PNoDeviceFactory : public PDeviceFactory {
+class PRealDeviceFactory : public PDeviceFactory {
 public:
-    std::shared_ptr<PIOCustomDevice> make(const PDeviceSpec&) override { return nullptr; }
-    std::vector<PSerialPortEntry> serialPorts() override { return {}; }
-    std::vector<PBluetoothEntry> bluetoothDevices() override { return {}; }
+    std::shared_ptr<PIOCustomDevice> make(const PDeviceSpec& spec) override
+    {
+        switch (spec.kind) {
+        case PDeviceSpec::SerialPort: {
+            auto port = std::make_shared<PSerialPort>();
+            port->setPortID(spec.portId);
+            port->setBaudRate(spec.baudRate);
+            port->setCharSize(spec.charSize);
+            port->setStopBits(static_cast<PSerialPort::StopBits>(spec.stopBits));
+            port->setParity(static_cast<PSerialPort::Parity>(spec.parity));
+            port->setFlowControl(static_cast<PSerialPort::FlowControl>(spec.flowControl));
+            port->setEOL(spec.eol);
+            return port;
+        }
+        case PDeviceSpec::Bluetooth:
+            return std::make_shared<PBluetooth>(spec.address);
+        case PDeviceSpec::TcpSocket:
+            return std::make_shared<PTcpSocket>(spec.address, spec.port);
+        case PDeviceSpec::UdpSocket: {
+            auto socket = std::make_shared<PUdpSocket>();
+            socket->setAddress(spec.address);
+            socket->setPort(spec.port);
+            return socket;
+        }
+        default:
+            return nullptr;
+        }
+    }
+
+    std::vector<PSerialPortEntry> serialPorts() override
+    {
+        return getAvailibleSerialPorts();
+    }
+
+    std::vector<PBluetoothEntry> bluetoothDevices() override { return PBluetooth::availibleDevices(); }
 };
 
 }
 
 std::shared_ptr<PDeviceFactory> pDefaultDeviceFactory()
 {
-    static const std::shared_ptr<PDeviceFactory> factory = std::make_shared<PNoDeviceFactory>();
+    static const std::shared_ptr<PDeviceFactory> factory = std::make_shared<PRealDeviceFactory>();
     return factory;
 }

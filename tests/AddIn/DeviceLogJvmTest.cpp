@@ -16,7 +16,7 @@ extern "C" jint JNI_OnLoad(JavaVM*, void*);
 namespace {
 
 struct AndroidHost : PHostConnection {
-    AndroidHost() { setAndroidHelper(&kelmortest::androidHelper()); }
+    AndroidHost() { setAndroidHelper(&PHostJvm::androidHelper()); }
 };
 
 class DeviceLogJvmTest : public kelmortest::JvmTest {
@@ -24,7 +24,7 @@ protected:
     void SetUp() override
     {
         JvmTest::SetUp();
-        JNI_OnLoad(kelmortest::jvm(), nullptr);
+        JNI_OnLoad(PHostJvm::vm(), nullptr);
         ASSERT_TRUE(PJNIHelper::connect(&m_host));
     }
     void TearDown() override
