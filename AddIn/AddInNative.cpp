@@ -1,9 +1,16 @@
-// KelmorNative: start and end, the language switch, the method table and its small handlers.
+// KelmorNative: start and end, the language switch, the method table, the settings, the
+// device methods and the delivery of input to the host.
 #include "AddInNative.h"
 
+#include "Device.h"
+#include "DeviceManager.h"
+#include "PCallGate.h"
+#include "PEvent.h"
+#include "PEventKeys.h"
 #include "PJavaConnection.h"
 #include "PLocale.h"
 #include "PVKObjectManager.h"
+#include "PVKSettings.h"
 #include "StrakeVariant.h"
 
 #include <cstring>
@@ -24,6 +31,10 @@ const char* const KelmorNative::DriverVersion = "10.1.8.6";
 struct KelmorNativePrivate {
     PString extensionName = PString("InputDevice");
     PString equipmentType;  // guarded by the component's exclusive lock
+    PVKSettings settings;   // guarded by the component's exclusive lock
+    // Devices deliver through this gate: it closes before the component goes, so input of a
+    // device that outlives its component (the host did not Close it) reaches nothing.
+    std::shared_ptr<PCallGate> inputGate = std::make_shared<PCallGate>();
 };
 
 KelmorNative::KelmorNative()
@@ -32,7 +43,12 @@ KelmorNative::KelmorNative()
 {
 }
 
-KelmorNative::~KelmorNative() = default;
+KelmorNative::~KelmorNative()
+{
+    // Waits for deliveries under way on other threads; one on this thread (the host destroys
+    // the component from inside its own event handler) touches nothing after the host call.
+    d->inputGate->close();
+}
 
 bool KelmorNative::Init(void* connection)
 {
@@ -100,9 +116,19 @@ void KelmorNative::SetLocale(const char16_t* locale)
     try {
         const bool russian = PString(locale).contains(PString("ru"));
         PLocale::setDefaultLocaleId(russian ? PLocale::Russian : PLocale::English);
+        // The labels of the form follow the language; values set before are gone with them.
+        rebuildSettings();
     } catch (...) {
         // Only memory exhaustion can get here; the language stays as it was.
     }
+}
+
+void KelmorNative::rebuildSettings()
+{
+    PVKSettings fresh;
+    DeviceManager::fillSettings(&fresh);
+    PExclusiveCall exclusive(*this);
+    d->settings = std::move(fresh);
 }
 
 void KelmorNative::setExtentionName(const PString& name)
@@ -172,16 +198,6 @@ void KelmorNative::textOut(tVariant* slot, const PString& text, IMemoryManager* 
                                                   "Платформа не выделила память для ответа"));
 }
 
-bool KelmorNative::notImplemented(tVariant* result, const char* method)
-{
-    const PString name(method);
-    setLastError(P_ERROR(PError::NotImplemented,
-                         pTr(name + PString(" is not implemented yet"),
-                             PString("Метод ") + name + PString(" пока не реализован"))));
-    strake::bool2var(result, false);
-    return true;
-}
-
 bool KelmorNative::getDescription(tVariant* result, tVariant* params, long, IMemoryManager* manager)
 {
     const PString version(DriverVersion);
@@ -206,30 +222,191 @@ bool KelmorNative::getDescription(tVariant* result, tVariant* params, long, IMem
     return true;
 }
 
-bool KelmorNative::getParameters(tVariant* result, tVariant*, long, IMemoryManager*)
+bool KelmorNative::getParameters(tVariant* result, tVariant* params, long, IMemoryManager* manager)
 {
-    return notImplemented(result, "GetParameters");
+    rebuildSettings();
+    PString xml;
+    {
+        PExclusiveCall exclusive(*this);
+        xml = d->settings.getXML();
+    }
+    textOut(&params[0], xml, manager);
+    strake::bool2var(result, true);
+    return true;
 }
 
-bool KelmorNative::setParameter(tVariant* result, tVariant*, long, IMemoryManager*)
+bool KelmorNative::setParameter(tVariant* result, tVariant* params, long, IMemoryManager*)
 {
-    return notImplemented(result, "SetParameter");
+    const PString name = strake::var2pstring(&params[0]);
+    bool stored = true;
+    {
+        PExclusiveCall exclusive(*this);
+        if (name == PString("EquipmentType")) {
+            d->equipmentType = strake::var2var(&params[1]).toString();
+        } else if (!d->settings.setParameter(name, &params[1])) {
+            stored = false;
+            setLastError(d->settings.getLastError());
+        }
+    }
+    strake::bool2var(result, stored);
+    return true;
 }
 
-bool KelmorNative::open(tVariant* result, tVariant*, long, IMemoryManager*)
+PPropertyBag KelmorNative::deviceSettings() const
 {
-    return notImplemented(result, "Open");
+    PPropertyBag settings;
+    PString equipmentType;
+    {
+        PExclusiveCall exclusive(const_cast<KelmorNative&>(*this));
+        settings = d->settings.getSettings();
+        equipmentType = d->equipmentType;
+    }
+    static const PString names[][2] = {
+        {"InputDevice", "Barcode"},
+        {"СканерШтрихкода", "Штрихкод"},
+        {"УстройствоВвода", "Штрихкод"},
+        {"CardReaderDevice", "TrackData"},
+        {"СчитывательМагнитныхКарт", "ДанныеКарты"},
+        {"ДанныеКарты", "ДанныеКарты"},
+    };
+    PString eventName;
+    for (const auto& row : names) {
+        if (row[0] == equipmentType) {
+            eventName = row[1];
+            break;
+        }
+    }
+    if (settings.value(PEventKeys::OutputDataTypeKey()).toInt() == 1)
+        eventName += PString("Base64");
+    settings.setValue(PEventKeys::EventNameKey(), PVariant(eventName));
+    settings.setValue(PEventKeys::EquipmentTypeKey(), PVariant(equipmentType));
+    settings.setValue(PString("AppType"), PVariant(appType()));
+    return settings;
 }
 
-bool KelmorNative::close(tVariant* result, tVariant*, long, IMemoryManager*)
+int KelmorNative::appType() const
 {
-    return notImplemented(result, "Close");
+    auto* host = static_cast<IAddInDefBaseEx*>(connection());
+    if (!host)
+        return eAppUnknown;
+    auto* platform = static_cast<IHostPlatformInfo*>(host->queryInterface(eHostPlatformInfo));
+    const HostAppInfo* info = platform ? platform->getPlatformInfo() : nullptr;
+    return info ? info->application : eAppUnknown;
 }
 
-bool KelmorNative::test(tVariant* result, tVariant*, long, IMemoryManager*)
+bool KelmorNative::open(tVariant* result, tVariant* params, long, IMemoryManager* manager)
 {
-    return notImplemented(result, "DeviceTest");
+    PPropertyBag settings = deviceSettings();
+    PError error;
+    try {
+        if (DeviceManager::isAlreadyOpened(settings))
+            throw P_ERROR(PError::DeviceFailure,
+                          pTr("Device with such parameters already opened",
+                              "Устройство с такими параметрами уже открыто"));
+        PString id;
+        std::shared_ptr<Device> device = DeviceManager::create(getExtentionName(), &id);
+        if (!device)
+            throw DeviceManager::getLastError();
+        settings.setValue(PEventKeys::DevIdKey(), PVariant(id));
+
+        // The callbacks hold the gate, not the component: a device may outlive it.
+        const std::shared_ptr<PCallGate> gate = d->inputGate;
+        KelmorNative* const component = this;
+        auto input = [gate, component](PEvent* event) {
+            PCallGate::Pass pass(*gate);
+            if (pass)
+                component->onInputEvent(event);
+        };
+        auto deviceError = [gate, component](const PError& failure) {
+            PCallGate::Pass pass(*gate);
+            if (pass)
+                component->onDeviceError(failure);
+        };
+        for (int attempt = 0; attempt < OpenAttempts; ++attempt) {
+            if (device->open(settings, input, deviceError))
+                break;
+        }
+        if (device->isOpened()) {
+            textOut(&params[0], id, manager);
+            strake::bool2var(result, true);
+            return true;
+        }
+        error = device->getLastError();
+        DeviceManager::destroy(id);
+    } catch (...) {
+        error = PError::fromCurrentException();
+    }
+    strake::empty2var(&params[0]);
+    strake::bool2var(result, false);
+    setLastError(error);
+    return true;
 }
+
+bool KelmorNative::close(tVariant* result, tVariant* params, long, IMemoryManager*)
+{
+    const PString id = strake::var2pstring(&params[0]);
+    PError error;
+    if (std::shared_ptr<Device> device = DeviceManager::get(id)) {
+        if (!device->close())
+            error = device->getLastError();
+    } else {
+        error = DeviceManager::getLastError();
+    }
+    DeviceManager::destroy(id);
+    strake::bool2var(result, !error.isError());
+    if (error.isError())
+        setLastError(error);
+    return true;
+}
+
+bool KelmorNative::test(tVariant* result, tVariant* params, long, IMemoryManager* manager)
+{
+    PError error;
+    try {
+        if (!DeviceManager::test(deviceSettings()))
+            error = DeviceManager::getLastError();
+    } catch (...) {
+        error = PError::fromCurrentException();
+    }
+    const bool passed = !error.isError();
+    textOut(&params[0], passed ? pTr("Successfull connect", "Успешное подключение") : PString(),
+            manager);
+    textOut(&params[1], PString(), manager);
+    strake::bool2var(result, passed);
+    if (!passed)
+        setLastError(error);
+    return true;
+}
+
+void KelmorNative::onInputEvent(PEvent* event)
+{
+    if (!event)
+        return;
+    const PByteArray input = event->value(PEventKeys::InputKey()).toByteArray();
+    IAddInDefBase* host = connection();
+    if (!host || input.isEmpty())
+        return;
+    const PString eventName = event->value(PEventKeys::EventNameKey()).toString();
+    const PString deviceId = event->value(PEventKeys::DevIdKey()).toString();
+    const PString data = PString(reinterpret_cast<const char*>(input.constData()), input.size());
+    if (eventName.isEmpty()) {
+        setLastError(P_ERROR(PError::BadArgument, PString("bad event name")));
+        return;
+    }
+    if (deviceId.isEmpty()) {
+        setLastError(P_ERROR(PError::BadArgument, PString(" obtained bad device id")));
+        return;
+    }
+    if (data.isEmpty())
+        return;
+    std::u16string source = deviceId.toTavrelString();
+    std::u16string message = eventName.toTavrelString();
+    std::u16string text = data.toTavrelString();
+    // The last thing done here: the host may destroy this component from inside the call.
+    host->externalEvent(&source[0], &message[0], &text[0]);
+}
+
+void KelmorNative::onDeviceError(const PError&) {}
 
 bool KelmorNative::getAdditionalActions(tVariant* result, tVariant* params, long,
                                         IMemoryManager* manager)

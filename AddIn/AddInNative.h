@@ -2,10 +2,12 @@
 #pragma once
 
 #include "PlatformNativeBase.h"
+#include "PPropertyBag.h"
 #include "PString.h"
 
 #include <memory>
 
+class PEvent;
 struct KelmorNativePrivate;
 
 // The one component class. Made and destroyed only through the object registry. The host
@@ -14,6 +16,7 @@ class KelmorNative : public PlatformNativeBaseEx {
 public:
     static const char* const DriverVersion;  // "10.1.8.6"
     enum : long { EventBufferDepth = 4096 };
+    enum : int { OpenAttempts = 3 };
 
     KelmorNative();
     ~KelmorNative() override;
@@ -39,6 +42,12 @@ public:
     void setEquipmentType(const PString& type);
     PString equipmentType() const;
 
+    // The end of the input road: one external event of the host per message, on the
+    // delivering thread. The event stays the caller's.
+    void onInputEvent(PEvent* event);
+    // Errors a device reports after it opened go no further.
+    void onDeviceError(const PError& error);
+
 protected:
     virtual void initMethods();
     virtual void initProperties();
@@ -60,9 +69,13 @@ private:
     bool GetLastError(tVariant* result, tVariant* params, long count, IMemoryManager* manager);
     bool getVersion(tVariant* result, tVariant* params, long count, IMemoryManager* manager);
 
-    // Answers a method whose work is not available in this build: false, with code 1 and
-    // the method's name in the last error.
-    bool notImplemented(tVariant* result, const char* method);
+    // The settings bag a device gets: the store's values and what the component adds
+    // ("EventName", "EquipmentType", "AppType").
+    PPropertyBag deviceSettings() const;
+    // The application type the host reports; -1 when it tells none.
+    int appType() const;
+    // The store filled anew in the current language, replacing the old one.
+    void rebuildSettings();
     // Host text into a slot; when the host gives no memory the call fails with code 2.
     void textOut(tVariant* slot, const PString& text, IMemoryManager* manager);
 
