@@ -242,7 +242,7 @@ bool KelmorNative::setParameter(tVariant* result, tVariant* params, long, IMemor
     {
         PExclusiveCall exclusive(*this);
         if (name == PString("EquipmentType")) {
-            d->equipmentType = strake::var2var(&params[1]).toString();
+            d->equipmentType = strake::var2var(&params[1]).toPString();
         } else if (!d->settings.setParameter(name, &params[1])) {
             stored = false;
             setLastError(d->settings.getLastError());
@@ -386,8 +386,8 @@ void KelmorNative::onInputEvent(PEvent* event)
     IAddInDefBase* host = connection();
     if (!host || input.isEmpty())
         return;
-    const PString eventName = event->value(PEventKeys::EventNameKey()).toString();
-    const PString deviceId = event->value(PEventKeys::DevIdKey()).toString();
+    const PString eventName = event->value(PEventKeys::EventNameKey()).toPString();
+    const PString deviceId = event->value(PEventKeys::DevIdKey()).toPString();
     const PString data = PString(reinterpret_cast<const char*>(input.constData()), input.size());
     if (eventName.isEmpty()) {
         setLastError(P_ERROR(PError::BadArgument, PString("bad event name")));

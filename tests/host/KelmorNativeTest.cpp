@@ -171,11 +171,11 @@ TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
     EXPECT_NE(russian.find(u"DriverVersion=\"10.1.8.6\" \n"), std::u16string::npos);
 
     // The language is chosen when the error is made: an error kept from before keeps its text.
-    EXPECT_FALSE(component.call(u"Open", {hostEmptyValue()}).result.bVal);
+    EXPECT_FALSE(component.call(u"Close", {memory.text(u"InputDevice#404")}).result.bVal);
     component->SetLocale(u"en");
     PHostCall kept = component.call(u"GetLastError", {hostEmptyValue()});
-    EXPECT_EQ(kept.result.lVal, 1);
-    EXPECT_EQ(kept.paramText(0), u"Метод Open пока не реализован");
+    EXPECT_EQ(kept.result.lVal, 2);
+    EXPECT_EQ(kept.paramText(0), u"Неверный Id устройства");
 
     struct Case {
         const char16_t* code;
@@ -184,40 +184,14 @@ TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
     for (const Case& c : {Case{u"ru_RU", true}, Case{u"xxruyy", true}, Case{u"RU", false},
                           Case{u"", false}, Case{u"en_US", false}}) {
         component->SetUserInterfaceLanguageCode(c.code);
-        PHostCall open = component.call(u"Подключить", {hostEmptyValue()});
-        EXPECT_TRUE(open.answered);
-        EXPECT_FALSE(open.result.bVal);
+        PHostCall close = component.call(u"Отключить", {memory.text(u"InputDevice#404")});
+        EXPECT_TRUE(close.answered);
+        EXPECT_FALSE(close.result.bVal);
         PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
-        EXPECT_EQ(error.result.lVal, 1);
-        EXPECT_EQ(error.paramText(0),
-                  c.russian ? u"Метод Open пока не реализован" : u"Open is not implemented yet")
+        EXPECT_EQ(error.result.lVal, 2);
+        EXPECT_EQ(error.paramText(0), c.russian ? u"Неверный Id устройства" : u"Bad device Id")
             << hostToUtf8(c.code);
     }
-}
-
-TEST_F(KelmorNativeTest, methodsStillToComeAnswerFalseWithCodeOne)
-{
-    PHostComponent component(*library, u"InputDevice", &memory);
-    ASSERT_TRUE(component.attach());
-    struct Case {
-        const char16_t* name;
-        size_t params;
-    };
-    for (const Case& c : {Case{u"GetParameters", 1}, Case{u"SetParameter", 2}, Case{u"Open", 1},
-                          Case{u"Close", 1}, Case{u"DeviceTest", 2}}) {
-        std::vector<tVariant> params(c.params, hostEmptyValue());
-        params[0] = memory.text(u"x");
-        PHostCall call = component.call(c.name, params);
-        EXPECT_TRUE(call.answered);
-        EXPECT_EQ(call.result.vt, VTYPE_BOOL);
-        EXPECT_FALSE(call.result.bVal);
-        PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
-        EXPECT_EQ(error.result.lVal, 1);
-        EXPECT_EQ(error.paramText(0), std::u16string(c.name) + u" is not implemented yet");
-    }
-    // A later success leaves the last error as it was.
-    EXPECT_TRUE(component.call(u"Version").answered);
-    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 1);
 }
 
 TEST_F(KelmorNativeTest, badIndexesReportOneErrorNamingTheIndex)
@@ -427,7 +401,7 @@ TEST_F(KelmorNativeTest, concurrentHostThreadsShareOneComponent)
         threads.emplace_back([&component, t] {
             for (int i = 0; i < 200; ++i) {
                 if (t % 2)
-                    component.call(u"Open", {hostEmptyValue()});
+                    component.call(u"Close", {hostEmptyValue()});
                 PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
                 EXPECT_TRUE(error.answered);
                 EXPECT_EQ(component.call(u"Version").resultText(), u"10.1.8.6");
@@ -436,7 +410,73 @@ TEST_F(KelmorNativeTest, concurrentHostThreadsShareOneComponent)
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 1);
+    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 2);
+}
+
+}
+
+namespace {
+
+tVariant hostInt(int32_t value)
+{
+    tVariant v = hostEmptyValue();
+    v.vt = VTYPE_I4;
+    v.lVal = value;
+    return v;
+}
+
+TEST_F(KelmorNativeTest, settingsStoreTakesOnlyItsOwnNamesAndForgetsValuesWhenRebuilt)
+{
+    PHostComponent component(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(component.attach());
+
+    PHostCall form = component.call(u"ПолучитьПараметры", {hostEmptyValue()});
+    EXPECT_TRUE(form.result.bVal);
+    const std::u16string xml = form.paramText(0);
+    EXPECT_EQ(xml.rfind(u"<?xml", 0), 0u);
+    for (const char16_t* name : {u"\"Prefix\"", u"\"Suffix\"", u"\"BluetoothDevice\"",
+                                 u"\"GSSymbolKey\"", u"\"LogFilePath\""})
+        EXPECT_NE(xml.find(name), std::u16string::npos) << hostToUtf8(name);
+
+    EXPECT_TRUE(component.call(u"SetParameter", {memory.text(u"Prefix"), hostInt(2)}).result.bVal);
+    // "EquipmentType" is the component's own and never reaches the store.
+    EXPECT_TRUE(component.call(u"УстановитьПараметр", {memory.text(u"EquipmentType"),
+                                                        memory.text(u"InputDevice")})
+                    .result.bVal);
+    EXPECT_FALSE(component.call(u"SetParameter", {memory.text(u"Port"), hostInt(1)}).result.bVal);
+    PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
+    EXPECT_EQ(error.result.lVal, 100);
+    EXPECT_EQ(error.paramText(0), u"Wrong parameter name");
+}
+
+// A port no mode takes: Open and DeviceTest fail with the device's reason and leave the
+// host's out parameters as the host may read them.
+TEST_F(KelmorNativeTest, failedOpenAndTestEmptyTheirOutParametersAndKeepTheReason)
+{
+    PHostComponent component(*library, u"CardReaderDevice", &memory);
+    ASSERT_TRUE(component.attach());
+    component.call(u"GetParameters", {hostEmptyValue()});
+    ASSERT_TRUE(component.call(u"SetParameter", {memory.text(u"BluetoothDevice"),
+                                                  memory.text(u"65535")})
+                    .result.bVal);
+
+    tVariant stale = memory.text(u"stale");
+    PHostCall open = component.call(u"Open", {stale});
+    EXPECT_TRUE(open.answered);
+    EXPECT_FALSE(open.result.bVal);
+    EXPECT_EQ(open.params[0].vt, VTYPE_EMPTY);
+    PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
+    EXPECT_EQ(error.result.lVal, 2);
+    EXPECT_EQ(error.paramText(0), u"Failed to create device");
+
+    PHostCall test = component.call(u"ТестУстройства", {hostEmptyValue(), hostEmptyValue()});
+    EXPECT_FALSE(test.result.bVal);
+    for (const tVariant& param : test.params) {
+        EXPECT_EQ(param.vt, VTYPE_PWSTR);
+        EXPECT_EQ(param.wstrLen, 0u);
+    }
+    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).paramText(0),
+              u"Failed to create device");
 }
 
 }
