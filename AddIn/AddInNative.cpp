@@ -3,13 +3,12 @@
 
 #include "PJavaConnection.h"
 #include "PLocale.h"
+#include "PVKObjectManager.h"
 #include "StrakeVariant.h"
 
 #include <cstring>
 
 namespace {
-
-const char16_t kClassNameList[] = u"InputDevice|CardReaderDevice";
 
 struct MethodRow {
     const char16_t* name;
@@ -28,7 +27,7 @@ struct KelmorNativePrivate {
 };
 
 KelmorNative::KelmorNative()
-    : PlatformNativeBaseEx(PString(DriverVersion), PString(kClassNameList)),
+    : PlatformNativeBaseEx(PString(DriverVersion), PVKObjectManager::classNames()),
       d(new KelmorNativePrivate)
 {
 }

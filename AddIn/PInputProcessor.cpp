@@ -1,49 +1,23 @@
 // PInputProcessor: the parameters, callbacks and debug route shared by every processor.
 #include "PInputProcessor.h"
 
-#include "PPropertyBag.h"
+#include "PEventKeys.h"
+#include "PLockedMap.h"
 #include "StrakeText.h"
 
 #include <atomic>
 #include <mutex>
 
 struct PInputProcessorPrivate {
-    // Guards the parameters and both callbacks, and is held while a callback runs.
+    // Guards both callbacks, and is held while a callback runs.
     mutable std::mutex lock;
-    KeyValue<PString, PVariant> parameters;
+    // Under a lock of its own, so that a callback may read the parameters.
+    PLockedMap parameters;
     PInputProcessor::Callback callback;
     PInputProcessor::ErrorCallback errorCallback;
     // Read on the device thread without the lock; swapped whole by atomic shared_ptr access.
     std::shared_ptr<const PInputProcessor::DebugMessageHandler> debugHandler;
 };
-
-#define P_KEY(name, text)                                                                          \
-    const PString& PInputProcessor::name()                                                         \
-    {                                                                                              \
-        static const PString key(text);                                                            \
-        return key;                                                                                \
-    }
-
-P_KEY(PrefixKey, "Prefix")
-P_KEY(SuffixKey, "Suffix")
-P_KEY(OutputDataTypeKey, "OutputDataType")
-P_KEY(EquipmentTypeKey, "EquipmentType")
-P_KEY(DevIdKey, "DevId")
-P_KEY(EventNameKey, "EventName")
-P_KEY(COMEncodingKey, "COMEncoding")
-P_KEY(GSKeyCodeKey, "GSKeyCode")
-P_KEY(PreviewModeKey, "PreviewMode")
-P_KEY(InputKey, "input")
-P_KEY(KeyboardInputKey, "keyboard_input")
-P_KEY(StolenKey, "stolen")
-P_KEY(DevIdEventKey, "dev_id")
-P_KEY(DevTypeEventKey, "dev_type")
-P_KEY(DevStateEventKey, "dev_state")
-P_KEY(DevAliasEventKey, "dev_alias")
-P_KEY(AcceptStatusKey, "acceptStatus")
-P_KEY(UnprocessedInputKey, "unprocessed_input")
-
-#undef P_KEY
 
 PInputProcessor::PInputProcessor() : d(new PInputProcessorPrivate) {}
 
@@ -62,10 +36,10 @@ void PInputProcessor::processInput(PEvent* event)
         return;
     }
     if (auto handler = debugHandler()) {
-        const std::string input = event->value(InputKey()).toByteArray().toStdString();
+        const std::string input = event->value(PEventKeys::InputKey()).toByteArray().toStdString();
         pDebug(*handler) << "Event:DevId:Data = "
-                         << event->value(EventNameKey()).toStdString() << " : "
-                         << event->value(DevIdKey()).toStdString() << " : "
+                         << event->value(PEventKeys::EventNameKey()).toStdString() << " : "
+                         << event->value(PEventKeys::DevIdKey()).toStdString() << " : "
                          << strake::string2hex(input, " ", "0x") << " : "
                          << strake::raw2Base64(input);
     }
@@ -85,13 +59,11 @@ void PInputProcessor::processError(const PError& error)
 
 void PInputProcessor::setParameter(const PString& name, const PVariant& value)
 {
-    std::lock_guard<std::mutex> guard(d->lock);
     d->parameters.setValue(name, value);
 }
 
 PVariant PInputProcessor::parameter(const PString& name, const PVariant& fallback) const
 {
-    std::lock_guard<std::mutex> guard(d->lock);
     return d->parameters.value(name, fallback);
 }
 

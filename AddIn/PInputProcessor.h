@@ -16,9 +16,10 @@ struct PInputProcessorPrivate;
 // Derived processors cut what a device event holds into messages and hand each finished
 // event to the base processInput, which calls the input callback.
 // An object with identity: not copyable; owned by its Device.
-// Thread-safety: one lock guards the parameters and both callbacks, and is held while a
-// callback runs: a callback must not call back into the same processor. The debug handler
-// may be read from any thread at any time.
+// Thread-safety: the parameters have a lock of their own and may be used from any thread, a
+// callback included. One lock guards both callbacks and is held while a callback runs: a
+// callback must not hand input to the same processor or change its callbacks. The debug
+// handler may be read from any thread at any time.
 // Failure: nothing is reported; an exception thrown by a callback passes through after the
 // lock is released.
 class PInputProcessor {
@@ -26,27 +27,6 @@ public:
     using Callback = std::function<void(PEvent*)>;
     using ErrorCallback = std::function<void(const PError&)>;
     using DebugMessageHandler = PDebugMessageHandler;
-
-    // Parameter names read by the processors.
-    static const PString& PrefixKey();
-    static const PString& SuffixKey();
-    static const PString& OutputDataTypeKey();
-    static const PString& EquipmentTypeKey();
-    static const PString& DevIdKey();
-    static const PString& EventNameKey();
-    static const PString& COMEncodingKey();
-    static const PString& GSKeyCodeKey();
-    static const PString& PreviewModeKey();
-    // Event keys on the input path.
-    static const PString& InputKey();
-    static const PString& KeyboardInputKey();
-    static const PString& StolenKey();
-    static const PString& DevIdEventKey();
-    static const PString& DevTypeEventKey();
-    static const PString& DevStateEventKey();
-    static const PString& DevAliasEventKey();
-    static const PString& AcceptStatusKey();
-    static const PString& UnprocessedInputKey();
 
     PInputProcessor();
     PInputProcessor(const PInputProcessor&) = delete;

@@ -2,6 +2,7 @@
 // shown as a preview.
 #include "PKeyboardInputProcessor.h"
 
+#include "PEventKeys.h"
 #include "PKeyTranslation.h"
 #include "PMarkedSequence.h"
 #include "StrakeText.h"
@@ -87,10 +88,10 @@ void PKeyboardInputProcessor::processInput(PEvent* event)
         return;
 
     const std::vector<PKeyMSG> tick =
-        strake::unpackKeyMessages(event->value(KeyboardInputKey()).toByteArray());
+        strake::unpackKeyMessages(event->value(PEventKeys::KeyboardInputKey()).toByteArray());
     if (!tick.empty()) {
         storeTick(d->burst, tick, "PKeyboardInputProcessor::processInput:", debugHandler());
-        event->setValue(AcceptStatusKey(), PVariant(int(Stored)));
+        event->setValue(PEventKeys::AcceptStatusKey(), PVariant(int(Stored)));
         return;
     }
 
@@ -99,8 +100,9 @@ void PKeyboardInputProcessor::processInput(PEvent* event)
     if (messages.empty())
         return;
 
-    const int gsKeyCode = parameter(GSKeyCodeKey(), PVariant(kDefaultGSKeyCode)).toInt();
-    const std::string suffix = bytesParameter(*this, SuffixKey(), "\r\n");
+    const int gsKeyCode =
+        parameter(PEventKeys::GSKeyCodeKey(), PVariant(kDefaultGSKeyCode)).toInt();
+    const std::string suffix = bytesParameter(*this, PEventKeys::SuffixKey(), "\r\n");
 
     strake::TranslateSettings settings;
     settings.translateMode = 0;
@@ -121,8 +123,8 @@ void PKeyboardInputProcessor::processInput(PEvent* event)
     if (text.empty())
         return;
 
-    const std::string prefix = bytesParameter(*this, PrefixKey(), "");
-    const int outputType = parameter(OutputDataTypeKey(), PVariant(0)).toInt();
+    const std::string prefix = bytesParameter(*this, PEventKeys::PrefixKey(), "");
+    const int outputType = parameter(PEventKeys::OutputDataTypeKey(), PVariant(0)).toInt();
     if (auto handler = debugHandler())
         pDebug(*handler) << "PKeyboardInputProcessor::processInput:\n"
                          << "prefix = " << strake::string2hex(prefix, " ", "0x") << "\n"
@@ -139,16 +141,18 @@ void PKeyboardInputProcessor::processInput(PEvent* event)
         if (part.empty())
             continue;
         PIODeviceEvent out;
-        for (const PString* key : {&DevIdEventKey(), &DevTypeEventKey(), &DevStateEventKey(),
-                                   &DevAliasEventKey()})
+        for (const PString* key :
+             {&PEventKeys::DevIdEventKey(), &PEventKeys::DevTypeEventKey(),
+              &PEventKeys::DevStateEventKey(), &PEventKeys::DevAliasEventKey()})
             out.setValue(*key, event->value(*key));
-        out.setValue(InputKey(), PVariant(PByteArray(part)));
-        for (const PString* key : {&OutputDataTypeKey(), &EquipmentTypeKey(), &DevIdKey(),
-                                   &EventNameKey()})
+        out.setValue(PEventKeys::InputKey(), PVariant(PByteArray(part)));
+        for (const PString* key :
+             {&PEventKeys::OutputDataTypeKey(), &PEventKeys::EquipmentTypeKey(),
+              &PEventKeys::DevIdKey(), &PEventKeys::EventNameKey()})
             out.setValue(*key, parameter(*key, PVariant()));
-        out.setValue(UnprocessedInputKey(), PVariant(unprocessed));
+        out.setValue(PEventKeys::UnprocessedInputKey(), PVariant(unprocessed));
         PInputProcessor::processInput(&out);
-        event->setValue(AcceptStatusKey(), PVariant(int(Delivered)));
+        event->setValue(PEventKeys::AcceptStatusKey(), PVariant(int(Delivered)));
     }
 }
 
@@ -168,15 +172,15 @@ void PTestKeyboardInputProcessor::processInput(PEvent* event)
 {
     if (event == nullptr || event->type() != PIODeviceEvent::EventType)
         return;
-    if (parameter(PreviewModeKey(), PVariant()).toInt() == 16) {
+    if (parameter(PEventKeys::PreviewModeKey(), PVariant()).toInt() == 16) {
         PKeyboardInputProcessor::processInput(event);
         return;
     }
     PByteArray raw;
     const PByteArray shown = preview(*event, &raw);
     if (!shown.isEmpty()) {
-        event->setValue(UnprocessedInputKey(), PVariant(raw));
-        event->setValue(InputKey(), PVariant(shown));
+        event->setValue(PEventKeys::UnprocessedInputKey(), PVariant(raw));
+        event->setValue(PEventKeys::InputKey(), PVariant(shown));
     }
     // Every tick reaches the callback, the storing ones with the input they came with.
     PInputProcessor::processInput(event);
@@ -194,17 +198,18 @@ PByteArray PTestKeyboardInputProcessor::processToPreiew(PIODeviceEvent* event, P
 
 PByteArray PTestKeyboardInputProcessor::preview(PEvent& event, PByteArray* raw)
 {
-    const bool keyView = parameter(PreviewModeKey(), PVariant()).toInt() == 1;
+    const bool keyView = parameter(PEventKeys::PreviewModeKey(), PVariant()).toInt() == 1;
     const std::vector<PKeyMSG> tick =
-        strake::unpackKeyMessages(event.value(KeyboardInputKey()).toByteArray());
+        strake::unpackKeyMessages(event.value(PEventKeys::KeyboardInputKey()).toByteArray());
     if (!tick.empty()) {
         storeTick(d->burst, tick, "PTestKeyboardInputProcessor::processToPreiew:",
                   debugHandler());
         return PByteArray();
     }
 
-    const int gsKeyCode = parameter(GSKeyCodeKey(), PVariant(kDefaultGSKeyCode)).toInt();
-    const int outputType = parameter(OutputDataTypeKey(), PVariant(0)).toInt();
+    const int gsKeyCode =
+        parameter(PEventKeys::GSKeyCodeKey(), PVariant(kDefaultGSKeyCode)).toInt();
+    const int outputType = parameter(PEventKeys::OutputDataTypeKey(), PVariant(0)).toInt();
     const std::vector<PKeyMSG> messages = d->burst.take();
     if (messages.empty())
         return PByteArray();

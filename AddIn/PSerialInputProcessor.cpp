@@ -2,6 +2,7 @@
 #include "PSerialInputProcessor.h"
 
 #include "PEncoding.h"
+#include "PEventKeys.h"
 #include "PKeyTranslation.h"
 #include "PMarkedSequence.h"
 #include "StrakeText.h"
@@ -89,7 +90,7 @@ void PSerialInputProcessor::processInput(PEvent* event)
     if (event == nullptr || event->type() != PIODeviceEvent::EventType)
         return;
 
-    const PByteArray input = event->value(InputKey()).toByteArray();
+    const PByteArray input = event->value(PEventKeys::InputKey()).toByteArray();
     const char* data = input.constChars();
     const size_t size = input.size();
     if (auto handler = debugHandler())
@@ -99,7 +100,7 @@ void PSerialInputProcessor::processInput(PEvent* event)
     if (size == 0)
         return;
 
-    const std::string suffix = parameter(SuffixKey(), defaultSuffix()).toStdString();
+    const std::string suffix = parameter(PEventKeys::SuffixKey(), defaultSuffix()).toStdString();
     std::string text;
     if (suffix.empty()) {
         text.assign(data, size);
@@ -140,9 +141,10 @@ void PSerialInputProcessor::processInput(PEvent* event)
     if (text.empty())
         return;
 
-    const std::string prefix = parameter(PrefixKey(), emptyText()).toStdString();
-    const int outputType = parameter(OutputDataTypeKey(), zero()).toInt();
-    const std::string encoding = parameter(COMEncodingKey(), defaultEncoding()).toStdString();
+    const std::string prefix = parameter(PEventKeys::PrefixKey(), emptyText()).toStdString();
+    const int outputType = parameter(PEventKeys::OutputDataTypeKey(), zero()).toInt();
+    const std::string encoding =
+        parameter(PEventKeys::COMEncodingKey(), defaultEncoding()).toStdString();
     if (encoding == "Windows-1251") {
         if (handler)
             pDebug(*handler) << "PSerialInputProcessor::processInput: recode intup data from "
@@ -165,28 +167,28 @@ void PSerialInputProcessor::processInput(PEvent* event)
         return;
 
     // What every message of this event shares, read once.
-    const PVariant devId = event->value(DevIdEventKey());
-    const PVariant devType = event->value(DevTypeEventKey());
-    const PVariant devState = event->value(DevStateEventKey());
-    const PVariant devAlias = event->value(DevAliasEventKey());
-    const PVariant outputDataType = parameter(OutputDataTypeKey(), invalidValue());
-    const PVariant equipmentType = parameter(EquipmentTypeKey(), invalidValue());
-    const PVariant deviceId = parameter(DevIdKey(), invalidValue());
-    const PVariant eventName = parameter(EventNameKey(), invalidValue());
+    const PVariant devId = event->value(PEventKeys::DevIdEventKey());
+    const PVariant devType = event->value(PEventKeys::DevTypeEventKey());
+    const PVariant devState = event->value(PEventKeys::DevStateEventKey());
+    const PVariant devAlias = event->value(PEventKeys::DevAliasEventKey());
+    const PVariant outputDataType = parameter(PEventKeys::OutputDataTypeKey(), invalidValue());
+    const PVariant equipmentType = parameter(PEventKeys::EquipmentTypeKey(), invalidValue());
+    const PVariant deviceId = parameter(PEventKeys::DevIdKey(), invalidValue());
+    const PVariant eventName = parameter(PEventKeys::EventNameKey(), invalidValue());
     const PVariant unprocessed = PVariant(PByteArray(text));
 
     for (const std::string& message : messages) {
         PIODeviceEvent out;
-        out.setValue(DevIdEventKey(), devId);
-        out.setValue(DevTypeEventKey(), devType);
-        out.setValue(DevStateEventKey(), devState);
-        out.setValue(DevAliasEventKey(), devAlias);
-        out.setValue(InputKey(), PVariant(PByteArray(message)));
-        out.setValue(OutputDataTypeKey(), outputDataType);
-        out.setValue(EquipmentTypeKey(), equipmentType);
-        out.setValue(DevIdKey(), deviceId);
-        out.setValue(EventNameKey(), eventName);
-        out.setValue(UnprocessedInputKey(), unprocessed);
+        out.setValue(PEventKeys::DevIdEventKey(), devId);
+        out.setValue(PEventKeys::DevTypeEventKey(), devType);
+        out.setValue(PEventKeys::DevStateEventKey(), devState);
+        out.setValue(PEventKeys::DevAliasEventKey(), devAlias);
+        out.setValue(PEventKeys::InputKey(), PVariant(PByteArray(message)));
+        out.setValue(PEventKeys::OutputDataTypeKey(), outputDataType);
+        out.setValue(PEventKeys::EquipmentTypeKey(), equipmentType);
+        out.setValue(PEventKeys::DevIdKey(), deviceId);
+        out.setValue(PEventKeys::EventNameKey(), eventName);
+        out.setValue(PEventKeys::UnprocessedInputKey(), unprocessed);
         PInputProcessor::processInput(&out);
     }
 }
@@ -204,12 +206,12 @@ void PTestSerialInputProcessor::processInput(PEvent* event)
 {
     if (event == nullptr || event->type() != PIODeviceEvent::EventType)
         return;
-    if (parameter(PreviewModeKey(), invalidValue()).toInt() == kPreviewAsOrdinary) {
+    if (parameter(PEventKeys::PreviewModeKey(), invalidValue()).toInt() == kPreviewAsOrdinary) {
         PSerialInputProcessor::processInput(event);
         return;
     }
 
-    PByteArray bytes = event->value(InputKey()).toByteArray();
+    PByteArray bytes = event->value(PEventKeys::InputKey()).toByteArray();
     auto handler = debugHandler();
     if (handler)
         pDebug(*handler) << "PTestSerialInputProcessor::processInput: input data = "
@@ -217,7 +219,7 @@ void PTestSerialInputProcessor::processInput(PEvent* event)
                          << " : " << bytes.toStdString();
     if (bytes.isEmpty())
         return;
-    if (parameter(OutputDataTypeKey(), zero()).toInt() == 1)
+    if (parameter(PEventKeys::OutputDataTypeKey(), zero()).toInt() == 1)
         bytes = bytes.toBase64();
 
     std::string preview;
@@ -228,8 +230,8 @@ void PTestSerialInputProcessor::processInput(PEvent* event)
     if (handler)
         pDebug(*handler) << "PTestSerialInputProcessor::processInput: preview = " << preview;
 
-    event->setValue(UnprocessedInputKey(), PVariant(bytes));
-    event->setValue(InputKey(), PVariant(PByteArray(preview)));
+    event->setValue(PEventKeys::UnprocessedInputKey(), PVariant(bytes));
+    event->setValue(PEventKeys::InputKey(), PVariant(PByteArray(preview)));
     PInputProcessor::processInput(event);
 }
 

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <string>
 
 namespace {
 
@@ -60,6 +61,19 @@ size_t PVKObjectManager::count()
     return r.objects.size();
 }
 
+const PString& PVKObjectManager::classNames()
+{
+    return gClassNamesWide;
+}
+
+bool PVKObjectManager::isClassName(const PString& name)
+{
+    const std::string wanted = name.toStdString();
+    if (wanted.empty() || wanted.find('|') != std::string::npos)
+        return false;
+    return ("|" + gClassNamesWide.toStdString() + "|").find("|" + wanted + "|") != std::string::npos;
+}
+
 extern "C" KELMOR_EXPORT const char16_t* GetClassNames()
 {
     trace("Strake", "GetClassNames");
@@ -74,7 +88,7 @@ extern "C" KELMOR_EXPORT long GetClassObject(const char16_t* name, IComponentBas
         return static_cast<long>(reinterpret_cast<intptr_t>(*slot));
     try {
         const PString className(name);
-        if (className != PString("InputDevice") && className != PString("CardReaderDevice"))
+        if (!PVKObjectManager::isClassName(className))
             return static_cast<long>(reinterpret_cast<intptr_t>(*slot));
         KelmorNative* object = nullptr;
         {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "HostInterface.h"
+#include "PString.h"
 
 #include <cstddef>
 
@@ -14,6 +15,11 @@ public:
     static void destroy(IComponentBase* object);
     // Number of live component objects.
     static size_t count();
+    // The classes the library offers, "InputDevice|CardReaderDevice": the one list behind
+    // GetClassNames and each component's extension name. Lives as long as the process.
+    static const PString& classNames();
+    // True for one name of the list; false for the whole list, an empty name or any other.
+    static bool isClassName(const PString& name);
 };
 
 extern "C" {

@@ -2,8 +2,8 @@
 // static method taking a 20-byte byte[], from an attached native thread, as a device delivery.
 // Target: the layer (exclusive lock, class and method look-up, checks) costs at most 4 bare
 // calls; the look-up of the method on each call, which the layer must do, is measured apart.
-#include "KelmorJvm.h"
 #include "PHostConnection.h"
+#include "PHostJvm.h"
 #include "PJNIHelper.h"
 
 #include <benchmark/benchmark.h>
@@ -18,8 +18,8 @@ const char kPayload[] = "0123456789ABCDEFGHIJ";
 void bareStaticCall(benchmark::State& state)
 {
     const bool lookUpEachCall = state.range(0) != 0;
-    JNIEnv* env = kelmortest::jvmEnv();
-    auto cls = static_cast<jclass>(kelmortest::androidHelper().findClass(u"com.tavrel.kelmortest.JniProbe"));
+    JNIEnv* env = PHostJvm::env();
+    auto cls = static_cast<jclass>(PHostJvm::androidHelper().findClass(u"com.tavrel.kelmortest.JniProbe"));
     jmethodID method = env->GetStaticMethodID(cls, "isTwentyBytes", "([B)Z");
     for (auto _ : state) {
         if (lookUpEachCall)
@@ -38,9 +38,9 @@ void bareStaticCall(benchmark::State& state)
 // The same through PJNIClass::callStaticBooleanMethod.
 void layeredStaticCall(benchmark::State& state)
 {
-    JNI_OnLoad(kelmortest::jvm(), nullptr);
+    JNI_OnLoad(PHostJvm::vm(), nullptr);
     PHostConnection host;
-    host.setAndroidHelper(static_cast<IHostAndroidHelper*>(&kelmortest::androidHelper()));
+    host.setAndroidHelper(static_cast<IHostAndroidHelper*>(&PHostJvm::androidHelper()));
     PJNIHelper::connect(&host);
     PJNIClass cls = PJNIHelper::getClass(PString(kProbe));
     JNIEnv* env = strake::getJniEnv();
@@ -62,7 +62,10 @@ BENCHMARK(layeredStaticCall);
 
 int main(int argc, char** argv)
 {
-    kelmortest::useUncheckedJvm();  // the checker would weigh on both sides alike
+    PHostJvmOptions options = PHostJvm::defaultOptions();
+    options.classPath += std::string(":") + KELMOR_TEST_JAR;
+    options.checkJni = false;  // the checker would weigh on both sides alike
+    PHostJvm::configure(options);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

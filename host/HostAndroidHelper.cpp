@@ -101,3 +101,22 @@ jclass HostAndroidHelper::findClass(const char16_t* className)
         return nullptr;
     return static_cast<jclass>(found);
 }
+
+bool HostAndroidHelper::callStaticBoolean(const char16_t* className, const char* method,
+                                          const std::string& argument)
+{
+    JNIEnv* e = env();
+    if (!e)
+        return false;
+    Local cls{e, findClass(className)};
+    if (!cls.ref)
+        return false;
+    Local text{e, e->NewStringUTF(argument.c_str())};
+    if (clearException(e) || !text.ref)
+        return false;
+    jmethodID id = e->GetStaticMethodID(static_cast<jclass>(cls.ref), method, "(Ljava/lang/String;)Z");
+    if (clearException(e) || !id)
+        return false;
+    const jboolean result = e->CallStaticBooleanMethod(static_cast<jclass>(cls.ref), id, text.ref);
+    return !clearException(e) && result == JNI_TRUE;
+}

@@ -5,6 +5,7 @@
 #include "HostAndroid.h"
 
 #include <atomic>
+#include <string>
 
 // Made on a thread that may call into the VM; any thread may use it afterwards. Native threads
 // see only the boot class loader, so look-ups go through the system (application) loader.
@@ -22,6 +23,11 @@ public:
     jobject getActivity() override;
     // A new local reference, or null with no exception left pending.
     jclass findClass(const char16_t* className) override;
+
+    // Calls the static method `method` of the form (String)Z on a class found as findClass
+    // does; false when the class or method is missing or Java threw (nothing stays pending).
+    bool callStaticBoolean(const char16_t* className, const char* method,
+                           const std::string& argument);
 
     // How many look-ups reached the helper.
     int findClassCount() const { return m_findClassCount.load(); }

@@ -1,13 +1,12 @@
 // PEvent and PIODeviceEvent: a typed event with a locked, shared map of values.
 #include "PEvent.h"
 
-#include <mutex>
+#include "PLockedMap.h"
 
 struct PEventPrivate {
+    // Never changes after construction, so it is read without a lock.
     int type = 0;
-    // Guards the values; the type never changes after construction.
-    mutable std::mutex mutex;
-    KeyValue<PString, PVariant> values;
+    PLockedMap values;
 };
 
 PEvent::PEvent() : PEvent(0) {}
@@ -19,7 +18,7 @@ PEvent::PEvent(int type) : d(new PEventPrivate)
 
 PEvent::PEvent(int type, KeyValue<PString, PVariant> values) : PEvent(type)
 {
-    d->values = std::move(values);
+    d->values.setValues(std::move(values));
 }
 
 PEvent::PEvent(PEvent&& other) noexcept : d(std::move(other.d))
@@ -50,31 +49,26 @@ int PEvent::type() const
 
 void PEvent::setValue(const PString& key, const PVariant& value)
 {
-    std::lock_guard<std::mutex> guard(d->mutex);
     d->values.setValue(key, value);
 }
 
 void PEvent::setValues(KeyValue<PString, PVariant> values)
 {
-    std::lock_guard<std::mutex> guard(d->mutex);
-    d->values = std::move(values);
+    d->values.setValues(std::move(values));
 }
 
 KeyValue<PString, PVariant> PEvent::fieldsValues() const
 {
-    std::lock_guard<std::mutex> guard(d->mutex);
-    return d->values;
+    return d->values.values();
 }
 
 PVariant PEvent::value(const PString& key) const
 {
-    std::lock_guard<std::mutex> guard(d->mutex);
-    return d->values.value(key, PVariant());
+    return d->values.value(key);
 }
 
 std::vector<PString> PEvent::fields() const
 {
-    std::lock_guard<std::mutex> guard(d->mutex);
     return d->values.keys();
 }
 

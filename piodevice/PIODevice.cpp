@@ -1,6 +1,8 @@
 // PIODevice and PIOCustomDevice: the open state, flags, callbacks and parameter bag.
 #include "PIODevice.h"
 
+#include "PLockedMap.h"
+
 #include <atomic>
 #include <mutex>
 
@@ -139,9 +141,8 @@ void PIODevice::exclusiveCallEnd()
 }
 
 struct PIOCustomDevicePrivate {
-    // Guards the bag: Device writes it on the host's thread, a device reads it on any.
-    mutable std::mutex mutex;
-    KeyValue<PString, PVariant> parameters;
+    // Device writes the bag on the host's thread; a device reads it on any.
+    PLockedMap parameters;
 };
 
 PIOCustomDevice::PIOCustomDevice() : dc(new PIOCustomDevicePrivate) {}
@@ -150,12 +151,10 @@ PIOCustomDevice::~PIOCustomDevice() = default;
 
 void PIOCustomDevice::setParameter(const PString& name, const PVariant& value)
 {
-    std::lock_guard<std::mutex> guard(dc->mutex);
     dc->parameters.setValue(name, value);
 }
 
 PVariant PIOCustomDevice::parameter(const PString& name, const PVariant& fallback) const
 {
-    std::lock_guard<std::mutex> guard(dc->mutex);
     return dc->parameters.value(name, fallback);
 }

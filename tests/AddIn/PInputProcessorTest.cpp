@@ -87,6 +87,21 @@ TEST(PInputProcessorTest, throwingCallbackReleasesTheLock)
     EXPECT_EQ(processor.parameter("Prefix").toStdString(), "X");
 }
 
+TEST(PInputProcessorTest, callbackMayReadAndWriteTheParameters)
+{
+    PInputProcessor processor;
+    processor.setParameter("Prefix", "X");
+    std::string seen;
+    processor.setCallback([&](PEvent*) {
+        seen = processor.parameter("Prefix").toStdString();
+        processor.setParameter("Prefix", "Y");
+    });
+    PIODeviceEvent event;
+    processor.processInput(&event);
+    EXPECT_EQ(seen, "X");
+    EXPECT_EQ(processor.parameter("Prefix").toStdString(), "Y");
+}
+
 TEST(PInputProcessorTest, withoutDebugHandlerNothingIsFormatted)
 {
     if (!kelmortest::allocationCountingAvailable())

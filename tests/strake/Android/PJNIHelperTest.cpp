@@ -23,7 +23,7 @@ namespace {
 const PString kProbe("com.tavrel.kelmortest.JniProbe");
 const char kDeviceConstructor[] = "(Landroid/app/Activity;J)V";
 
-using kelmortest::androidHelper;
+using PHostJvm::androidHelper;
 
 // The test host's connection with the given Android helper, or none.
 struct AndroidHost : PHostConnection {
@@ -42,7 +42,7 @@ protected:
     void SetUp() override
     {
         JvmTest::SetUp();
-        JNI_OnLoad(kelmortest::jvm(), nullptr);
+        JNI_OnLoad(PHostJvm::vm(), nullptr);
         ASSERT_TRUE(androidHelper().isValid());
         ASSERT_TRUE(PJNIHelper::connect(&m_host));
     }
@@ -59,7 +59,7 @@ protected:
     }
     static jobject callStaticObject(const char* name, const char* signature, jstring argument)
     {
-        JNIEnv* env = kelmortest::jvmEnv();
+        JNIEnv* env = PHostJvm::env();
         jclass cls = PJNIHelper::getClass(kProbe).getJClass();
         jobject result = env->CallStaticObjectMethod(
             cls, env->GetStaticMethodID(cls, name, signature), argument);
@@ -91,7 +91,7 @@ TEST_F(PJNIHelperTest, connectKeepsItsActivityAndRefusesHostsWithoutHelper)
 
 TEST_F(PJNIHelperTest, withoutVmEveryOperationFailsQuietly)
 {
-    JNI_OnUnload(kelmortest::jvm(), nullptr);
+    JNI_OnUnload(PHostJvm::vm(), nullptr);
     EXPECT_EQ(strake::getJniEnv(), nullptr);
     EXPECT_FALSE(PJNIHelper::getClass(kProbe).isValid());
     EXPECT_EQ(PJNIHelper::getLastError().message(), PString("jni is not available"));
@@ -99,7 +99,7 @@ TEST_F(PJNIHelperTest, withoutVmEveryOperationFailsQuietly)
     EXPECT_TRUE(PJNIHelper::jbyteArray2byteArray(nullptr).isEmpty());
     EXPECT_EQ(PJNIHelper::getPendingErrors().message(), PString("JNIEnv is unaccessible"));
     EXPECT_FALSE(PJNIHelper::disconnect());
-    JNI_OnLoad(kelmortest::jvm(), nullptr);
+    JNI_OnLoad(PHostJvm::vm(), nullptr);
 }
 
 TEST_F(PJNIHelperTest, classIsAskedOfTheHostOnceAndOddNamesFailWithoutPendingException)
@@ -120,7 +120,7 @@ TEST_F(PJNIHelperTest, classIsAskedOfTheHostOnceAndOddNamesFailWithoutPendingExc
         const PError error = PJNIHelper::getLastError();
         EXPECT_EQ(error.code(), 2);
         EXPECT_EQ(error.message(), PString("class ") + PString(name) + PString(" not found"));
-        EXPECT_FALSE(kelmortest::jvmEnv()->ExceptionCheck());
+        EXPECT_FALSE(PHostJvm::env()->ExceptionCheck());
     }
 }
 
@@ -165,7 +165,7 @@ TEST_F(PJNIHelperTest, callFamilyGivesEveryResultTypeOfObjectsAndClasses)
     EXPECT_EQ(probe->callIntMethod({}, PString("twice")), 0);
     EXPECT_EQ(probe->lastError().code(), 1);
 
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     env->DeleteLocalRef(javaText);
     env->DeleteLocalRef(javaBytes);
     env->DeleteLocalRef(empty);
@@ -178,7 +178,7 @@ TEST_F(PJNIHelperTest, failedCallsLeaveNoPendingExceptionAndRunNoJava)
 {
     PJNIClassObject* probe = newProbe();
     PJNIClass cls = PJNIHelper::getClass(kProbe);
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
 
     // A Java exception is wiped and is no error of ours: the result alone tells.
     probe->callVoidMethod("failVoid", "()V");
@@ -214,7 +214,7 @@ TEST_F(PJNIHelperTest, disconnectDeletesEveryGlobalReferenceAndInvalidatesHandle
 {
     PJNIHelper::getLibsLoader();  // the VM's own references for these classes are made now
     PJNIHelper::disconnect();
-    const long before = kelmortest::jniGlobalRefCount();
+    const long before = PHostJvm::globalRefCount();
     ASSERT_GE(before, 0);
 
     ASSERT_TRUE(PJNIHelper::connect(&m_host));
@@ -223,10 +223,10 @@ TEST_F(PJNIHelperTest, disconnectDeletesEveryGlobalReferenceAndInvalidatesHandle
     PJNIClass loader = PJNIHelper::getLibsLoader();
     ASSERT_TRUE(loader.isValid());
     // activity, two classes, two objects
-    EXPECT_EQ(kelmortest::jniGlobalRefCount(), before + 5);
+    EXPECT_EQ(PHostJvm::globalRefCount(), before + 5);
 
     ASSERT_TRUE(PJNIHelper::disconnect());
-    EXPECT_EQ(kelmortest::jniGlobalRefCount(), before);
+    EXPECT_EQ(PHostJvm::globalRefCount(), before);
     EXPECT_FALSE(PJNIHelper::isConnected());
     EXPECT_FALSE(loader.isValid());
     EXPECT_FALSE(first->isValid());
@@ -238,7 +238,7 @@ TEST_F(PJNIHelperTest, disconnectDeletesEveryGlobalReferenceAndInvalidatesHandle
 
 TEST_F(PJNIHelperTest, unknownNativeThreadIsAttachedForGoodAndManyThreadsCallTogether)
 {
-    JavaVM* vm = kelmortest::jvm();
+    JavaVM* vm = PHostJvm::vm();
     PJNIClassObject* probe = newProbe();
     std::thread fresh([&] {
         JNIEnv* env = nullptr;
@@ -308,7 +308,7 @@ TEST_F(PJNIHelperTest, hundredThousandCallsFromOneNativeThreadLeakNoLocalReferen
 
 TEST_F(PJNIHelperTest, javaCallingBackIntoNativeCodeMayCallJavaAgain)
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     PJNIClass cls = PJNIHelper::getClass(kProbe);
     JNINativeMethod method{const_cast<char*>("nativeCallBack"), const_cast<char*>("(J)Z"),
                            reinterpret_cast<void*>(&nativeCallBack)};
@@ -344,7 +344,7 @@ TEST_F(PJNIHelperTest, exclusiveLockIsOwnedNotCounted)
 
 TEST_F(PJNIHelperTest, exceptionInfoGivesMessageAndWholeChain)
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     auto chained = static_cast<jthrowable>(callStaticObject("chained", "()Ljava/lang/Throwable;", nullptr));
     EXPECT_EQ(PJNIHelper::getJavaExeptionInfo(chained), PString("outer"));
     const std::string chain = PJNIHelper::getJavaExeptionInfoEx(chained).toStdString();
@@ -375,7 +375,7 @@ TEST_F(PJNIHelperTest, libraryLoaderLoadsOnceAndTakesRegistrations)
     jstring name = PJNIHelper::str2jstr(PString("kelmor_later"));
     EXPECT_TRUE(PJNIHelper::getLibsLoader().callStaticBooleanMethod(
         "isRegistered", "(Ljava/lang/String;)Z", name));
-    kelmortest::jvmEnv()->DeleteLocalRef(name);
+    PHostJvm::env()->DeleteLocalRef(name);
 
     PJNIHelper::disconnect();
     EXPECT_FALSE(PJNIHelper::getLibsLoader().isValid());
@@ -387,7 +387,7 @@ TEST_F(PJNIHelperTest, libraryLoaderLoadsOnceAndTakesRegistrations)
 
 TEST_F(PJNIHelperTest, bytesAndStringsCrossWholeAndNullsGiveEmptyValues)
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     const std::string raw("\x00\x1D\xFFz", 4);
     jbyteArray array = strake::str2jbyteArray(env, raw);
     EXPECT_EQ(strake::jbyteArray2str(env, array), raw);
@@ -410,7 +410,7 @@ TEST_F(PJNIHelperTest, bytesAndStringsCrossWholeAndNullsGiveEmptyValues)
 
 TEST_F(PJNIHelperTest, javaLoggerWritesTaggedLinesToTheNativeLogger)
 {
-    JNIEnv* env = kelmortest::jvmEnv();
+    JNIEnv* env = PHostJvm::env();
     std::ostringstream stream;
     PLogger logger(&stream);
     jstring text = PJNIHelper::str2jstr(PString(u"скан 1"));

@@ -1,5 +1,6 @@
-// The test programs' one Java VM, its captured output and its global reference count.
-#include "KelmorJvm.h"
+// PHostJvm: the one VM, its captured output, its global reference count and the library
+// loaded through Java.
+#include "PHostJvm.h"
 
 #include <jvmti.h>
 
@@ -10,11 +11,21 @@
 #include <string>
 #include <vector>
 
-namespace kelmortest {
-
 namespace {
 
-bool checkJni = true;    // read once, when the VM is made
+// Made at first use, so that configure works even from another file's static initialiser.
+struct Setup {
+    std::mutex mutex;  // guards options and made
+    PHostJvmOptions options = PHostJvm::defaultOptions();
+    bool made = false;
+};
+
+Setup& setup()
+{
+    static Setup instance;
+    return instance;
+}
+
 std::mutex outputMutex;  // guards output, written by any VM thread
 std::string output;
 
@@ -50,26 +61,33 @@ void JNICALL onAbort()
 
 JavaVM* createVm()
 {
+    PHostJvmOptions chosen;
+    {
+        std::lock_guard<std::mutex> lock(setup().mutex);
+        chosen = setup().options;
+        setup().made = true;
+    }
     std::vector<std::string> texts = {
-        std::string("-Djava.class.path=") + KELMOR_JARS,
-        std::string("-Dstrake.lib.com_tavrel_Kelmor=") + KELMOR_LIBRARY_PATH,
+        "-Djava.class.path=" + chosen.classPath,
+        "-Dstrake.lib.com_tavrel_Kelmor=" + chosen.libraryPath,
         "-Xmx256m",
         "-XX:+UseSerialGC",
         "-XX:TieredStopAtLevel=1",
     };
-    if (checkJni)
+    if (chosen.checkJni)
         texts.push_back("-Xcheck:jni");
-    std::vector<JavaVMOption> options;
+    std::vector<JavaVMOption> vmOptions;
     for (const std::string& text : texts)
-        options.push_back(JavaVMOption{const_cast<char*>(text.c_str()), nullptr});
-    options.push_back(JavaVMOption{const_cast<char*>("vfprintf"),
-                                   reinterpret_cast<void*>(&captureOutput)});
-    options.push_back(JavaVMOption{const_cast<char*>("abort"), reinterpret_cast<void*>(&onAbort)});
+        vmOptions.push_back(JavaVMOption{const_cast<char*>(text.c_str()), nullptr});
+    vmOptions.push_back(JavaVMOption{const_cast<char*>("vfprintf"),
+                                     reinterpret_cast<void*>(&captureOutput)});
+    vmOptions.push_back(
+        JavaVMOption{const_cast<char*>("abort"), reinterpret_cast<void*>(&onAbort)});
 
     JavaVMInitArgs args{};
     args.version = JNI_VERSION_1_8;
-    args.nOptions = static_cast<jint>(options.size());
-    args.options = options.data();
+    args.nOptions = static_cast<jint>(vmOptions.size());
+    args.options = vmOptions.data();
     args.ignoreUnrecognized = JNI_FALSE;
     JavaVM* vm = nullptr;
     JNIEnv* env = nullptr;
@@ -90,27 +108,36 @@ jint JNICALL countGlobal(jvmtiHeapReferenceKind kind, const jvmtiHeapReferenceIn
 
 }
 
-void useUncheckedJvm()
+PHostJvmOptions PHostJvm::defaultOptions()
 {
-    checkJni = false;
+    return PHostJvmOptions{KELMOR_JAR, KELMOR_LIBRARY_PATH, true};
 }
 
-JavaVM* jvm()
+bool PHostJvm::configure(const PHostJvmOptions& chosen)
 {
-    static JavaVM* vm = createVm();
-    return vm;
+    std::lock_guard<std::mutex> lock(setup().mutex);
+    if (setup().made)
+        return false;
+    setup().options = chosen;
+    return true;
 }
 
-JNIEnv* jvmEnv()
+JavaVM* PHostJvm::vm()
+{
+    static JavaVM* const theVm = createVm();
+    return theVm;
+}
+
+JNIEnv* PHostJvm::env()
 {
     JNIEnv* env = nullptr;
-    jint status = jvm()->GetEnv(reinterpret_cast<void**>(&env), JNI_VERSION_1_6);
+    jint status = vm()->GetEnv(reinterpret_cast<void**>(&env), JNI_VERSION_1_6);
     if (status == JNI_EDETACHED)
-        status = jvm()->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&env), nullptr);
+        status = vm()->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&env), nullptr);
     return status == JNI_OK ? env : nullptr;
 }
 
-std::string takeJvmOutput()
+std::string PHostJvm::takeOutput()
 {
     std::lock_guard<std::mutex> lock(outputMutex);
     std::string taken;
@@ -118,16 +145,23 @@ std::string takeJvmOutput()
     return taken;
 }
 
-HostAndroidHelper& androidHelper()
+HostAndroidHelper& PHostJvm::androidHelper()
 {
-    static HostAndroidHelper* helper = new HostAndroidHelper(jvm());
+    // Never destroyed: the VM outlives every static destructor.
+    static HostAndroidHelper* const helper = new HostAndroidHelper(vm());
     return *helper;
 }
 
-long jniGlobalRefCount()
+bool PHostJvm::loadLibrary(const std::string& nameOrPath)
+{
+    return androidHelper().callStaticBoolean(u"com.tavrel.strake.PLibLoader", "staticLoad",
+                                             nameOrPath);
+}
+
+long PHostJvm::globalRefCount()
 {
     jvmtiEnv* jvmti = nullptr;
-    if (jvm()->GetEnv(reinterpret_cast<void**>(&jvmti), JVMTI_VERSION_1_2) != JNI_OK)
+    if (vm()->GetEnv(reinterpret_cast<void**>(&jvmti), JVMTI_VERSION_1_2) != JNI_OK)
         return -1;
     jvmtiCapabilities capabilities{};
     capabilities.can_tag_objects = 1;
@@ -138,6 +172,4 @@ long jniGlobalRefCount()
         && jvmti->FollowReferences(0, nullptr, nullptr, &callbacks, &count) == JVMTI_ERROR_NONE;
     jvmti->DisposeEnvironment();
     return ok ? count : -1;
-}
-
 }
