@@ -162,7 +162,8 @@ bool PBroadcastReceaver::open(int)
         if (!companion || !companion->isValid()) {
             PError made = PJNIHelper::getLastError();
             if (!made.isError())
-                made = P_ERROR(PError::GeneralFailure, PString("class ") + kJavaClass + " not found");
+                made = P_ERROR(PError::GeneralFailure,
+                               PString("class ") + kJavaClass + " could not be made");
             throw made;
         }
         const PJNILocalRef text = PJNILocalRef::string(parametersText());

@@ -91,11 +91,24 @@ private:
     PError m_error;
 };
 
+class SilentKeyboardCompanion : public PKeyboardCompanion {
+public:
+    bool isValid() const override { return true; }
+    bool open(const PString&) override { return true; }
+    void close() override {}
+    PError lastError() const override { return PError(); }
+};
+
 }
 
 std::unique_ptr<PKeyboardCompanion> makeJavaKeyboardCompanion(int64_t handle)
 {
     return std::unique_ptr<PKeyboardCompanion>(new JavaKeyboardCompanion(handle));
+}
+
+std::unique_ptr<PKeyboardCompanion> makeSilentKeyboardCompanion(int64_t)
+{
+    return std::unique_ptr<PKeyboardCompanion>(new SilentKeyboardCompanion);
 }
 
 PKeyboardIOQueueServiceInputHandler::PKeyboardIOQueueServiceInputHandler(

@@ -60,6 +60,9 @@ using PKeyboardCompanionFactory = std::function<std::unique_ptr<PKeyboardCompani
 
 // The Java class com.tavrel.piodevice.PKeyboard, made with the activity and the handle.
 std::unique_ptr<PKeyboardCompanion> makeJavaKeyboardCompanion(int64_t handle);
+// A companion that accepts every call and sends nothing: the service without a VM, for
+// measurements and fuzzing, where packets come in through deliverPacket.
+std::unique_ptr<PKeyboardCompanion> makeSilentKeyboardCompanion(int64_t handle);
 
 // One static object. A device start()s it on open and stop()s it on close; the first start
 // makes the companion and the timer, the last stop ends both. The companion hands key
