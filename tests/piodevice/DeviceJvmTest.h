@@ -89,17 +89,6 @@ protected:
         va_end(args);
         return result;
     }
-    static jlong callStaticLong(const char16_t* className, const char* name, const char* signature, ...)
-    {
-        va_list args;
-        va_start(args, signature);
-        const jlong result = callStaticWith(className, name, signature, jlong(-1),
-                                            [&](jclass cls, jmethodID method) {
-                                                return env()->CallStaticLongMethodV(cls, method, args);
-                                            });
-        va_end(args);
-        return result;
-    }
     static std::string callStaticString(const char16_t* className, const char* name,
                                         const char* signature, ...)
     {

@@ -2,7 +2,6 @@
 // reading of the extras XML.
 #include "PBroadcastReceaver.h"
 
-#include "PJavaHandles.h"
 #include "PLocale.h"
 #include "StrakeText.h"
 
@@ -26,25 +25,14 @@ std::string field(const std::string& bytes)
 
 }
 
-TEST(PBroadcastReceaverTest, parameterTextNamesTheActionTheCategoryAndTheFieldsInSetOrder)
+TEST(PBroadcastReceaverTest, parameterTextAndTypeNames)
 {
     PBroadcastReceaver device("com.scanner.ACTION");
     device.setFieldsDesc({PBroadcastDataField("data", PBroadcastDataField::String)});
     EXPECT_EQ(device.parametersText(), PString("action_name=com.scanner.ACTION;fields=data(9);"));
-
-    device.setSignalCategoryName("android.intent.category.DEFAULT");
-    device.setFieldsDesc({PBroadcastDataField("raw", PBroadcastDataField::ByteArray),
-                          PBroadcastDataField("data", PBroadcastDataField::String),
-                          PBroadcastDataField("raw", PBroadcastDataField::CharArray)});
-    EXPECT_EQ(device.parametersText(),
-              PString("action_name=com.scanner.ACTION;action_category_name="
-                      "android.intent.category.DEFAULT;fields=data(9),raw(65538);"));
-
     EXPECT_EQ(PBroadcastDataField::typeName(9), PString("string"));
     EXPECT_EQ(PBroadcastDataField::typeName(0x10002), PString("byte[]"));
-    EXPECT_EQ(PBroadcastDataField::typeName(0), PString("void"));
     EXPECT_EQ(PBroadcastDataField::typeName(12), PString());
-    EXPECT_EQ(PBroadcastDataField().type(), 0);
 }
 
 TEST(PBroadcastReceaverTest, openRefusesMissingSettingsAndAMissingVmInTheLanguageOfTheMoment)
@@ -94,18 +82,4 @@ TEST(PBroadcastReceaverTest, extrasXmlGivesTheFirstFieldWithTheSuffixUnlessItEnd
     EXPECT_EQ(xmlInput("<action><fields/></action>", "\r"), "<none>");
     EXPECT_EQ(xmlInput("<action><fields><field", "\r"), "<none>");
     EXPECT_EQ(xmlInput("", "\r"), "<none>");
-}
-
-TEST(PBroadcastReceaverTest, deliveriesUnderUnknownOrClosedHandlesReachNothing)
-{
-    auto device = std::make_shared<PBroadcastReceaver>("A");
-    int delivered = 0;
-    device->setCallback([&](PEvent*) { ++delivered; });
-    const int64_t handle = PJavaHandles::add(device);
-    PBroadcastReceaver::deliverString(handle, PString(field("x")));
-    PBroadcastReceaver::deliverData(handle, PByteArray("x"));
-    PBroadcastReceaver::deliverData(0, PByteArray("x"));
-    PBroadcastReceaver::deliverString(handle + 1, PString(field("x")));
-    EXPECT_EQ(delivered, 0) << "the device is not open";
-    PJavaHandles::remove(handle);
 }

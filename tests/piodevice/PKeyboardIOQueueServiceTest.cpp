@@ -32,7 +32,6 @@ struct CompanionLog {
     std::atomic<int> made{0};
     std::atomic<int> closed{0};
     std::atomic<int> destroyed{0};
-    std::atomic<bool> refuse{false};
     std::atomic<bool> invalid{false};
 };
 
@@ -49,12 +48,12 @@ public:
     {
         std::lock_guard<std::mutex> lock(m_log->mutex);
         m_log->settings.push_back(settings.toStdString());
-        return !m_log->refuse;
+        return true;
     }
     void close() override { ++m_log->closed; }
     PError lastError() const override
     {
-        return m_valid ? PError(7, "refused by the companion") : PError(8, "no companion");
+        return PError(8, "no companion");
     }
 
 private:
@@ -116,38 +115,7 @@ protected:
 
 }
 
-TEST_F(PKeyboardIOQueueServiceTest, devicesShareOneRunOfTheServiceAndTheLastCloseEndsIt)
-{
-    auto first = keyboard(kManualTicks);
-    auto second = keyboard(20);
-    ASSERT_TRUE(first->open(1));
-    EXPECT_TRUE(service().isRunning());
-    EXPECT_NE(service().javaHandle(), 0);
-    EXPECT_EQ(service().parameter("flags").toInt(), 1);
-    ASSERT_TRUE(second->open(2));
-    EXPECT_EQ(service().parameter("flags").toInt(), 1) << "parameters are fixed while it runs";
-    EXPECT_FALSE(service().setParameter("flags", PVariant(5)).isValid());
-    EXPECT_EQ(m_log->made.load(), 1);
-    EXPECT_EQ(m_log->settings,
-              std::vector<std::string>{"timeout=0;ignore_state=0;gs1symbolkey=0000008a;"});
-    EXPECT_EQ(service().inputHandlersCount(), 2u);
-    EXPECT_EQ(service().inputHandler(0).device, first.get());
-    EXPECT_EQ(service().inputHandler(2).id, 0u);
-
-    EXPECT_TRUE(first->close());
-    EXPECT_TRUE(first->close());
-    EXPECT_TRUE(service().isRunning());
-    EXPECT_EQ(m_log->closed.load(), 0);
-    EXPECT_TRUE(second->isOpen());
-    second.reset();  // the destructor closes
-    EXPECT_FALSE(service().isRunning());
-    EXPECT_EQ(m_log->closed.load(), 1);
-    EXPECT_EQ(service().javaHandle(), 0);
-    EXPECT_TRUE(service().stop()) << "an unmatched stop changes nothing";
-    EXPECT_TRUE(service().setParameter("flags", PVariant(5)).isValid());
-}
-
-TEST_F(PKeyboardIOQueueServiceTest, eachTickOffersOneEventAndTheRepliesDecideWhatIsKept)
+TEST_F(PKeyboardIOQueueServiceTest, devicesShareOneRunAndEachTickOffersOneEventTheyReplyTo)
 {
     std::vector<unsigned long> seenA, seenB;
     int replyA = 0, replyB = 0;
@@ -156,7 +124,8 @@ TEST_F(PKeyboardIOQueueServiceTest, eachTickOffersOneEventAndTheRepliesDecideWha
         if (replyA)
             event->setValue(PEventKeys::AcceptStatusKey(), PVariant(replyA));
     });
-    auto b = keyboard(kManualTicks, [&](PEvent* event) {
+    // Its own timeout would tick every 20 ms: the running timer keeps the first device's.
+    auto b = keyboard(20, [&](PEvent* event) {
         seenB.push_back(messageCount(event));
         if (replyB)
             event->setValue(PEventKeys::AcceptStatusKey(), PVariant(replyB));
@@ -171,7 +140,12 @@ TEST_F(PKeyboardIOQueueServiceTest, eachTickOffersOneEventAndTheRepliesDecideWha
     service().pushMessagesToCache(PKeyboardIOQueueService::ReceivedSlot, {PKeyMSG{}});
     service().commonTimeoutProc();
     ASSERT_TRUE(a->open(1));
-    ASSERT_TRUE(b->open(1));
+    ASSERT_TRUE(b->open(2));
+    EXPECT_EQ(m_log->made.load(), 1);
+    EXPECT_EQ(m_log->settings,
+              std::vector<std::string>{"timeout=0;ignore_state=0;gs1symbolkey=0000008a;"});
+    EXPECT_EQ(service().parameter("flags").toInt(), 1) << "parameters are fixed while it runs";
+    EXPECT_FALSE(service().setParameter("flags", PVariant(5)).isValid());
     PKeyboardIOQueueService::deliverPacket(service().javaHandle(), "29:1:QQ==;30:1:Qg==");
     PKeyboardIOQueueService::deliverPacket(0, "29:1:QQ==");
     PKeyboardIOQueueService::deliverPacket(service().javaHandle() + 1000, "29:1:QQ==");
@@ -199,12 +173,18 @@ TEST_F(PKeyboardIOQueueServiceTest, eachTickOffersOneEventAndTheRepliesDecideWha
     EXPECT_EQ(seenA, (std::vector<unsigned long>{3, 0, 1, 0, 0}));
     EXPECT_TRUE(service().popMessagesFromCache(PKeyboardIOQueueService::SentSlot).empty());
 
-    // A closed device is passed over even while still registered.
+    // A closed device is passed over; the last close ends the run.
+    a->close();
     a->close();
     service().commonTimeoutProc();
     EXPECT_EQ(seenA.size(), 5u);
     EXPECT_EQ(seenB.size(), 5u);
-    b->close();
+    EXPECT_EQ(m_log->closed.load(), 0);
+    b.reset();  // the destructor closes
+    EXPECT_FALSE(service().isRunning());
+    EXPECT_EQ(m_log->closed.load(), 1);
+    EXPECT_EQ(service().javaHandle(), 0);
+    EXPECT_TRUE(service().stop()) << "an unmatched stop changes nothing";
 }
 
 TEST_F(PKeyboardIOQueueServiceTest, failedOpenLeavesNothingBehindAndSaysWhy)
@@ -220,14 +200,9 @@ TEST_F(PKeyboardIOQueueServiceTest, failedOpenLeavesNothingBehindAndSaysWhy)
     EXPECT_EQ(service().inputHandlersCount(), 0u);
     EXPECT_EQ(m_log->closed.load(), 1) << "the companion opened before the timer failed";
 
-    // A refusal keeps the companion for the next attempt.
-    m_log->refuse = true;
     device->setParameter("timeout", PVariant(kManualTicks));
-    EXPECT_FALSE(device->open(1));
-    EXPECT_EQ(device->getLastError().message(), PString("refused by the companion"));
-    m_log->refuse = false;
     ASSERT_TRUE(device->open(1));
-    EXPECT_EQ(m_log->made.load(), 1);
+    EXPECT_EQ(m_log->made.load(), 1) << "the companion stays for the next attempt";
 
     // Registering twice is refused and leaves the open device as it was.
     EXPECT_FALSE(device->open(1));
@@ -298,6 +273,7 @@ TEST_F(PKeyboardIOQueueServiceStressTest, openStreamCloseCyclesWhileTheFeederDel
 {
     // Most cycles share the timer with an anchor device; every tenth starts and stops it.
     auto anchor = keyboard(1);
+    // 10,000 cycles, or as many as 40 s allow on a slow (sanitizer) build.
     const auto deadline = std::chrono::steady_clock::now() + 40s;
     int cycles = 0;
     for (; cycles < 10000 && std::chrono::steady_clock::now() < deadline; ++cycles) {

@@ -34,8 +34,8 @@ public class RecordingCompanion {
     }
 
     /** The handle the last companion was made with. */
-    public static long lastHandle() {
-        return lastHandle;
+    public static String lastHandle() {
+        return Long.toString(lastHandle);
     }
 
     /** How the next companions answer: open "true", "false" or "throw"; a throwing constructor. */
