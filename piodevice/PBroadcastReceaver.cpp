@@ -128,6 +128,8 @@ bool PBroadcastReceaver::open(int)
 {
     if (isOpen())
         return true;
+    // Still set when a disconnect left the companion dead: only this open may set it again.
+    d->opened = false;
     PError error;
     try {
         if (d->signalName.isEmpty())
