@@ -12,7 +12,6 @@ struct PErrorPrivate {
     PString method;
     int line = 0;
 };
-using PErrorPrivateCopyer = _PDataCopyer<PErrorPrivate>;
 
 // A code (0: none), a message and the place that raised it. Belongs to one thread.
 class PError {
@@ -30,7 +29,7 @@ public:
     PError(int code, const PString& message);
     PError(int code, const PString& message, const PString& module, const PString& method,
            int line);
-    virtual ~PError();
+    ~PError();
 
     void setError(int code, const PString& message);
     void setInfo(const PString& module, const PString& method, int line);
@@ -64,7 +63,7 @@ public:
     }
 
 private:
-    PSharedDataPtr<PErrorPrivate, PErrorPrivateCopyer> d;
+    PSharedDataPtr<PErrorPrivate> d;
 };
 
 namespace strake {

@@ -28,6 +28,12 @@ void PMethod::setAllocator(IMemoryManager* allocator)
 
 bool PMethod::operator()(tVariant* result, tVariant* parameters, long count, PError* error)
 {
+    return call(result, parameters, count, d.constData()->allocator, error);
+}
+
+bool PMethod::call(tVariant* result, tVariant* parameters, long count, IMemoryManager* allocator,
+                   PError* error) const
+{
     PError local;
     try {
         const PMethodPrivate& method = *d.constData();
@@ -41,7 +47,7 @@ bool PMethod::operator()(tVariant* result, tVariant* parameters, long count, PEr
         if (!method.handler)
             throw METHOD_ERROR(PNoHandler, PString());
         strake::empty2var(result);
-        method.handler(result, parameters, count, method.allocator);
+        method.handler(result, parameters, count, allocator);
     } catch (const PError& e) {
         local = e;
     } catch (...) {

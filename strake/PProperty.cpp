@@ -62,13 +62,18 @@ bool PProperty::setValue(const tVariant* value, PError* error)
 
 bool PProperty::getValue(tVariant* value, PError* error) const
 {
+    return getValue(value, d->allocator, error);
+}
+
+bool PProperty::getValue(tVariant* value, IMemoryManager* allocator, PError* error) const
+{
     PError local;
     try {
         if (!value)
             throw PROPERTY_ERROR(PNoPlaceForValue, PString());
         if (!d->getter)
             throw PROPERTY_ERROR(PNoGetter, PString());
-        d->getter(value, d->allocator);
+        d->getter(value, allocator);
     } catch (const PError& e) {
         local = e;
     } catch (...) {
