@@ -44,9 +44,15 @@ public:
     // module:method:line[code]message, each part only when present.
     PString toString() const;
 
-    // The error of the exception being handled: a PError as it is, a standard exception as
-    // code 2 with its text, anything else as code 2 with no text. Call only inside a catch.
-    static PError fromCurrentException();
+    // What fromCurrentException makes of a standard exception's text.
+    enum class StandardText { Kept, Dropped };
+    // The one catch ladder: the error of the exception being handled. A PError as it is; a
+    // standard exception as code 2 with its text (Kept) or as the fallback (Dropped); anything
+    // else as the fallback. Call only inside a catch.
+    static PError fromCurrentException(const PError& fallback,
+                                       StandardText standard = StandardText::Kept);
+    // The same with code 2 and the text (by default none) as the fallback.
+    static PError fromCurrentException(const PString& fallbackText = PString());
     // The failure convention: with a pointer the error is stored there; without one a
     // non-zero error is thrown. Answers false, the result of a failed operation.
     static bool raise(const PError& error, PError* out);

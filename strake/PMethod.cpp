@@ -48,10 +48,9 @@ bool PMethod::call(tVariant* result, tVariant* parameters, long count, IMemoryMa
             throw METHOD_ERROR(PNoHandler, PString());
         strake::empty2var(result);
         method.handler(result, parameters, count, allocator);
-    } catch (const PError& e) {
-        local = e;
     } catch (...) {
-        local = METHOD_ERROR(PError::GeneralFailure, PString());
+        local = PError::fromCurrentException(METHOD_ERROR(PError::GeneralFailure, PString()),
+                                             PError::StandardText::Dropped);
     }
     return PError::settle(local, error);
 }

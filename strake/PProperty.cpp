@@ -52,10 +52,9 @@ bool PProperty::setValue(const tVariant* value, PError* error)
         property.entry.check(value, nullptr);
         if (property.setter && property.setter(value) && property.notifyer)
             property.notifyer(*value);
-    } catch (const PError& e) {
-        local = e;
     } catch (...) {
-        local = PROPERTY_ERROR(PError::GeneralFailure, PString());
+        local = PError::fromCurrentException(PROPERTY_ERROR(PError::GeneralFailure, PString()),
+                                             PError::StandardText::Dropped);
     }
     return PError::settle(local, error);
 }
@@ -74,10 +73,9 @@ bool PProperty::getValue(tVariant* value, IMemoryManager* allocator, PError* err
         if (!d->getter)
             throw PROPERTY_ERROR(PNoGetter, PString());
         d->getter(value, allocator);
-    } catch (const PError& e) {
-        local = e;
     } catch (...) {
-        local = PROPERTY_ERROR(PError::GeneralFailure, PString());
+        local = PError::fromCurrentException(PROPERTY_ERROR(PError::GeneralFailure, PString()),
+                                             PError::StandardText::Dropped);
     }
     return PError::settle(local, error);
 }

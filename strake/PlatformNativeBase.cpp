@@ -26,11 +26,10 @@ R PlatformNativeBase::hostCall(R failed, const char* function, int line, Work&& 
         R result = failed;
         try {
             result = work();
-        } catch (const PError& e) {
-            error = e;
         } catch (...) {
-            error = PError(PError::GeneralFailure, PString(), PString(kModule), PString(function),
-                           line);
+            error = PError::fromCurrentException(
+                PError(PError::GeneralFailure, PString(), PString(kModule), PString(function), line),
+                PError::StandardText::Dropped);
         }
         if (error.isError()) {
             pushError(ErrorLevel, error);

@@ -11,7 +11,6 @@
 #include <map>
 #include <mutex>
 #include <set>
-#include <exception>
 #include <thread>
 
 namespace {
@@ -55,21 +54,6 @@ PJNIHelperPrivate& helper()
 }
 
 const char kLibsLoaderClass[] = "com.tavrel.strake.PLibLoader";
-
-// The error of the exception being handled, with `unexpected` as the text of one that is
-// neither a PError nor a standard exception. Call only inside a catch.
-PError caughtError(const char* unexpected)
-{
-    PError error = PError::fromCurrentException();
-    try {
-        throw;
-    } catch (const PError&) {
-    } catch (const std::exception&) {
-    } catch (...) {
-        error.setError(PError::GeneralFailure, PString(unexpected));
-    }
-    return error;
-}
 
 // Wipes a pending Java exception: the callers report failure by result, not by exception.
 void clearPending(JNIEnv* env)
@@ -262,7 +246,7 @@ typename Kind::Result callJava(PError& lastError, const PJNIClass& cls,
         }
         result = invoke<Kind>(env, jcls, target, name, signature, args);
     } catch (...) {
-        lastError = caughtError("Unexpected");
+        lastError = PError::fromCurrentException("Unexpected");
     }
     return result;
 }
@@ -771,7 +755,7 @@ PJNIClass PJNIHelper::getClass(const PString& className)
     try {
         return classLocked(d, className);
     } catch (...) {
-        d.lastError = caughtError("Unexpected");
+        d.lastError = PError::fromCurrentException("Unexpected");
     }
     return PJNIClass();
 }
@@ -823,7 +807,7 @@ PJNIClassObject* PJNIHelper::createClassObj(const PString& className, const char
             }
             result = new PJNIClassObject(static_cast<unsigned long>(id), cls);
         } catch (...) {
-            d.lastError = caughtError("Unexpected");
+            d.lastError = PError::fromCurrentException("Unexpected");
         }
     }
     va_end(args);
@@ -864,7 +848,7 @@ PJNIClass PJNIHelper::getLibsLoader()
     try {
         return libsLoaderLocked(d);
     } catch (...) {
-        d.lastError = caughtError("Unexpected error");
+        d.lastError = PError::fromCurrentException("Unexpected error");
     }
     return PJNIClass();
 }
@@ -897,7 +881,7 @@ bool PJNIHelper::loadJavaLibrary(const PString& name)
             d.loadedLibraries.insert(name);
         }
     } catch (...) {
-        error = caughtError("Unexpected error");
+        error = PError::fromCurrentException("Unexpected error");
     }
     if (error.isError())
         d.lastError = error;
@@ -922,7 +906,7 @@ void PJNIHelper::registerJavaLibraryForDelayedLoad(const PString& name)
         invokeDirect<VoidCall>(env, loader.getJClass(), nullptr, PString("registerForDelayedLoad"),
                                "(Ljava/lang/String;)V", text.get());
     } catch (...) {
-        d.lastError = caughtError("Unexpected error");
+        d.lastError = PError::fromCurrentException("Unexpected error");
     }
 }
 
