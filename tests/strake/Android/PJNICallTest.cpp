@@ -20,7 +20,7 @@ jboolean JNICALL nativeCallBack(JNIEnv*, jclass, jlong token)
 
 TEST_F(PJNITest, failedCallsLeaveNoPendingExceptionAndRunNoJava)
 {
-    PJNIClassObject* probe = newProbe();
+    ProbePtr probe = newProbe();
     PJNIClass cls = PJNIHelper::getClass(kProbe);
     JNIEnv* env = PHostJvm::env();
 
@@ -43,21 +43,19 @@ TEST_F(PJNITest, failedCallsLeaveNoPendingExceptionAndRunNoJava)
     EXPECT_EQ(cls.lastError().code(), 0);
     EXPECT_FALSE(env->ExceptionCheck());
 
-    PJNIClassObject* refused = PJNIHelper::createClassObj(kProbe, "(I)V", 5);
+    ProbePtr refused(PJNIHelper::createClassObj(kProbe, "(I)V", 5));
     ASSERT_NE(refused, nullptr);
     EXPECT_FALSE(refused->isValid());
     EXPECT_FALSE(refused->callBooleanMethod("hasActivity", "()Z"));
     EXPECT_EQ(refused->lastError().message(), PString("Invalid class object to call"));
-    EXPECT_EQ(PJNIHelper::createClassObj(kProbe, "(Z)V", JNI_TRUE), nullptr);
+    EXPECT_FALSE(ProbePtr(PJNIHelper::createClassObj(kProbe, "(Z)V", JNI_TRUE)));
     EXPECT_FALSE(env->ExceptionCheck());
-    PJNIHelper::destroyClassObj(refused);
-    PJNIHelper::destroyClassObj(probe);
 }
 
 TEST_F(PJNITest, hundredThousandCallsFromOneNativeThreadLeakNoLocalReference)
 {
-    PJNIClassObject* probe = newProbe();
-    std::thread caller([probe] {
+    ProbePtr probe = newProbe();
+    std::thread caller([&probe] {
         JNIEnv* env = strake::getJniEnv();
         PJNIClass cls = PJNIHelper::getClass(kProbe);
         jstring text = PJNIHelper::str2jstr(PString("scan"));
@@ -79,7 +77,6 @@ TEST_F(PJNITest, hundredThousandCallsFromOneNativeThreadLeakNoLocalReference)
         env->DeleteLocalRef(text);
     });
     caller.join();
-    PJNIHelper::destroyClassObj(probe);
     // The JNI checker reports a thread whose local references outgrow their capacity; the
     // fixture fails the test on any such report.
 }
@@ -91,15 +88,14 @@ TEST_F(PJNITest, javaCallingBackIntoNativeCodeMayCallJavaAgain)
     JNINativeMethod method{const_cast<char*>("nativeCallBack"), const_cast<char*>("(J)Z"),
                            reinterpret_cast<void*>(&nativeCallBack)};
     ASSERT_EQ(env->RegisterNatives(cls.getJClass(), &method, 1), JNI_OK);
-    PJNIClassObject* probe = newProbe();
-    EXPECT_TRUE(probe->callBooleanMethod("callBack", "(J)Z", reinterpret_cast<jlong>(probe)));
+    ProbePtr probe = newProbe();
+    EXPECT_TRUE(probe->callBooleanMethod("callBack", "(J)Z", reinterpret_cast<jlong>(probe.get())));
     // The lock is free again for everyone else.
     std::thread other([] {
         PJNIHelper::exclusiveCallBegin();
         PJNIHelper::exclusiveCallEnd();
     });
     other.join();
-    PJNIHelper::destroyClassObj(probe);
 }
 
 }

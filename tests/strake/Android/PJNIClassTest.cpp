@@ -11,8 +11,8 @@ namespace {
 
 TEST_F(PJNITest, callFamilyGivesEveryResultTypeOfObjectsAndClasses)
 {
-    PJNIClassObject* probe = newProbe(0x1234);
-    PJNIClassObject* second = newProbe();
+    ProbePtr probe = newProbe(0x1234);
+    ProbePtr second = newProbe();
     ASSERT_NE(probe, nullptr);
     ASSERT_TRUE(probe->isValid());
     EXPECT_NE(probe->getId(), second->getId());
@@ -54,8 +54,6 @@ TEST_F(PJNITest, callFamilyGivesEveryResultTypeOfObjectsAndClasses)
     env->DeleteLocalRef(javaText);
     env->DeleteLocalRef(javaBytes);
     env->DeleteLocalRef(empty);
-    PJNIHelper::destroyClassObj(probe);
-    PJNIHelper::destroyClassObj(second);
     PJNIHelper::destroyClassObj(nullptr);
 }
 

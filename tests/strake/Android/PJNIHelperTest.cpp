@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -29,7 +28,7 @@ TEST_F(PJNITest, connectKeepsItsActivityAndRefusesHostsWithoutHelper)
     EXPECT_FALSE(PJNIHelper::isConnected());
     EXPECT_FALSE(PJNIHelper::getClass(kProbe).isValid());
     EXPECT_EQ(PJNIHelper::getLastError().message(), PString("PJNIHelper not properly initialized"));
-    EXPECT_EQ(PJNIHelper::createClassObj(kProbe, kDeviceConstructor, nullptr, jlong(0)), nullptr);
+    EXPECT_FALSE(ProbePtr(PJNIHelper::createClassObj(kProbe, kDeviceConstructor, nullptr, jlong(0))));
     EXPECT_TRUE(PJNIHelper::connect(&m_host));
 }
 
@@ -76,8 +75,8 @@ TEST_F(PJNITest, disconnectDeletesEveryGlobalReferenceAndInvalidatesHandles)
     ASSERT_GE(before, 0);
 
     ASSERT_TRUE(PJNIHelper::connect(&m_host));
-    PJNIClassObject* first = newProbe();
-    PJNIClassObject* second = newProbe();
+    ProbePtr first = newProbe();
+    ProbePtr second = newProbe();
     PJNIClass loader = PJNIHelper::getLibsLoader();
     ASSERT_TRUE(loader.isValid());
     // activity, two classes, two objects
@@ -90,14 +89,12 @@ TEST_F(PJNITest, disconnectDeletesEveryGlobalReferenceAndInvalidatesHandles)
     EXPECT_FALSE(first->isValid());
     EXPECT_FALSE(first->callBooleanMethod("hasActivity", "()Z"));
     EXPECT_EQ(first->lastError().message(), PString("Invalid class object to call"));
-    PJNIHelper::destroyClassObj(first);
-    PJNIHelper::destroyClassObj(second);
 }
 
 TEST_F(PJNITest, unknownNativeThreadIsAttachedForGoodAndManyThreadsCallTogether)
 {
     JavaVM* vm = PHostJvm::vm();
-    PJNIClassObject* probe = newProbe();
+    ProbePtr probe = newProbe();
     std::thread fresh([&] {
         JNIEnv* env = nullptr;
         EXPECT_EQ(vm->GetEnv(reinterpret_cast<void**>(&env), JNI_VERSION_1_6), JNI_EDETACHED);
@@ -108,11 +105,11 @@ TEST_F(PJNITest, unknownNativeThreadIsAttachedForGoodAndManyThreadsCallTogether)
         EXPECT_EQ(env, attached);
     });
     fresh.join();
-    PJNIHelper::destroyClassObj(probe);
+    probe.reset();
 
     constexpr int threads = 8;
     constexpr int calls = 2000;
-    std::vector<PJNIClassObject*> probes;
+    std::vector<ProbePtr> probes;
     for (int i = 0; i < threads; ++i)
         probes.push_back(newProbe(i));
     std::atomic<int> completed{0};
@@ -130,26 +127,30 @@ TEST_F(PJNITest, unknownNativeThreadIsAttachedForGoodAndManyThreadsCallTogether)
     for (std::thread& worker : workers)
         worker.join();
     EXPECT_EQ(completed.load(), threads * calls);
-    for (PJNIClassObject* p : probes)
-        PJNIHelper::destroyClassObj(p);
 }
 
 TEST_F(PJNITest, exclusiveLockIsOwnedNotCounted)
 {
     PJNIHelper::exclusiveCallBegin();
-    std::atomic<bool> entered{false};
+    std::atomic<bool> endCalled{false};
+    std::atomic<bool> released{false};
+    std::atomic<bool> enteredAfterRelease{false};
     std::thread other([&] {
         PJNIHelper::exclusiveCallEnd();  // not the owner: nothing happens
+        endCalled = true;
         PJNIHelper::exclusiveCallBegin();
-        entered = true;
+        enteredAfterRelease = released.load();
         PJNIHelper::exclusiveCallEnd();
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(entered.load());
+    while (!endCalled)
+        std::this_thread::yield();
+    for (int i = 0; i < 1000; ++i)  // time for a lock that wrongly let the other in
+        std::this_thread::yield();
     PJNIHelper::exclusiveCallBegin();  // the owner again: free
+    released = true;
     PJNIHelper::exclusiveCallEnd();    // and the first end releases
     other.join();
-    EXPECT_TRUE(entered.load());
+    EXPECT_TRUE(enteredAfterRelease.load());
 }
 
 TEST_F(PJNITest, libraryLoaderLoadsOnceAndTakesRegistrations)
