@@ -72,7 +72,7 @@ struct StringCall : ObjectCall {
     using Result = PString;
     static Result finish(JNIEnv* env, Raw raw)
     {
-        LocalRef ref(env, raw);
+        PJNILocalRef ref(env, raw);
         return PString(strake::jstr2str<char16_t>(env, static_cast<jstring>(raw)));
     }
 };
@@ -81,7 +81,7 @@ struct ByteArrayCall : ObjectCall {
     using Result = PByteArray;
     static Result finish(JNIEnv* env, Raw raw)
     {
-        LocalRef ref(env, raw);
+        PJNILocalRef ref(env, raw);
         return strake::jbyteArray2ByteArray(env, static_cast<jbyteArray>(raw));
     }
 };

@@ -2,7 +2,6 @@
 // forms of them that take the calling thread's env.
 #include "PJNICall_p.h"
 
-using strake::jni::LocalRef;
 using strake::jni::StringCall;
 using strake::jni::clearPending;
 using strake::jni::invokeDirect;
@@ -100,59 +99,49 @@ void append_exception_trace_messages(JNIEnv& env, std::string& out, jthrowable t
                                      jmethodID throwableToString, jmethodID frameToString)
 {
     auto appendText = [&env, &out](jobject text) {
-        if (!text)
-            return;
-        const char* utf = env.GetStringUTFChars(static_cast<jstring>(text), nullptr);
-        if (utf) {
-            out += utf;
-            env.ReleaseStringUTFChars(static_cast<jstring>(text), utf);
-        }
-        env.DeleteLocalRef(text);
+        PJNILocalRef owned(&env, text);
+        PJNIStringChars chars(&env, owned.asString());
+        if (chars)
+            out += chars.get();
     };
-    // The first throwable is the caller's reference; each cause is ours to delete.
+    // The first throwable is the caller's reference; each cause is ours.
     jthrowable current = throwable;
+    PJNILocalRef ownedCurrent(&env, nullptr);
     while (current) {
-        auto frames = static_cast<jobjectArray>(env.CallObjectMethod(current, getStackTrace));
+        PJNILocalRef frames(&env, env.CallObjectMethod(current, getStackTrace));
         if (env.ExceptionCheck() || !frames) {
             clearPending(&env);
             break;
         }
-        jobject line = env.CallObjectMethod(current, throwableToString);
+        PJNILocalRef line(&env, env.CallObjectMethod(current, throwableToString));
         if (env.ExceptionCheck()) {
             env.ExceptionClear();
-            env.DeleteLocalRef(frames);
             break;
         }
         if (!out.empty())
             out += "\nCaused by: ";
-        appendText(line);
+        appendText(line.release());
 
-        const jsize count = env.GetArrayLength(frames);
+        const jsize count = env.GetArrayLength(frames.asArray());
         for (jsize i = 0; i < count; ++i) {
-            jobject frame = env.GetObjectArrayElement(frames, i);
+            PJNILocalRef frame(&env, env.GetObjectArrayElement(frames.asArray(), i));
             if (env.ExceptionCheck()) {
                 env.ExceptionClear();
                 break;
             }
-            jobject frameText = frame ? env.CallObjectMethod(frame, frameToString) : nullptr;
+            jobject frameText = frame ? env.CallObjectMethod(frame.get(), frameToString) : nullptr;
             clearPending(&env);
             out += "\n    ";
             appendText(frameText);
-            if (frame)
-                env.DeleteLocalRef(frame);
         }
-        env.DeleteLocalRef(frames);
 
-        auto cause = static_cast<jthrowable>(env.CallObjectMethod(current, getCause));
+        PJNILocalRef cause(&env, env.CallObjectMethod(current, getCause));
         clearPending(&env);
-        if (current != throwable)
-            env.DeleteLocalRef(current);
         // A throwable that is its own cause would never end the walk.
-        if (cause && env.IsSameObject(cause, current)) {
-            env.DeleteLocalRef(cause);
-            cause = nullptr;
-        }
-        current = cause;
+        if (cause && env.IsSameObject(cause.get(), current))
+            cause.reset();
+        current = cause.asThrowable();
+        ownedCurrent = std::move(cause);
     }
 }
 
@@ -190,7 +179,7 @@ PString PJNIHelper::getJavaExeptionInfo(jthrowable throwable)
         return PString();
     PJNIExclusiveCall lock;
     try {
-        LocalRef cls(env, env->GetObjectClass(throwable));
+        PJNILocalRef cls(env, env->GetObjectClass(throwable));
         return invokeDirect<StringCall>(env, static_cast<jclass>(cls.get()), throwable,
                                         PString("getMessage"), "()Ljava/lang/String;");
     } catch (...) {
@@ -204,7 +193,7 @@ PString PJNIHelper::getJavaExeptionInfoEx(jthrowable throwable)
     if (!env || !throwable)
         return PString();
     PJNIExclusiveCall lock;
-    LocalRef throwableClass(env, env->FindClass("java/lang/Throwable"));
+    PJNILocalRef throwableClass(env, env->FindClass("java/lang/Throwable"));
     clearPending(env);
     if (!throwableClass.get())
         return PString();
@@ -216,7 +205,7 @@ PString PJNIHelper::getJavaExeptionInfoEx(jthrowable throwable)
     clearPending(env);
     jmethodID throwableToString = env->GetMethodID(cls, "toString", "()Ljava/lang/String;");
     clearPending(env);
-    LocalRef frameClass(env, env->FindClass("java/lang/StackTraceElement"));
+    PJNILocalRef frameClass(env, env->FindClass("java/lang/StackTraceElement"));
     clearPending(env);
     if (!getCause || !getStackTrace || !throwableToString || !frameClass.get())
         return PString();

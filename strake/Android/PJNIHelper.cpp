@@ -17,6 +17,15 @@ PJNIHelperPrivate& helper()
     return d;
 }
 
+PJNIHelperPrivate::~PJNIHelperPrivate()
+{
+    activity.release();
+    for (auto& entry : objects)
+        entry.second.ref.release();
+    for (auto& entry : classes)
+        entry.second.ref.release();
+}
+
 }
 }
 
@@ -40,21 +49,18 @@ PJNIClass classLocked(PJNIHelperPrivate& d, const PString& className)
     // The host's loader knows the application's classes by their dotted names only.
     PString dotted = className;
     dotted.replace(PString("/"), PString("."));
-    jclass local = d.androidHelper->findClass(dotted.utf16());
+    const PJNILocalRef local(env, d.androidHelper->findClass(dotted.utf16()));
     clearPending(env);  // a host helper may leave its ClassNotFoundException behind
     if (!local)
         P_JNI_THROW(PError::GeneralFailure, PString("class ") + className + PString(" not found"));
-    jclass global = static_cast<jclass>(env->NewGlobalRef(local));
-    env->DeleteLocalRef(local);
-    if (!global)
-        P_JNI_THROW(PError::GeneralFailure, "Fail to make global ref");
-
     PJNIHelperInternalData entry;
-    entry.cls = global;
+    entry.ref = PJNIGlobalRef(env, local.get());
+    if (!entry.ref)
+        P_JNI_THROW(PError::GeneralFailure, "Fail to make global ref");
     entry.className = className;
-    entry.id = reinterpret_cast<uintptr_t>(global);
+    entry.id = reinterpret_cast<uintptr_t>(entry.ref.get());
     std::lock_guard<std::mutex> tables(d.tables);
-    d.classes.emplace(className, entry);
+    d.classes.emplace(className, std::move(entry));
     return PJNIClass(className);
 }
 
@@ -129,7 +135,7 @@ jclass PJNIHelper::lookupClass(const PString& className)
     PJNIHelperPrivate& d = helper();
     std::lock_guard<std::mutex> tables(d.tables);
     auto found = d.classes.find(className);
-    return found == d.classes.end() ? nullptr : found->second.cls;
+    return found == d.classes.end() ? nullptr : found->second.ref.asClass();
 }
 
 jobject PJNIHelper::lookupObject(unsigned long id, PString* className)
@@ -141,7 +147,7 @@ jobject PJNIHelper::lookupObject(unsigned long id, PString* className)
         return nullptr;
     if (className)
         *className = found->second.className;
-    return found->second.object;
+    return found->second.ref.get();
 }
 
 bool PJNIHelper::connect(IAddInDefBaseEx* host)
@@ -162,10 +168,10 @@ bool PJNIHelper::connect(IAddInDefBaseEx* host)
         return false;
     // Devices hand the activity to constructors on any thread, so we pin our own reference;
     // a local one from the helper is ours to release.
-    d.activity = env->NewGlobalRef(activity);
-    if (env->GetObjectRefType(activity) == JNILocalRefType)
-        env->DeleteLocalRef(activity);
-    return d.activity != nullptr;
+    const PJNILocalRef local(env,
+                             env->GetObjectRefType(activity) == JNILocalRefType ? activity : nullptr);
+    d.activity = PJNIGlobalRef(env, activity);
+    return static_cast<bool>(d.activity);
 }
 
 bool PJNIHelper::disconnect()
@@ -183,15 +189,11 @@ bool PJNIHelper::disconnect()
         classes.swap(d.classes);
     }
     for (auto& entry : objects)
-        if (entry.second.object)
-            env->DeleteGlobalRef(entry.second.object);
+        entry.second.ref.reset(env);
     for (auto& entry : classes)
-        if (entry.second.cls)
-            env->DeleteGlobalRef(entry.second.cls);
+        entry.second.ref.reset(env);
     d.libsLoader = PJNIClass();
-    if (d.activity)
-        env->DeleteGlobalRef(d.activity);
-    d.activity = nullptr;
+    d.activity.reset(env);
     d.host = nullptr;
     d.androidHelper = nullptr;
     d.lastError.clear();
@@ -207,7 +209,7 @@ bool PJNIHelper::isConnected()
 jobject PJNIHelper::getActivity()
 {
     PJNIExclusiveCall lock;
-    return helper().activity;
+    return helper().activity.get();
 }
 
 PJNIClass PJNIHelper::getClass(const PString& className)
@@ -223,12 +225,13 @@ PJNIClass PJNIHelper::getClass(const PString& className)
     return PJNIClass();
 }
 
-PJNIClassObject* PJNIHelper::createClassObj(const PString& className, const char* signature, ...)
+PJNIClassObjectPtr PJNIHelper::createClassObj(const PString& className, const char* signature,
+                                              ...)
 {
     PJNIHelperPrivate& d = helper();
     va_list args;
     va_start(args, signature);
-    PJNIClassObject* result = nullptr;
+    PJNIClassObjectPtr result;
     {
         PJNIExclusiveCall lock;
         d.lastError.clear();
@@ -253,22 +256,20 @@ PJNIClassObject* PJNIHelper::createClassObj(const PString& className, const char
                 clearPending(env);
                 P_JNI_THROW(PError::GeneralFailure, PString("method <init> not fount"));
             }
-            jobject local = env->NewObjectV(jcls, constructor, args);
+            const PJNILocalRef local(env, env->NewObjectV(jcls, constructor, args));
             // A constructor that threw leaves no object: the handle is made, but invalid.
             clearPending(env);
-            jobject global = local ? env->NewGlobalRef(local) : nullptr;
-            if (local)
-                env->DeleteLocalRef(local);
-            const uint64_t id = reinterpret_cast<uintptr_t>(global);
-            if (global) {
-                PJNIHelperInternalData entry;
-                entry.object = global;
+            PJNIHelperInternalData entry;
+            entry.ref = PJNIGlobalRef(env, local.get());
+            const uint64_t id = reinterpret_cast<uintptr_t>(entry.ref.get());
+            // The handle first: once the entry is in the table, nothing may fail to own it.
+            result.reset(new PJNIClassObject(static_cast<unsigned long>(id), cls));
+            if (entry.ref) {
                 entry.className = className;
                 entry.id = id;
                 std::lock_guard<std::mutex> tables(d.tables);
-                d.objects.emplace(id, entry);
+                d.objects.emplace(id, std::move(entry));
             }
-            result = new PJNIClassObject(static_cast<unsigned long>(id), cls);
         } catch (...) {
             d.lastError = PError::fromCurrentException("Unexpected");
         }
@@ -289,19 +290,23 @@ void PJNIHelper::destroyClassObj(PJNIClassObject* object)
             return;
         PJNIHelperPrivate& d = helper();
         PJNIExclusiveCall lock;
-        jobject global = nullptr;
+        PJNIGlobalRef global;
         {
             std::lock_guard<std::mutex> tables(d.tables);
             auto found = d.objects.find(id);
             if (found == d.objects.end())
                 return;
-            global = found->second.object;
+            global = std::move(found->second.ref);
             d.objects.erase(found);
         }
-        if (global)
-            env->DeleteGlobalRef(global);
+        global.reset(env);
     } catch (...) {
     }
+}
+
+void PJNIClassObjectDeleter::operator()(PJNIClassObject* object) const
+{
+    PJNIHelper::destroyClassObj(object);
 }
 
 PJNIClass PJNIHelper::getLibsLoader()
@@ -335,7 +340,7 @@ bool PJNIHelper::loadJavaLibrary(const PString& name)
         if (d.loadedLibraries.count(name)) {
             error = PError(PError::NoError, PString("aleady loaded"));
         } else {
-            LocalRef text(env, strake::str2jstr(env, name.toTavrelString()));
+            const PJNILocalRef text(env, strake::str2jstr(env, name.toTavrelString()));
             const bool loaded = invokeDirect<BooleanCall>(env, loader.getJClass(), nullptr,
                                                           PString("staticLoad"),
                                                           "(Ljava/lang/String;)Z", text.get());
@@ -365,7 +370,7 @@ void PJNIHelper::registerJavaLibraryForDelayedLoad(const PString& name)
         } catch (const PError&) {
             return;  // no loader to tell: nothing to do, and nothing to report
         }
-        LocalRef text(env, strake::str2jstr(env, name.toTavrelString()));
+        const PJNILocalRef text(env, strake::str2jstr(env, name.toTavrelString()));
         invokeDirect<VoidCall>(env, loader.getJClass(), nullptr, PString("registerForDelayedLoad"),
                                "(Ljava/lang/String;)V", text.get());
     } catch (...) {

@@ -1,5 +1,5 @@
 // The JNI layer's private record and habits, shared by its sources: the helper's lock and
-// tables, the pending-exception wipe and the scoped local reference.
+// tables, and the pending-exception wipe.
 #pragma once
 
 #include "PJNIHelper.h"
@@ -20,10 +20,9 @@
 namespace strake {
 namespace jni {
 
-// One table entry: a pinned class or a live object, both global references.
+// One table entry: a pinned class or a live object, each owned as a global reference.
 struct PJNIHelperInternalData {
-    jclass cls = nullptr;
-    jobject object = nullptr;
+    PJNIGlobalRef ref;
     PString className;
     uint64_t id = 0;
 };
@@ -38,7 +37,7 @@ struct PJNIHelperPrivate {
 
     IAddInDefBaseEx* host = nullptr;
     IHostAndroidHelper* androidHelper = nullptr;
-    jobject activity = nullptr;  // our own global reference
+    PJNIGlobalRef activity;
     PJNIClass libsLoader;
     std::set<PString> loadedLibraries;
     PError lastError;
@@ -48,6 +47,10 @@ struct PJNIHelperPrivate {
     std::mutex tables;
     std::map<PString, PJNIHelperInternalData> classes;
     std::map<uint64_t, PJNIHelperInternalData> objects;
+
+    // The record dies with the library, when the VM may be gone: references a component left
+    // behind are forgotten, not deleted.
+    ~PJNIHelperPrivate();
 };
 
 // The one record of the process; see PJNIHelper.cpp.
@@ -64,24 +67,6 @@ inline bool connectedLocked(const PJNIHelperPrivate& d)
 {
     return d.host && d.androidHelper && d.activity;
 }
-
-// Deletes a local reference when the scope ends; the result of a call that may be dropped
-// on any path.
-class LocalRef {
-public:
-    LocalRef(JNIEnv* env, jobject ref) : m_env(env), m_ref(ref) {}
-    ~LocalRef()
-    {
-        if (m_ref)
-            m_env->DeleteLocalRef(m_ref);
-    }
-    P_DISABLE_COPY(LocalRef)
-    jobject get() const { return m_ref; }
-
-private:
-    JNIEnv* m_env;
-    jobject m_ref;
-};
 
 }
 }

@@ -20,7 +20,7 @@ jboolean JNICALL nativeCallBack(JNIEnv*, jclass, jlong token)
 
 TEST_F(PJNITest, failedCallsLeaveNoPendingExceptionAndRunNoJava)
 {
-    ProbePtr probe = newProbe();
+    PJNIClassObjectPtr probe = newProbe();
     PJNIClass cls = PJNIHelper::getClass(kProbe);
     JNIEnv* env = PHostJvm::env();
 
@@ -43,28 +43,27 @@ TEST_F(PJNITest, failedCallsLeaveNoPendingExceptionAndRunNoJava)
     EXPECT_EQ(cls.lastError().code(), 0);
     EXPECT_FALSE(env->ExceptionCheck());
 
-    ProbePtr refused(PJNIHelper::createClassObj(kProbe, "(I)V", 5));
+    PJNIClassObjectPtr refused = PJNIHelper::createClassObj(kProbe, "(I)V", 5);
     ASSERT_NE(refused, nullptr);
     EXPECT_FALSE(refused->isValid());
     EXPECT_FALSE(refused->callBooleanMethod("hasActivity", "()Z"));
     EXPECT_EQ(refused->lastError().message(), PString("Invalid class object to call"));
-    EXPECT_FALSE(ProbePtr(PJNIHelper::createClassObj(kProbe, "(Z)V", JNI_TRUE)));
+    EXPECT_FALSE(PJNIHelper::createClassObj(kProbe, "(Z)V", JNI_TRUE));
     EXPECT_FALSE(env->ExceptionCheck());
 }
 
 TEST_F(PJNITest, hundredThousandCallsFromOneNativeThreadLeakNoLocalReference)
 {
-    ProbePtr probe = newProbe();
+    PJNIClassObjectPtr probe = newProbe();
     std::thread caller([&probe] {
-        JNIEnv* env = strake::getJniEnv();
         PJNIClass cls = PJNIHelper::getClass(kProbe);
-        jstring text = PJNIHelper::str2jstr(PString("scan"));
+        const PJNILocalRef text = PJNILocalRef::string(PString("scan"));
         int good = 0;
         for (int i = 0; i < 100000; ++i) {
             switch (i % 3) {
             case 0:
                 good += probe->callStringMethod("echo", "(Ljava/lang/String;)Ljava/lang/String;",
-                                                text) == PString("scan");
+                                                text.asString()) == PString("scan");
                 break;
             case 1:
                 good += cls.callStaticByteArrayMethod("staticBytes", "(I)[B", 20).size() == 20;
@@ -74,7 +73,6 @@ TEST_F(PJNITest, hundredThousandCallsFromOneNativeThreadLeakNoLocalReference)
             }
         }
         EXPECT_EQ(good, 100000);
-        env->DeleteLocalRef(text);
     });
     caller.join();
     // The JNI checker reports a thread whose local references outgrow their capacity; the
@@ -88,7 +86,7 @@ TEST_F(PJNITest, javaCallingBackIntoNativeCodeMayCallJavaAgain)
     JNINativeMethod method{const_cast<char*>("nativeCallBack"), const_cast<char*>("(J)Z"),
                            reinterpret_cast<void*>(&nativeCallBack)};
     ASSERT_EQ(env->RegisterNatives(cls.getJClass(), &method, 1), JNI_OK);
-    ProbePtr probe = newProbe();
+    PJNIClassObjectPtr probe = newProbe();
     EXPECT_TRUE(probe->callBooleanMethod("callBack", "(J)Z", reinterpret_cast<jlong>(probe.get())));
     // The lock is free again for everyone else.
     std::thread other([] {

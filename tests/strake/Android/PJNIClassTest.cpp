@@ -11,8 +11,8 @@ namespace {
 
 TEST_F(PJNITest, callFamilyGivesEveryResultTypeOfObjectsAndClasses)
 {
-    ProbePtr probe = newProbe(0x1234);
-    ProbePtr second = newProbe();
+    PJNIClassObjectPtr probe = newProbe(0x1234);
+    PJNIClassObjectPtr second = newProbe();
     ASSERT_NE(probe, nullptr);
     ASSERT_TRUE(probe->isValid());
     EXPECT_NE(probe->getId(), second->getId());
@@ -21,15 +21,15 @@ TEST_F(PJNITest, callFamilyGivesEveryResultTypeOfObjectsAndClasses)
     EXPECT_TRUE(probe->callBooleanMethod("hasActivity", "()Z"));
     EXPECT_EQ(probe->callIntMethod("addressLow", "()I"), 0x1234);
     const PString text(u"Код\u0000€\U0001F600;"s);
-    jstring javaText = PJNIHelper::str2jstr(text);
-    EXPECT_EQ(probe->callStringMethod("echo", "(Ljava/lang/String;)Ljava/lang/String;", javaText),
+    const PJNILocalRef javaText = PJNILocalRef::string(text);
+    EXPECT_EQ(probe->callStringMethod("echo", "(Ljava/lang/String;)Ljava/lang/String;", javaText.asString()),
               text);
     const unsigned char bytes[] = {0, 1, 0x1D, 0xFF};
-    jbyteArray javaBytes = PJNIHelper::byteArray2jbyteArray(PByteArray(bytes, 4));
-    EXPECT_EQ(probe->callByteArrayMethod("reversed", "([B)[B", javaBytes),
+    const PJNILocalRef javaBytes = PJNILocalRef::bytes(PByteArray(bytes, 4));
+    EXPECT_EQ(probe->callByteArrayMethod("reversed", "([B)[B", javaBytes.asBytes()),
               PByteArray(std::string("\xFF\x1D\x01\x00", 4)));
-    jbyteArray empty = PJNIHelper::byteArray2jbyteArray(nullptr, 0);
-    EXPECT_TRUE(probe->callByteArrayMethod("reversed", "([B)[B", empty).isEmpty());
+    const PJNILocalRef empty(PJNIHelper::byteArray2jbyteArray(nullptr, 0));
+    EXPECT_TRUE(probe->callByteArrayMethod("reversed", "([B)[B", empty.asBytes()).isEmpty());
     EXPECT_EQ(probe->lastError().code(), 0);
 
     PJNIClass cls = PJNIHelper::getClass(kProbe);
@@ -38,9 +38,9 @@ TEST_F(PJNITest, callFamilyGivesEveryResultTypeOfObjectsAndClasses)
     cls.callStaticVoidMethod("staticCount", "()V");
     EXPECT_EQ(cls.callStaticIntMethod("callCount", "()I"), counted + 2);
     EXPECT_TRUE(cls.callStaticBooleanMethod("isTwentyBytes", "([B)Z",
-                                            PJNIHelper::byteArray2jbyteArray("01234567890123456789", 20)));
+                                            PJNILocalRef::bytes(PByteArray("01234567890123456789")).asBytes()));
     EXPECT_EQ(cls.callStaticStringMethod("staticEcho", "(Ljava/lang/String;)Ljava/lang/String;",
-                                         javaText),
+                                         javaText.asString()),
               text);
     EXPECT_EQ(cls.callStaticByteArrayMethod("staticBytes", "(I)[B", 3),
               PByteArray(std::string("\x00\x01\x02", 3)));
@@ -50,10 +50,6 @@ TEST_F(PJNITest, callFamilyGivesEveryResultTypeOfObjectsAndClasses)
     EXPECT_EQ(probe->callIntMethod({}, PString("twice")), 0);
     EXPECT_EQ(probe->lastError().code(), 1);
 
-    JNIEnv* env = PHostJvm::env();
-    env->DeleteLocalRef(javaText);
-    env->DeleteLocalRef(javaBytes);
-    env->DeleteLocalRef(empty);
     PJNIHelper::destroyClassObj(nullptr);
 }
 

@@ -13,7 +13,8 @@ TEST_F(PJNITest, bytesAndStringsCrossWholeAndNullsGiveEmptyValues)
 {
     JNIEnv* env = PHostJvm::env();
     const std::string raw("\x00\x1D\xFFz", 4);
-    jbyteArray array = strake::str2jbyteArray(env, raw);
+    const PJNILocalRef owned(env, strake::str2jbyteArray(env, raw));
+    jbyteArray array = owned.asBytes();
     EXPECT_EQ(strake::jbyteArray2str(env, array), raw);
     unsigned char* buffer = nullptr;
     unsigned long length = 0;
@@ -29,13 +30,12 @@ TEST_F(PJNITest, bytesAndStringsCrossWholeAndNullsGiveEmptyValues)
     EXPECT_EQ(strake::str2jstr<char16_t>(nullptr, u"x"), nullptr);
     EXPECT_TRUE(strake::jstr2str<char16_t>(env, nullptr).empty());
     EXPECT_EQ(strake::byteArray2jbyteArray(nullptr, "x", 1), nullptr);
-    env->DeleteLocalRef(array);
 }
 
 TEST_F(PJNITest, exceptionInfoGivesMessageAndWholeChain)
 {
-    JNIEnv* env = PHostJvm::env();
-    auto chained = static_cast<jthrowable>(callStaticObject("chained", "()Ljava/lang/Throwable;", nullptr));
+    const PJNILocalRef owned(callStaticObject("chained", "()Ljava/lang/Throwable;", nullptr));
+    jthrowable chained = owned.asThrowable();
     EXPECT_EQ(PJNIHelper::getJavaExeptionInfo(chained), PString("outer"));
     const std::string chain = PJNIHelper::getJavaExeptionInfoEx(chained).toStdString();
     EXPECT_EQ(chain.rfind("java.lang.RuntimeException: outer\n    com.tavrel.kelmortest.JniProbe.chained(", 0), 0u)
@@ -43,14 +43,13 @@ TEST_F(PJNITest, exceptionInfoGivesMessageAndWholeChain)
     EXPECT_NE(chain.find("\nCaused by: java.lang.IllegalStateException: inner\n    "), std::string::npos)
         << chain;
 
-    jstring message = PJNIHelper::str2jstr(PString("lonely"));
-    auto bare = static_cast<jthrowable>(
-        callStaticObject("withoutFrames", "(Ljava/lang/String;)Ljava/lang/Throwable;", message));
-    EXPECT_EQ(PJNIHelper::getJavaExeptionInfoEx(bare), PString("java.lang.Exception: lonely"));
+    const PJNILocalRef message = PJNILocalRef::string(PString("lonely"));
+    const PJNILocalRef bare(
+        callStaticObject("withoutFrames", "(Ljava/lang/String;)Ljava/lang/Throwable;",
+                         message.asString()));
+    EXPECT_EQ(PJNIHelper::getJavaExeptionInfoEx(bare.asThrowable()),
+              PString("java.lang.Exception: lonely"));
     EXPECT_TRUE(PJNIHelper::getJavaExeptionInfo(nullptr).isEmpty());
-    env->DeleteLocalRef(chained);
-    env->DeleteLocalRef(bare);
-    env->DeleteLocalRef(message);
 }
 
 }

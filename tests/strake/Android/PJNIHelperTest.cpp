@@ -28,7 +28,7 @@ TEST_F(PJNITest, connectKeepsItsActivityAndRefusesHostsWithoutHelper)
     EXPECT_FALSE(PJNIHelper::isConnected());
     EXPECT_FALSE(PJNIHelper::getClass(kProbe).isValid());
     EXPECT_EQ(PJNIHelper::getLastError().message(), PString("PJNIHelper not properly initialized"));
-    EXPECT_FALSE(ProbePtr(PJNIHelper::createClassObj(kProbe, kDeviceConstructor, nullptr, jlong(0))));
+    EXPECT_FALSE(PJNIHelper::createClassObj(kProbe, kDeviceConstructor, nullptr, jlong(0)));
     EXPECT_TRUE(PJNIHelper::connect(&m_host));
 }
 
@@ -75,8 +75,8 @@ TEST_F(PJNITest, disconnectDeletesEveryGlobalReferenceAndInvalidatesHandles)
     ASSERT_GE(before, 0);
 
     ASSERT_TRUE(PJNIHelper::connect(&m_host));
-    ProbePtr first = newProbe();
-    ProbePtr second = newProbe();
+    PJNIClassObjectPtr first = newProbe();
+    PJNIClassObjectPtr second = newProbe();
     PJNIClass loader = PJNIHelper::getLibsLoader();
     ASSERT_TRUE(loader.isValid());
     // activity, two classes, two objects
@@ -94,7 +94,7 @@ TEST_F(PJNITest, disconnectDeletesEveryGlobalReferenceAndInvalidatesHandles)
 TEST_F(PJNITest, unknownNativeThreadIsAttachedForGoodAndManyThreadsCallTogether)
 {
     JavaVM* vm = PHostJvm::vm();
-    ProbePtr probe = newProbe();
+    PJNIClassObjectPtr probe = newProbe();
     std::thread fresh([&] {
         JNIEnv* env = nullptr;
         EXPECT_EQ(vm->GetEnv(reinterpret_cast<void**>(&env), JNI_VERSION_1_6), JNI_EDETACHED);
@@ -109,7 +109,7 @@ TEST_F(PJNITest, unknownNativeThreadIsAttachedForGoodAndManyThreadsCallTogether)
 
     constexpr int threads = 8;
     constexpr int calls = 2000;
-    std::vector<ProbePtr> probes;
+    std::vector<PJNIClassObjectPtr> probes;
     for (int i = 0; i < threads; ++i)
         probes.push_back(newProbe(i));
     std::atomic<int> completed{0};
@@ -162,10 +162,9 @@ TEST_F(PJNITest, libraryLoaderLoadsOnceAndTakesRegistrations)
     EXPECT_EQ(PJNIHelper::getLastError().message(), PString("fail to load library no_such_library"));
 
     PJNIHelper::registerJavaLibraryForDelayedLoad(PString("kelmor_later"));
-    jstring name = PJNIHelper::str2jstr(PString("kelmor_later"));
+    const PJNILocalRef name = PJNILocalRef::string(PString("kelmor_later"));
     EXPECT_TRUE(PJNIHelper::getLibsLoader().callStaticBooleanMethod(
-        "isRegistered", "(Ljava/lang/String;)Z", name));
-    PHostJvm::env()->DeleteLocalRef(name);
+        "isRegistered", "(Ljava/lang/String;)Z", name.asString()));
 
     PJNIHelper::disconnect();
     EXPECT_FALSE(PJNIHelper::getLibsLoader().isValid());

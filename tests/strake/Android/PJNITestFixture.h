@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-
 namespace kelmortest {
 
 using PHostJvm::androidHelper;
@@ -21,12 +19,6 @@ const char kDeviceConstructor[] = "(Landroid/app/Activity;J)V";
 struct AndroidHost : PHostConnection {
     explicit AndroidHost(IHostAndroidHelper* helper) { setAndroidHelper(helper); }
 };
-
-// Owns a test's object: a failed assertion frees it all the same.
-struct ProbeDeleter {
-    void operator()(PJNIClassObject* object) const { PJNIHelper::destroyClassObj(object); }
-};
-using ProbePtr = std::unique_ptr<PJNIClassObject, ProbeDeleter>;
 
 // Each test starts connected, with the host's Android helper; newProbe makes a JniProbe.
 class PJNITest : public kelmortest::JvmTest {
@@ -44,10 +36,10 @@ protected:
         JvmTest::TearDown();
     }
 
-    static ProbePtr newProbe(jlong address = 7)
+    static PJNIClassObjectPtr newProbe(jlong address = 7)
     {
-        return ProbePtr(PJNIHelper::createClassObj(kProbe, kDeviceConstructor,
-                                                   PJNIHelper::getActivity(), address));
+        return PJNIHelper::createClassObj(kProbe, kDeviceConstructor, PJNIHelper::getActivity(),
+                                          address);
     }
     static jobject callStaticObject(const char* name, const char* signature, jstring argument)
     {

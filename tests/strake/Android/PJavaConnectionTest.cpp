@@ -15,10 +15,9 @@ TEST_F(PJNITest, facadeConnectsRegistersTheLibraryAndDropsEverything)
     EXPECT_FALSE(strake::connectJava(nullptr, PString("kelmor_facade")));
 
     ASSERT_TRUE(strake::connectJava(&m_host, PString("kelmor_facade")));
-    jstring name = PJNIHelper::str2jstr(PString("kelmor_facade"));
+    const PJNILocalRef name = PJNILocalRef::string(PString("kelmor_facade"));
     EXPECT_TRUE(PJNIHelper::getLibsLoader().callStaticBooleanMethod(
-        "isRegistered", "(Ljava/lang/String;)Z", name));
-    PHostJvm::env()->DeleteLocalRef(name);
+        "isRegistered", "(Ljava/lang/String;)Z", name.asString()));
 
     EXPECT_TRUE(strake::disconnectJava());
     EXPECT_FALSE(PJNIHelper::isConnected());

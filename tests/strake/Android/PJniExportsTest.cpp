@@ -17,11 +17,10 @@ TEST_F(PJNITest, javaLoggerWritesTaggedLinesToTheNativeLogger)
     JNIEnv* env = PHostJvm::env();
     std::ostringstream stream;
     PLogger logger(&stream);
-    jstring text = PJNIHelper::str2jstr(PString(u"скан 1"));
-    Java_com_tavrel_strake_PLogger_PLoggerWrite(env, nullptr, reinterpret_cast<jlong>(&logger), text);
-    Java_com_tavrel_strake_PLogger_PLoggerWrite(env, nullptr, 0, text);
+    const PJNILocalRef text = PJNILocalRef::string(PString(u"скан 1"));
+    Java_com_tavrel_strake_PLogger_PLoggerWrite(env, nullptr, reinterpret_cast<jlong>(&logger), text.asString());
+    Java_com_tavrel_strake_PLogger_PLoggerWrite(env, nullptr, 0, text.asString());
     EXPECT_EQ(stream.str(), "JAVA: скан 1\n\r");
-    env->DeleteLocalRef(text);
 }
 
 }
