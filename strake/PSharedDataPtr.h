@@ -95,11 +95,13 @@ private:
             delete node;
     }
 
-    // What a handle that holds nothing reads: made once, never written and never freed, so
-    // that it outlives every static handle.
+    // What a handle that holds nothing reads: made once in static storage, never written and
+    // never destroyed, so that it outlives every static handle. A default record owns no heap
+    // memory, so a library unloaded with it leaves nothing behind.
     static const T& empty()
     {
-        static const T* const record = new T();
+        alignas(T) static unsigned char storage[sizeof(T)];
+        static const T* const record = new (storage) T();
         return *record;
     }
 
