@@ -45,9 +45,8 @@ void layeredStaticCall(benchmark::State& state)
     PJNIClass cls = PJNIHelper::getClass(PString(kProbe));
     JNIEnv* env = strake::getJniEnv();
     for (auto _ : state) {
-        jbyteArray data = strake::byteArray2jbyteArray(env, kPayload, 20);
-        bool result = cls.callStaticBooleanMethod("isTwentyBytes", "([B)Z", data);
-        env->DeleteLocalRef(data);
+        const PJNILocalRef data(env, strake::byteArray2jbyteArray(env, kPayload, 20));
+        bool result = cls.callStaticBooleanMethod("isTwentyBytes", "([B)Z", data.asBytes());
         benchmark::DoNotOptimize(result);
     }
     if (!cls.callStaticBooleanMethod("isTwentyBytes", "([B)Z", nullptr) && cls.lastError().isError())

@@ -5,17 +5,6 @@
 
 namespace {
 
-// Frees a local reference when the scope ends.
-struct Local {
-    JNIEnv* env;
-    jobject ref;
-    ~Local()
-    {
-        if (ref)
-            env->DeleteLocalRef(ref);
-    }
-};
-
 bool clearException(JNIEnv* env)
 {
     if (!env->ExceptionCheck())
@@ -31,44 +20,41 @@ HostAndroidHelper::HostAndroidHelper(JavaVM* vm) : m_vm(vm)
     JNIEnv* e = env();
     if (!e)
         return;
-    Local loaderClass{e, e->FindClass("java/lang/ClassLoader")};
-    if (clearException(e) || !loaderClass.ref)
+    const PJNILocalRef loaderClass(e, e->FindClass("java/lang/ClassLoader"));
+    if (clearException(e) || !loaderClass)
         return;
-    auto cls = static_cast<jclass>(loaderClass.ref);
+    jclass cls = loaderClass.asClass();
     jmethodID systemLoader =
         e->GetStaticMethodID(cls, "getSystemClassLoader", "()Ljava/lang/ClassLoader;");
     if (clearException(e) || !systemLoader)
         return;
-    Local loader{e, e->CallStaticObjectMethod(cls, systemLoader)};
-    if (clearException(e) || !loader.ref)
+    const PJNILocalRef loader(e, e->CallStaticObjectMethod(cls, systemLoader));
+    if (clearException(e) || !loader)
         return;
     m_loadClass = e->GetMethodID(cls, "loadClass", "(Ljava/lang/String;)Ljava/lang/Class;");
     if (clearException(e) || !m_loadClass)
         return;
-    m_loader = e->NewGlobalRef(loader.ref);
+    m_loader = PJNIGlobalRef(e, loader.get());
 
-    Local activityClass{e, findClass(u"android.app.Activity")};
+    const PJNILocalRef activityClass(e, findClass(u"android.app.Activity"));
     m_findClassCount = 0;
-    if (!activityClass.ref)
+    if (!activityClass)
         return;
-    jmethodID constructor = e->GetMethodID(static_cast<jclass>(activityClass.ref), "<init>", "()V");
+    jmethodID constructor = e->GetMethodID(activityClass.asClass(), "<init>", "()V");
     if (clearException(e) || !constructor)
         return;
-    Local activity{e, e->NewObject(static_cast<jclass>(activityClass.ref), constructor)};
-    if (clearException(e) || !activity.ref)
+    const PJNILocalRef activity(e, e->NewObject(activityClass.asClass(), constructor));
+    if (clearException(e) || !activity)
         return;
-    m_activity = e->NewGlobalRef(activity.ref);
+    m_activity = PJNIGlobalRef(e, activity.get());
 }
 
 HostAndroidHelper::~HostAndroidHelper()
 {
+    // The references go with the env of this helper's VM, not the library's.
     JNIEnv* e = env();
-    if (!e)
-        return;
-    if (m_activity)
-        e->DeleteGlobalRef(m_activity);
-    if (m_loader)
-        e->DeleteGlobalRef(m_loader);
+    m_activity.reset(e);
+    m_loader.reset(e);
 }
 
 JNIEnv* HostAndroidHelper::env() const
@@ -82,7 +68,7 @@ JNIEnv* HostAndroidHelper::env() const
 
 jobject HostAndroidHelper::getActivity()
 {
-    return m_activity;
+    return m_activity.get();
 }
 
 jclass HostAndroidHelper::findClass(const char16_t* className)
@@ -92,11 +78,11 @@ jclass HostAndroidHelper::findClass(const char16_t* className)
     if (!e || !m_loader || !className)
         return nullptr;
     const std::u16string name(className);
-    Local text{e, e->NewString(reinterpret_cast<const jchar*>(name.data()),
-                               static_cast<jsize>(name.size()))};
-    if (clearException(e) || !text.ref)
+    const PJNILocalRef text(e, e->NewString(reinterpret_cast<const jchar*>(name.data()),
+                                            static_cast<jsize>(name.size())));
+    if (clearException(e) || !text)
         return nullptr;
-    jobject found = e->CallObjectMethod(m_loader, m_loadClass, text.ref);
+    jobject found = e->CallObjectMethod(m_loader.get(), m_loadClass, text.get());
     if (clearException(e))
         return nullptr;
     return static_cast<jclass>(found);
@@ -108,15 +94,15 @@ bool HostAndroidHelper::callStaticBoolean(const char16_t* className, const char*
     JNIEnv* e = env();
     if (!e)
         return false;
-    Local cls{e, findClass(className)};
-    if (!cls.ref)
+    const PJNILocalRef cls(e, findClass(className));
+    if (!cls)
         return false;
-    Local text{e, e->NewStringUTF(argument.c_str())};
-    if (clearException(e) || !text.ref)
+    const PJNILocalRef text(e, e->NewStringUTF(argument.c_str()));
+    if (clearException(e) || !text)
         return false;
-    jmethodID id = e->GetStaticMethodID(static_cast<jclass>(cls.ref), method, "(Ljava/lang/String;)Z");
+    jmethodID id = e->GetStaticMethodID(cls.asClass(), method, "(Ljava/lang/String;)Z");
     if (clearException(e) || !id)
         return false;
-    const jboolean result = e->CallStaticBooleanMethod(static_cast<jclass>(cls.ref), id, text.ref);
+    const jboolean result = e->CallStaticBooleanMethod(cls.asClass(), id, text.get());
     return !clearException(e) && result == JNI_TRUE;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "HostAndroid.h"
+#include "PJNIGuards.h"
 
 #include <atomic>
 #include <string>
@@ -17,7 +18,7 @@ public:
     HostAndroidHelper(const HostAndroidHelper&) = delete;
     HostAndroidHelper& operator=(const HostAndroidHelper&) = delete;
 
-    bool isValid() const { return m_activity != nullptr && m_loadClass != nullptr; }
+    bool isValid() const { return m_activity && m_loadClass != nullptr; }
 
     // A global reference that lives as long as the helper.
     jobject getActivity() override;
@@ -36,8 +37,8 @@ private:
     JNIEnv* env() const;
 
     JavaVM* m_vm;
-    jobject m_loader = nullptr;  // global reference of the system class loader
+    PJNIGlobalRef m_loader;  // the system class loader
     jmethodID m_loadClass = nullptr;
-    jobject m_activity = nullptr;  // global reference
+    PJNIGlobalRef m_activity;
     std::atomic<int> m_findClassCount{0};
 };

@@ -5,7 +5,7 @@
 #include "PEvent.h"
 #include "PEventKeys.h"
 #include "PJNIHelper.h"
-#include "PJNILocalRef.h"
+#include "PJNIGuards.h"
 #include "PJavaHandles.h"
 #include "PLocale.h"
 #include "PLogger.h"
@@ -155,9 +155,11 @@ bool PBroadcastReceaver::open(int)
         }
         if (!companion) {
             d->handle.attach(self);
+            // The record keeps the object until takeCompanion hands it to destroyClassObj.
             companion = PJNIHelper::createClassObj(kJavaClass, "(Landroid/app/Activity;J)V",
                                                    PJNIHelper::getActivity(),
-                                                   jlong(d->handle.value()));
+                                                   jlong(d->handle.value()))
+                            .release();
             std::lock_guard<std::mutex> guard(d->companionLock);
             d->companion = companion;
         }

@@ -6,7 +6,7 @@
 #include "PEventKeys.h"
 #include "PGlobalKeyEventsQueue.h"
 #include "PJNIHelper.h"
-#include "PJNILocalRef.h"
+#include "PJNIGuards.h"
 #include "PJavaHandles.h"
 #include "PKeyboard.h"
 #include "PTimer.h"
@@ -70,7 +70,6 @@ public:
                                      PString("class ") + kJavaClass + " could not be made");
         }
     }
-    ~JavaKeyboardCompanion() override { PJNIHelper::destroyClassObj(m_object); }
 
     bool isValid() const override { return m_object && m_object->isValid(); }
     bool open(const PString& settings) override
@@ -87,7 +86,7 @@ public:
     PError lastError() const override { return m_error; }
 
 private:
-    PJNIClassObject* m_object = nullptr;
+    PJNIClassObjectPtr m_object;
     PError m_error;
 };
 

@@ -12,6 +12,13 @@ PByteArrayPrivate::PByteArrayPrivate(const PByteArrayPrivate& other)
     assign(other.data, other.size);
 }
 
+PByteArrayPrivate::PByteArrayPrivate(PByteArrayPrivate&& other) noexcept
+    : data(other.data), size(other.size)
+{
+    other.data = nullptr;
+    other.size = 0;
+}
+
 PByteArrayPrivate::~PByteArrayPrivate()
 {
     delete[] data;

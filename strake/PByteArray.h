@@ -22,6 +22,7 @@ public:
 struct PByteArrayPrivate {
     PByteArrayPrivate() = default;
     PByteArrayPrivate(const PByteArrayPrivate& other);
+    PByteArrayPrivate(PByteArrayPrivate&& other) noexcept;
     PByteArrayPrivate& operator=(const PByteArrayPrivate&) = delete;
     ~PByteArrayPrivate();
     void assign(const unsigned char* bytes, unsigned long count);
@@ -29,7 +30,6 @@ struct PByteArrayPrivate {
     unsigned char* data = nullptr;
     unsigned long long size = 0;
 };
-using PByteArrayPrivateCopyer = _PDataCopyer<PByteArrayPrivate>;
 
 // Bytes with a terminating 0 behind them. Thread-safety: as any value handle.
 class PByteArray : public PIMemory {
@@ -78,5 +78,5 @@ public:
     friend bool operator!=(const PByteArray& a, const PByteArray& b) { return !(a == b); }
 
 private:
-    PSharedDataPtr<PByteArrayPrivate, PByteArrayPrivateCopyer> d;
+    PSharedDataPtr<PByteArrayPrivate> d;
 };

@@ -125,7 +125,7 @@ std::string unicode2table(const std::wstring& text, strake::PVietnameseTable whi
 
 PEncoding::PEncoding() = default;
 
-PEncoding::PEncoding(const PEncodingPrivate& row) : d(std::make_shared<PEncodingPrivate>(row)) {}
+PEncoding::PEncoding(const PEncodingPrivate& row) : d(row) {}
 
 PEncoding::~PEncoding() = default;
 

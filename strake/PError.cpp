@@ -61,17 +61,23 @@ PString PError::toString() const
     return text;
 }
 
-PError PError::fromCurrentException()
+PError PError::fromCurrentException(const PError& fallback, StandardText standard)
 {
     try {
         throw;
     } catch (const PError& error) {
         return error;
     } catch (const std::exception& error) {
-        return PError(GeneralFailure, PString(error.what()));
+        return standard == StandardText::Kept ? PError(GeneralFailure, PString(error.what()))
+                                              : fallback;
     } catch (...) {
-        return PError(GeneralFailure, PString());
+        return fallback;
     }
+}
+
+PError PError::fromCurrentException(const PString& fallbackText)
+{
+    return fromCurrentException(PError(GeneralFailure, fallbackText));
 }
 
 bool PError::raise(const PError& error, PError* out)

@@ -12,7 +12,6 @@ struct PErrorPrivate {
     PString method;
     int line = 0;
 };
-using PErrorPrivateCopyer = _PDataCopyer<PErrorPrivate>;
 
 // A code (0: none), a message and the place that raised it. Belongs to one thread.
 class PError {
@@ -30,7 +29,7 @@ public:
     PError(int code, const PString& message);
     PError(int code, const PString& message, const PString& module, const PString& method,
            int line);
-    virtual ~PError();
+    ~PError();
 
     void setError(int code, const PString& message);
     void setInfo(const PString& module, const PString& method, int line);
@@ -45,9 +44,15 @@ public:
     // module:method:line[code]message, each part only when present.
     PString toString() const;
 
-    // The error of the exception being handled: a PError as it is, a standard exception as
-    // code 2 with its text, anything else as code 2 with no text. Call only inside a catch.
-    static PError fromCurrentException();
+    // What fromCurrentException makes of a standard exception's text.
+    enum class StandardText { Kept, Dropped };
+    // The one catch ladder: the error of the exception being handled. A PError as it is; a
+    // standard exception as code 2 with its text (Kept) or as the fallback (Dropped); anything
+    // else as the fallback. Call only inside a catch.
+    static PError fromCurrentException(const PError& fallback,
+                                       StandardText standard = StandardText::Kept);
+    // The same with code 2 and the text (by default none) as the fallback.
+    static PError fromCurrentException(const PString& fallbackText = PString());
     // The failure convention: with a pointer the error is stored there; without one a
     // non-zero error is thrown. Answers false, the result of a failed operation.
     static bool raise(const PError& error, PError* out);
@@ -64,7 +69,7 @@ public:
     }
 
 private:
-    PSharedDataPtr<PErrorPrivate, PErrorPrivateCopyer> d;
+    PSharedDataPtr<PErrorPrivate> d;
 };
 
 namespace strake {

@@ -32,7 +32,7 @@ struct PINIReaderPrivate {
 class PINIReader {
 public:
     explicit PINIReader(const PString& path = PString());
-    virtual ~PINIReader();
+    ~PINIReader();
 
     // Stores the path and forgets the settings read so far.
     void setFilePath(const PString& path);

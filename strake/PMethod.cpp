@@ -28,6 +28,12 @@ void PMethod::setAllocator(IMemoryManager* allocator)
 
 bool PMethod::operator()(tVariant* result, tVariant* parameters, long count, PError* error)
 {
+    return call(result, parameters, count, d.constData()->allocator, error);
+}
+
+bool PMethod::call(tVariant* result, tVariant* parameters, long count, IMemoryManager* allocator,
+                   PError* error) const
+{
     PError local;
     try {
         const PMethodPrivate& method = *d.constData();
@@ -41,11 +47,10 @@ bool PMethod::operator()(tVariant* result, tVariant* parameters, long count, PEr
         if (!method.handler)
             throw METHOD_ERROR(PNoHandler, PString());
         strake::empty2var(result);
-        method.handler(result, parameters, count, method.allocator);
-    } catch (const PError& e) {
-        local = e;
+        method.handler(result, parameters, count, allocator);
     } catch (...) {
-        local = METHOD_ERROR(PError::GeneralFailure, PString());
+        local = PError::fromCurrentException(METHOD_ERROR(PError::GeneralFailure, PString()),
+                                             PError::StandardText::Dropped);
     }
     return PError::settle(local, error);
 }

@@ -20,13 +20,14 @@ struct PMethodPrivate {
 };
 
 // A value handle: copies share the record, and setAllocator() on a copy detaches it, so a
-// call may set the allocator on its own copy while the table keeps the original.
+// call may set the allocator on its own copy while the table keeps the original; call() takes
+// the allocator for one call and copies nothing.
 // Thread-safety: as any value handle.
 class PMethod {
 public:
     PMethod();
     PMethod(const PString& name, const PMethodSemantic& semantics, PMethodHandler handler);
-    virtual ~PMethod();
+    ~PMethod();
 
     PString name() const { return d->name; }
     const PMethodSemantic& semantics() const { return d->semantics; }
@@ -42,6 +43,9 @@ public:
     // empties the result slot and runs the handler. Convention of PError::settle; whatever
     // the handler throws that is not a PError becomes code 2.
     bool operator()(tVariant* result, tVariant* parameters, long count, PError* error);
+    // The same with `allocator` in place of the stored one.
+    bool call(tVariant* result, tVariant* parameters, long count, IMemoryManager* allocator,
+              PError* error) const;
 
 private:
     PSharedDataPtr<PMethodPrivate> d;

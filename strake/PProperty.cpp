@@ -52,15 +52,19 @@ bool PProperty::setValue(const tVariant* value, PError* error)
         property.entry.check(value, nullptr);
         if (property.setter && property.setter(value) && property.notifyer)
             property.notifyer(*value);
-    } catch (const PError& e) {
-        local = e;
     } catch (...) {
-        local = PROPERTY_ERROR(PError::GeneralFailure, PString());
+        local = PError::fromCurrentException(PROPERTY_ERROR(PError::GeneralFailure, PString()),
+                                             PError::StandardText::Dropped);
     }
     return PError::settle(local, error);
 }
 
 bool PProperty::getValue(tVariant* value, PError* error) const
+{
+    return getValue(value, d->allocator, error);
+}
+
+bool PProperty::getValue(tVariant* value, IMemoryManager* allocator, PError* error) const
 {
     PError local;
     try {
@@ -68,11 +72,10 @@ bool PProperty::getValue(tVariant* value, PError* error) const
             throw PROPERTY_ERROR(PNoPlaceForValue, PString());
         if (!d->getter)
             throw PROPERTY_ERROR(PNoGetter, PString());
-        d->getter(value, d->allocator);
-    } catch (const PError& e) {
-        local = e;
+        d->getter(value, allocator);
     } catch (...) {
-        local = PROPERTY_ERROR(PError::GeneralFailure, PString());
+        local = PError::fromCurrentException(PROPERTY_ERROR(PError::GeneralFailure, PString()),
+                                             PError::StandardText::Dropped);
     }
     return PError::settle(local, error);
 }

@@ -26,7 +26,7 @@ public:
     PProperty(const PString& name, const PSemanticEntry& entry, PPropertyGetter getter,
               PPropertySetter setter = PPropertySetter(),
               PPropertyNotifyer notifyer = PPropertyNotifyer());
-    virtual ~PProperty();
+    ~PProperty();
 
     PString name() const { return d->name; }
     const PSemanticEntry& entry() const { return d->entry; }
@@ -48,6 +48,8 @@ public:
     bool operator()(const tVariant* value) { return setValue(value, nullptr); }
     // Runs the getter into value with the allocator: no place (101), no getter (105).
     bool getValue(tVariant* value, PError* error) const;
+    // The same with `allocator` in place of the stored one; copies nothing.
+    bool getValue(tVariant* value, IMemoryManager* allocator, PError* error) const;
     // The value in a fresh slot; strings in it come from the allocator.
     tVariant getValue(PError* error) const;
 

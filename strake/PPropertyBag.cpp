@@ -1,56 +1,72 @@
 // PPropertyBag: the settings bag.
 #include "PPropertyBag.h"
 
+// The bag's one shared record: the values themselves, not a handle on another shared map.
+struct PPropertyBagPrivate {
+    std::unordered_map<PString, PVariant> values;
+};
+
 PPropertyBag::PPropertyBag() = default;
 
 PPropertyBag::PPropertyBag(const PStringVariantMap& map)
-    : d(std::make_shared<PPropertyBagPrivate>(map))
+    : d(PPropertyBagPrivate{map.container()})
 {
 }
 
+PPropertyBag::PPropertyBag(const PPropertyBag& other) noexcept = default;
+PPropertyBag::PPropertyBag(PPropertyBag&& other) noexcept = default;
+PPropertyBag& PPropertyBag::operator=(const PPropertyBag& other) noexcept = default;
+PPropertyBag& PPropertyBag::operator=(PPropertyBag&& other) noexcept = default;
 PPropertyBag::~PPropertyBag() = default;
 
 bool PPropertyBag::addValue(const PString& key, const PVariant& value)
 {
-    if (d.constData()->hasKey(key))
+    if (hasKey(key))
         return false;
-    return d->insert(key, value);
+    d->values.emplace(key, value);
+    return true;
 }
 
 void PPropertyBag::setValue(const PString& key, const PVariant& value)
 {
-    if (d.constData()->hasKey(key))
-        d->setValue(key, value);
+    if (hasKey(key))
+        d->values[key] = value;
 }
 
 PVariant PPropertyBag::value(const PString& key, const PVariant& fallback) const
 {
-    return d->value(key, fallback);
+    const auto& values = d->values;
+    auto found = values.find(key);
+    return found == values.end() ? fallback : found->second;
 }
 
 bool PPropertyBag::hasKey(const PString& key) const
 {
-    return d->hasKey(key);
+    return d->values.count(key) != 0;
 }
 
 size_t PPropertyBag::size() const
 {
-    return d->size();
+    return d->values.size();
 }
 
 bool PPropertyBag::empty() const
 {
-    return d->empty();
+    return d->values.empty();
 }
 
 std::vector<PString> PPropertyBag::keys() const
 {
-    return d->keys();
+    std::vector<PString> result;
+    result.reserve(d->values.size());
+    for (const auto& item : d->values)
+        result.push_back(item.first);
+    return result;
 }
 
 void PPropertyBag::clear()
 {
-    d->clear();
+    d = PSharedDataPtr<PPropertyBagPrivate>();  // other holders keep the values
 }
 
 bool PPropertyBag::isEqual(const PPropertyBag& other, const std::vector<PString>& keys) const

@@ -58,23 +58,20 @@ private:
 using PStringVariantMap = KeyValue<PString, PVariant>;
 using PStringStringMap = KeyValue<PString, PString>;
 
-struct PPropertyBagPrivate : public PStringVariantMap {
-    PPropertyBagPrivate() = default;
-    explicit PPropertyBagPrivate(const PStringVariantMap& map) : PStringVariantMap(map) {}
-};
-using PPropertyBagPrivateCopyer = _PDataCopyer<PPropertyBagPrivate>;
+struct PPropertyBagPrivate;
 
 // String-keyed PVariant values; keys compare exactly, with case; keys() has no defined order.
 // Thread-safety: as any value handle.
 class PPropertyBag {
 public:
     PPropertyBag();
+    // A bag of the map's values (a copy of them).
     PPropertyBag(const PStringVariantMap& map);
-    PPropertyBag(const PPropertyBag&) = default;
-    PPropertyBag(PPropertyBag&&) noexcept = default;
-    PPropertyBag& operator=(const PPropertyBag&) = default;
-    PPropertyBag& operator=(PPropertyBag&&) noexcept = default;
-    virtual ~PPropertyBag();
+    PPropertyBag(const PPropertyBag& other) noexcept;
+    PPropertyBag(PPropertyBag&& other) noexcept;
+    PPropertyBag& operator=(const PPropertyBag& other) noexcept;
+    PPropertyBag& operator=(PPropertyBag&& other) noexcept;
+    ~PPropertyBag();
 
     // Inserts and answers true; a present key keeps its value and the answer is false.
     bool addValue(const PString& key, const PVariant& value);
@@ -93,5 +90,5 @@ public:
     void merge(const PPropertyBag& other);
 
 private:
-    PSharedDataPtr<PPropertyBagPrivate, PPropertyBagPrivateCopyer> d;
+    PSharedDataPtr<PPropertyBagPrivate> d;
 };

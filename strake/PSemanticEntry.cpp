@@ -107,10 +107,9 @@ bool PSemanticEntry::check(const tVariant* value, PError* error) const
             if (d->checker)
                 d->checker(value, &local);
         }
-    } catch (const PError& e) {
-        local = e;
     } catch (...) {
-        local = SEMANTIC_ERROR(PError::GeneralFailure, PString());
+        local = PError::fromCurrentException(SEMANTIC_ERROR(PError::GeneralFailure, PString()),
+                                             PError::StandardText::Dropped);
     }
     return PError::settle(local, error);
 }
@@ -170,10 +169,9 @@ bool PMethodSemantic::check(tVariant* parameters, PError* error) const
                                                         PString("] ") + failed.message());
             }
         }
-    } catch (const PError& e) {
-        local = e;
     } catch (...) {
-        local = SEMANTIC_ERROR(PError::GeneralFailure, PString());
+        local = PError::fromCurrentException(SEMANTIC_ERROR(PError::GeneralFailure, PString()),
+                                             PError::StandardText::Dropped);
     }
     return PError::settle(local, error);
 }

@@ -46,7 +46,7 @@ public:
                    const PVariant& defValue = PVariant());
     PSemanticEntry(int type, unsigned long minLen, unsigned long maxLen, bool mandatory,
                    const PVariant& defValue = PVariant());
-    virtual ~PSemanticEntry();
+    ~PSemanticEntry();
 
     int type() const { return d->type; }
     bool mandatory() const { return d->mandatory; }
@@ -73,7 +73,7 @@ class PMethodSemantic {
 public:
     PMethodSemantic();
     PMethodSemantic(const std::vector<PSemanticEntry>& parameters, const PSemanticEntry& result);
-    virtual ~PMethodSemantic();
+    ~PMethodSemantic();
 
     // Parses "RESULT(PARAM,PARAM,...)". Never fails to the caller: a bad text gives the
     // default semantic, with no parameters and no return value.

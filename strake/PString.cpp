@@ -84,7 +84,6 @@ PString::PString(unsigned long count, char ch)
     d->text.assign(count, char16_t(static_cast<unsigned char>(ch)));
 }
 
-PString::~PString() = default;
 
 PString PString::fromUnits(std::u16string&& units)
 {

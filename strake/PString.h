@@ -15,7 +15,6 @@ enum class FormaterOptions : int { Default = 0 };
 struct PStringPrivate {
     std::u16string text;
 };
-using PStringPrivateCopyer = _PDataCopyer<PStringPrivate>;
 
 // Text as UTF-16 units. There is no null state: a default PString is empty. Construction
 // never fails for content reasons: invalid UTF-8, UTF-16 or UTF-32 is dropped.
@@ -39,7 +38,7 @@ public:
     PString(PString&&) noexcept = default;
     PString& operator=(const PString&) = default;
     PString& operator=(PString&&) noexcept = default;
-    virtual ~PString();
+    ~PString() = default;
 
     unsigned long size() const { return d->text.size(); }
     bool isEmpty() const { return d->text.empty(); }
@@ -113,7 +112,7 @@ public:
     static PString fromUnits(std::u16string&& units);
 
 private:
-    PSharedDataPtr<PStringPrivate, PStringPrivateCopyer> d;
+    PSharedDataPtr<PStringPrivate> d;
 };
 
 PString operator+(const PString& a, const PString& b);

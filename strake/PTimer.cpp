@@ -284,7 +284,16 @@ static int64_t monotonicNanoseconds()
         .count();
 }
 
+struct PTimePrivate {
+    bool running = false;
+    int64_t startedAt = 0;  // nanoseconds of the monotonic clock
+};
+
 PTime::PTime() = default;
+PTime::PTime(const PTime& other) noexcept = default;
+PTime::PTime(PTime&& other) noexcept = default;
+PTime& PTime::operator=(const PTime& other) noexcept = default;
+PTime& PTime::operator=(PTime&& other) noexcept = default;
 
 PTime::~PTime()
 {
@@ -301,8 +310,8 @@ bool PTime::start()
 
 void PTime::stop()
 {
-    if (d->running)
-        d.data()->running = false;
+    if (d.constData()->running)
+        d->running = false;
 }
 
 bool PTime::isRunning() const

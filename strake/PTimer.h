@@ -79,15 +79,16 @@ public:
     static void nSleep(int nanoseconds);
 };
 
-struct PTimePrivate {
-    bool running = false;
-    int64_t startedAt = 0;  // nanoseconds of the monotonic clock
-};
+struct PTimePrivate;
 
-// A stopwatch.
+// A stopwatch; copies are independent values.
 class PTime {
 public:
     PTime();
+    PTime(const PTime& other) noexcept;
+    PTime(PTime&& other) noexcept;
+    PTime& operator=(const PTime& other) noexcept;
+    PTime& operator=(PTime&& other) noexcept;
     ~PTime();
     bool start();
     void stop();

@@ -322,10 +322,9 @@ bool PTranslation::load(const std::string& xml, PError* error)
                 read[sid][localeOfCode(lid)] = text;
             }
         }
-    } catch (const PError& e) {
-        local = e;
     } catch (...) {
-        local = TRANSLATION_ERROR(PError::GeneralFailure, PString());
+        local = PError::fromCurrentException(TRANSLATION_ERROR(PError::GeneralFailure, PString()),
+                                             PError::StandardText::Dropped);
     }
     if (!PError::settle(local, error))
         return false;

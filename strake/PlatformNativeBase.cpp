@@ -26,11 +26,10 @@ R PlatformNativeBase::hostCall(R failed, const char* function, int line, Work&& 
         R result = failed;
         try {
             result = work();
-        } catch (const PError& e) {
-            error = e;
         } catch (...) {
-            error = PError(PError::GeneralFailure, PString(), PString(kModule), PString(function),
-                           line);
+            error = PError::fromCurrentException(
+                PError(PError::GeneralFailure, PString(), PString(kModule), PString(function), line),
+                PError::StandardText::Dropped);
         }
         if (error.isError()) {
             pushError(ErrorLevel, error);
@@ -145,10 +144,9 @@ bool PlatformNativeBase::GetPropVal(long index, tVariant* value)
 {
     HOST_SITE;
     return HOST_CALL(false, [&] {
-        PProperty property = PROPERTY_AT(index);
-        property.setAllocator(m_memoryManager);
+        const PProperty property = PROPERTY_AT(index);
         PError error;
-        if (!property.getValue(value, &error))
+        if (!property.getValue(value, m_memoryManager, &error))
             throw error;
         return true;
     });
@@ -158,8 +156,8 @@ bool PlatformNativeBase::SetPropVal(long index, tVariant* value)
 {
     HOST_SITE;
     return HOST_CALL(false, [&] {
+        // A setter gets no allocator: nothing to hand over, nothing to copy.
         PProperty property = PROPERTY_AT(index);
-        property.setAllocator(m_memoryManager);
         PError error;
         if (!property.setValue(value, &error))
             throw error;
@@ -233,14 +231,13 @@ bool PlatformNativeBase::CallAsProc(long index, tVariant* params, long count)
 {
     HOST_SITE;
     return HOST_CALL(false, [&] {
-        PMethod method = METHOD_AT(index);
+        const PMethod method = METHOD_AT(index);
         if (method.hasRetValue())
             throw PError(PError::GeneralFailure,
                          PString("no proc-method found for index ") +
                              PString(std::to_string(index)),
                          PString(kModule), PString(site), __LINE__);
-        method.setAllocator(m_memoryManager);
-        method(nullptr, params, count, nullptr);
+        method.call(nullptr, params, count, m_memoryManager, nullptr);
         return true;
     });
 }
@@ -249,9 +246,7 @@ bool PlatformNativeBase::CallAsFunc(long index, tVariant* result, tVariant* para
 {
     HOST_SITE;
     return HOST_CALL(false, [&] {
-        PMethod method = METHOD_AT(index);
-        method.setAllocator(m_memoryManager);
-        method(result, params, count, nullptr);
+        METHOD_AT(index).call(result, params, count, m_memoryManager, nullptr);
         return true;
     });
 }

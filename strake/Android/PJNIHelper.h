@@ -6,6 +6,7 @@
 #include "PByteArray.h"
 #include "PError.h"
 #include "PGlobal.h"
+#include "PJNIGuards.h"
 #include "PSharedDataPtr.h"
 #include "PString.h"
 #include "PVariant.h"
@@ -13,6 +14,7 @@
 #include <jni.h>
 
 #include <cstdarg>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -58,14 +60,14 @@ void append_exception_trace_messages(JNIEnv& env, std::string& out, jthrowable t
 
 }
 
-// A class known to the helper, by its dotted name. Owns no Java reference: it finds its
-// jclass in the helper's class table on each use, so it goes invalid at disconnect.
-// A cheap value handle; one handle must not be used from two threads at once.
 struct PJNIClassPrivate {
     PString className;
     PError lastError;
 };
 
+// A class known to the helper, by its dotted name. Owns no Java reference: it finds its
+// jclass in the helper's class table on each use, so it goes invalid at disconnect.
+// A cheap value handle; one handle must not be used from two threads at once.
 class PJNIClass {
 public:
     PJNIClass();
@@ -142,6 +144,13 @@ private:
     PError m_lastError;
 };
 
+// Frees an object made by PJNIHelper::createClassObj (PJNIHelper::destroyClassObj).
+struct PJNIClassObjectDeleter {
+    void operator()(PJNIClassObject* object) const;
+};
+// The sole owner of an object made by PJNIHelper::createClassObj.
+using PJNIClassObjectPtr = std::unique_ptr<PJNIClassObject, PJNIClassObjectDeleter>;
+
 // Static access to Java for the whole process. connect() takes the host's Android helper;
 // disconnect() drops every global reference the helper made. Any thread may call; helper
 // failures go to the helper's last error (read under the lock).
@@ -167,12 +176,15 @@ public:
     // an invalid class on failure, with the reason in the last error.
     static PJNIClass getClass(const PString& className);
     // Constructs an object (constructor signature, then its raw JNI arguments) and enters it
-    // in the object table. The caller owns the result and frees it with destroyClassObj.
-    // Null on failure, with the reason in the last error; a constructor that threw gives an
-    // invalid object.
-    static PJNIClassObject* createClassObj(const PString& className, const char* signature, ...);
+    // in the object table. The result owns it: dropping the result (or destroyClassObj) frees
+    // the object and its global reference. Null on failure, with the reason in the last
+    // error; a constructor that threw gives an invalid object.
+    static PJNIClassObjectPtr createClassObj(const PString& className, const char* signature,
+                                             ...);
     // Deletes the object and its global reference; null does nothing.
     static void destroyClassObj(PJNIClassObject* object);
+    // The same for an owner, which is left empty.
+    static void destroyClassObj(PJNIClassObjectPtr& object) { object.reset(); }
 
     static PJNIClass getLibsLoader();
     // Loads a native library through the Java loader once; true when loaded now or before.

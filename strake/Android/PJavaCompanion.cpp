@@ -68,12 +68,14 @@ void PJavaReference::reset()
 
 std::shared_ptr<PJavaCompanion> PJavaCompanion::create(const PString& className, int64_t handle)
 {
-    PJNIClassObject* object = PJNIHelper::createClassObj(className, kCompanionConstructor,
-                                                         PJNIHelper::getActivity(),
-                                                         static_cast<jlong>(handle));
+    PJNIClassObjectPtr object = PJNIHelper::createClassObj(className, kCompanionConstructor,
+                                                           PJNIHelper::getActivity(),
+                                                           static_cast<jlong>(handle));
     if (!object)
         return nullptr;
-    return std::shared_ptr<PJavaCompanion>(new PJavaCompanion(object));
+    // The header sees no JNI layer, so the companion keeps the object as a plain pointer and
+    // frees it in its destructor.
+    return std::shared_ptr<PJavaCompanion>(new PJavaCompanion(object.release()));
 }
 
 PJavaCompanion::PJavaCompanion(PJNIClassObject* object) : object_(object) {}

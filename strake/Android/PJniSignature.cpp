@@ -98,9 +98,7 @@ bool PJniSignature::parse(const PString& signature, PError& why)
         d->returnType = returnType;
         d->parameters = std::move(parameters);
     } catch (...) {
-        why = PError::fromCurrentException();
-        if (why.code() == PError::GeneralFailure && why.message().isEmpty())
-            why.setError(PError::GeneralFailure, "Unexpected");
+        why = PError::fromCurrentException("Unexpected");
     }
     return isValid();
 }

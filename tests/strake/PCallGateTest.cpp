@@ -56,7 +56,8 @@ TEST(PCallGateTest, objectBehindTheGateIsNeverSeenDestroyed)
         ~Target() { gate->close(); alive = 0; }
     };
     for (int round = 0; round < 300; ++round) {
-        auto* target = new Target;
+        auto owner = std::make_unique<Target>();
+        Target* target = owner.get();
         std::shared_ptr<PCallGate> gate = target->gate;
         std::atomic<bool> stop{false};
         std::atomic<int> bad{0};
@@ -70,7 +71,7 @@ TEST(PCallGateTest, objectBehindTheGateIsNeverSeenDestroyed)
             }
         });
         std::this_thread::yield();
-        delete target;
+        owner.reset();
         stop = true;
         caller.join();
         ASSERT_EQ(bad.load(), 0);

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <functional>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -48,21 +49,35 @@ TEST(PErrorTest, stampsTheSourcePlaceWithoutExtension)
 
 TEST(PErrorTest, ladderTurnsEveryExceptionIntoAnError)
 {
-    auto caught = [](auto thrower) {
+    auto caught = [](auto thrower, auto ladder) {
         try {
             thrower();
         } catch (...) {
-            return PError::fromCurrentException();
+            return ladder();
         }
         return PError();
     };
-    EXPECT_EQ(caught([] { throw PError(120, "cfg"); }).code(), 120);
-    PError standard = caught([] { throw std::runtime_error("boom"); });
+    auto plain = [] { return PError::fromCurrentException(); };
+    auto named = [] { return PError::fromCurrentException("Unexpected"); };
+    auto placed = [] {
+        return PError::fromCurrentException(PError(2, "", "mod", "fn", 7),
+                                            PError::StandardText::Dropped);
+    };
+    for (auto ladder : {std::function<PError()>(plain), std::function<PError()>(named),
+                        std::function<PError()>(placed)})
+        EXPECT_EQ(caught([] { throw PError(120, "cfg"); }, ladder).message(), PString("cfg"));
+
+    PError standard = caught([] { throw std::runtime_error("boom"); }, named);
     EXPECT_EQ(standard.code(), 2);
     EXPECT_EQ(standard.message(), PString("boom"));
-    PError other = caught([] { throw 7; });
+    EXPECT_EQ(caught([] { throw std::runtime_error("boom"); }, placed).toString(),
+              PString("mod:fn:7[2]"));
+
+    PError other = caught([] { throw 7; }, plain);
     EXPECT_EQ(other.code(), 2);
     EXPECT_TRUE(other.message().isEmpty());
+    EXPECT_EQ(caught([] { throw 7; }, named).message(), PString("Unexpected"));
+    EXPECT_EQ(caught([] { throw 7; }, placed).line(), 7);
 }
 
 TEST(PErrorTest, raiseStoresOrThrows)

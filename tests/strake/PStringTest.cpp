@@ -30,11 +30,17 @@ TEST(PStringTest, copyThenChangeLeavesSourceAlone)
     EXPECT_EQ(viaIterator, PString("xcan"));
 }
 
+// A handle is one pointer; the byte array also carries PIMemory's table.
+static_assert(sizeof(PString) == sizeof(void*), "PString is one pointer");
+static_assert(sizeof(PByteArray) == 2 * sizeof(void*), "PByteArray is two pointers");
+
 TEST(PStringTest, movedFromHandlesAreEmptyAndUsable)
 {
     PString source("abc");
     PString target(std::move(source));
     EXPECT_TRUE(source.isEmpty());
+    EXPECT_EQ(source.utf16()[0], u'\0');
+    EXPECT_EQ(source, PString());
     source += PString("d");
     EXPECT_EQ(source, PString("d"));
     EXPECT_EQ(target, PString("abc"));

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -165,6 +166,14 @@ TEST(PPropertyBagTest, copyThenChangeLeavesSourceAlone)
     EXPECT_EQ(copy.size(), 2u);
     copy.clear();
     EXPECT_EQ(source.size(), 1u);
+    EXPECT_TRUE(copy.empty());
+
+    PPropertyBag taken(std::move(source));
+    EXPECT_TRUE(source.empty());
+    EXPECT_FALSE(source.hasKey("a"));
+    source.addValue("c", PVariant(4));
+    EXPECT_EQ(source.value("c").toInt(), 4);
+    EXPECT_EQ(taken.value("a").toInt(), 1);
 }
 
 TEST(PPropertyBagTest, mergeAndEqualityByKeys)
