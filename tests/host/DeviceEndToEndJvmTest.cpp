@@ -114,7 +114,7 @@ struct TcpScanner {
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t size = sizeof address;
-        if (bind(fd, reinterpret_cast<sockaddr*>(&address), size) == 0 && listen(fd, 1) == 0 &&
+        if (bind(fd, reinterpret_cast<sockaddr*>(&address), size) == 0 && listen(fd, 128) == 0 &&
             getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0)
             port = ntohs(address.sin_port);
     }
@@ -466,11 +466,30 @@ TEST_F(DeviceEndToEndJvmTest, aFloodReachesASlowHostWholeAndInOrder)
 
 TEST_F(DeviceEndToEndJvmTest, openAThousandTimesReusesIdsAndLeavesNothingBehind)
 {
+    TcpScanner server;
+    std::vector<int> peers;  // kept open: a peer that hangs up would end its device's reading
+    std::thread acceptor([&] {
+        for (int peer; (peer = accept(server.fd, nullptr, nullptr)) >= 0;)
+            peers.push_back(peer);
+    });
+    struct Stop {
+        TcpScanner& server;
+        std::thread& acceptor;
+        std::vector<int>& peers;
+        ~Stop()
+        {
+            shutdown(server.fd, SHUT_RDWR);  // wakes the accept
+            acceptor.join();
+            for (int peer : peers)
+                ::close(peer);
+        }
+    } stop{server, acceptor, peers};
     auto host = session();
     host->driver.getParameters();
     ASSERT_TRUE(host->driver.setParameter(u"EquipmentType", u"InputDevice"));
-    ASSERT_TRUE(host->driver.setParameter(u"BluetoothDevice", u"udp://127.0.0.1:9"));
-    const long refs = PHostJvm::globalRefCount();
+    ASSERT_TRUE(host->driver.setParameter(u"BluetoothDevice",
+                                          u"tcp://127.0.0.1:" + u16(std::to_string(server.port))));
+    long refs = 0;  // after the first round: class handles are cached once
     std::vector<std::u16string> firstIds;
     for (int round = 0; round < 10; ++round) {
         std::vector<std::u16string> ids;
@@ -480,8 +499,11 @@ TEST_F(DeviceEndToEndJvmTest, openAThousandTimesReusesIdsAndLeavesNothingBehind)
         }
         for (const std::u16string& id : ids)
             ASSERT_TRUE(host->driver.close(id));
-        if (round == 0)
+        if (round == 0) {
             firstIds = ids;
+            ASSERT_TRUE(companionThreadsEnded());
+            refs = PHostJvm::globalRefCount();
+        }
         EXPECT_EQ(ids, firstIds) << "closed numbers are given again";
     }
     EXPECT_TRUE(companionThreadsEnded());
