@@ -105,6 +105,64 @@ bool companionThreadsEnded()
     return ended;
 }
 
+// An intent with the action and one extra, sent on the in-JVM bus; a null text sends bytes.
+void sendIntent(const std::string& action, const std::string& extra, const char* text,
+                const std::string& bytes = std::string())
+{
+    JNIEnv* env = PHostJvm::env();
+    Local intentClass = javaClass(u"android.content.Intent");
+    Local a = javaText(action), name = javaText(extra);
+    Local intent{env->NewObject(intentClass.cls(),
+                                env->GetMethodID(intentClass.cls(), "<init>", "(Ljava/lang/String;)V"),
+                                a.ref)};
+    if (text) {
+        Local value = javaText(text);
+        Local self{env->CallObjectMethod(
+            intent.ref,
+            env->GetMethodID(intentClass.cls(), "putExtra",
+                             "(Ljava/lang/String;Ljava/lang/String;)Landroid/content/Intent;"),
+            name.ref, value.ref)};
+        ASSERT_FALSE(env->ExceptionCheck());
+    } else {
+        Local value{env->NewByteArray(static_cast<jsize>(bytes.size()))};
+        env->SetByteArrayRegion(static_cast<jbyteArray>(value.ref), 0, static_cast<jsize>(bytes.size()),
+                                reinterpret_cast<const jbyte*>(bytes.data()));
+        Local self{env->CallObjectMethod(
+            intent.ref,
+            env->GetMethodID(intentClass.cls(), "putExtra", "(Ljava/lang/String;[B)Landroid/content/Intent;"),
+            name.ref, value.ref)};
+    }
+    ASSERT_FALSE(env->ExceptionCheck());  // also a JNI rule before the next call
+    Local bus = javaClass(u"com.tavrel.piodevice.PBroadcastReceaver");
+    env->CallStaticVoidMethod(bus.cls(),
+                              env->GetStaticMethodID(bus.cls(), "sendBroadcast", "(Landroid/content/Intent;)V"),
+                              intent.ref);
+    ASSERT_FALSE(env->ExceptionCheck());
+}
+
+// A key packet to every open keyboard companion: "code:flags[:Base64]" records.
+int sendKeys(const std::string& packet)
+{
+    JNIEnv* env = PHostJvm::env();
+    Local cls = javaClass(u"com.tavrel.piodevice.PKeyboard");
+    Local text = javaText(packet);
+    const jint reached = env->CallStaticIntMethod(
+        cls.cls(), env->GetStaticMethodID(cls.cls(), "sendPacket", "(Ljava/lang/String;)I"), text.ref);
+    env->ExceptionClear();
+    return reached;
+}
+
+int typeText(const std::string& typed)
+{
+    JNIEnv* env = PHostJvm::env();
+    Local cls = javaClass(u"com.tavrel.piodevice.PKeyboard");
+    Local text = javaText(typed);
+    const jint reached = env->CallStaticIntMethod(
+        cls.cls(), env->GetStaticMethodID(cls.cls(), "sendText", "(Ljava/lang/String;)I"), text.ref);
+    env->ExceptionClear();
+    return reached;
+}
+
 // A TCP scanner on 127.0.0.1 that the device connects to.
 struct TcpScanner {
     TcpScanner()
@@ -263,6 +321,53 @@ TEST_F(DeviceEndToEndJvmTest, bluetoothPeerAndTcpScannerDeliverTheSameWay)
     EXPECT_TRUE(host->driver.close(bluetooth));
     EXPECT_TRUE(host->driver.close(network));
     EXPECT_TRUE(companionThreadsEnded());
+}
+
+TEST_F(DeviceEndToEndJvmTest, broadcastIntentsGiveOneEventEachFromStringAndBytes)
+{
+    auto host = session();
+    struct Case {
+        const char16_t* type;
+        const char* text;
+    } cases[] = {{u"String", "STRING1"}, {u"ByteArray", nullptr}};
+    for (const Case& c : cases) {
+        host->connection.clear();
+        const std::u16string id = host->open({{u"EquipmentType", u"InputDevice"},
+                                              {u"BluetoothDevice", u"BROADCAST"},
+                                              {u"Action", u"com.scanner.SCAN"},
+                                              {u"Extra", u"barcode"},
+                                              {u"ExtraType", c.type}});
+        ASSERT_FALSE(id.empty()) << hostToUtf8(host->driver.lastError().text);
+        sendIntent("com.scanner.SCAN", "barcode", c.text, kGs1);
+        sendIntent("com.other.SCAN", "barcode", "IGNORED", kGs1);
+        ASSERT_TRUE(host->received(1));
+        expectCodes(host->connection.events(), id, u"Barcode", {c.text ? c.text : kGs1});
+        EXPECT_TRUE(host->driver.close(id));
+    }
+}
+
+TEST_F(DeviceEndToEndJvmTest, keyboardBurstsEndedByAPauseGiveTheCodeWithItsGsOnce)
+{
+    auto host = session();
+    const std::u16string id = host->open(
+        {{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"DEV_KEYBOARD"}, {u"Suffix", u"-1"}});
+    ASSERT_FALSE(id.empty()) << hostToUtf8(host->driver.lastError().text);
+    // Typed with the GS key of the settings (F8); then "1", GS by Alt held over 0 2 9, "2";
+    // then the same with GS by Ctrl held over ].
+    const std::string one = "8:1:MQ==;8:0:MQ==;", two = ";9:1:Mg==;9:0:Mg==";
+    const std::string packets[] = {
+        one + "57:1;7:1:MA==;7:0:MA==;9:1:Mg==;9:0:Mg==;16:1:OQ==;16:0:OQ==;57:0" + two,
+        one + "113:1;72:1:XQ==;72:0:XQ==;113:0" + two};
+    ASSERT_EQ(typeText(kGs1), 1);
+    ASSERT_TRUE(host->received(1));  // the pause after a burst ends it
+    std::vector<std::string> wanted = {kGs1};
+    for (const std::string& packet : packets) {
+        ASSERT_EQ(sendKeys(packet), 1);
+        wanted.push_back(std::string("1") + '\x1d' + "2");
+        ASSERT_TRUE(host->received(wanted.size()));
+    }
+    expectCodes(host->connection.events(), id, u"Barcode", wanted);
+    EXPECT_TRUE(host->driver.close(id));
 }
 
 // ---- output options, in Russian -----------------------------------------------------------
