@@ -1,6 +1,8 @@
 // The recording host connection and its platform information.
 #include "PHostConnection.h"
 
+#include <thread>
+
 namespace {
 std::u16string textOf(const char16_t* text)
 {
@@ -62,10 +64,14 @@ long PHostConnection::getEventBufferDepth()
 
 bool PHostConnection::externalEvent(char16_t* source, char16_t* name, char16_t* data)
 {
+    std::chrono::microseconds delay;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_events.push_back({textOf(source), textOf(name), textOf(data)});
+        delay = m_eventDelay;
     }
+    if (delay.count() > 0)
+        std::this_thread::sleep_for(delay);
     m_eventCame.notify_all();
     return true;
 }
@@ -93,6 +99,12 @@ void PHostConnection::setAndroidHelper(void* helper)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_androidHelper = helper;
+}
+
+void PHostConnection::setEventDelay(std::chrono::microseconds delay)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_eventDelay = delay;
 }
 
 void PHostConnection::setAppType(int32_t appType)

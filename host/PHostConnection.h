@@ -61,6 +61,8 @@ public:
     // The object queryInterface(2) answers with; not owned, must outlive the components.
     void setAndroidHelper(void* helper);
     void setAppType(int32_t appType);
+    // Makes every externalEvent take at least this long, as a busy host does.
+    void setEventDelay(std::chrono::microseconds delay);
 
     std::vector<PHostReportedError> errors() const;
     std::vector<PHostExternalEvent> events() const;
@@ -76,4 +78,5 @@ private:
     long m_eventBufferDepth = 1;
     PHostPlatformInfo m_platformInfo;
     void* m_androidHelper = nullptr;
+    std::chrono::microseconds m_eventDelay{0};
 };

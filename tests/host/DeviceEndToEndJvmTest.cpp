@@ -1,0 +1,630 @@
+// End to end: the library loaded in the VM, the test host calling only the driver's methods
+// by name, the desktop companions doing real I/O on pseudo-terminals and sockets.
+#include "JvmTest.h"
+#include "PHostDriver.h"
+#include "PHostLibrary.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <atomic>
+#include <chrono>
+#include <fcntl.h>
+#include <memory>
+#include <netinet/in.h>
+#include <stdlib.h>
+#include <string>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+constexpr auto kDeadline = 10s;
+
+// A scanner on a pseudo-terminal: the test writes the master, a companion opens the slave.
+struct Pty {
+    Pty()
+    {
+        master = posix_openpt(O_RDWR | O_NOCTTY);
+        if (master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0)
+            slave = ptsname(master);
+    }
+    ~Pty()
+    {
+        if (master >= 0)
+            ::close(master);
+    }
+    bool send(const std::string& bytes) const
+    {
+        return ::write(master, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+    }
+    int master = -1;
+    std::string slave;
+};
+
+// A local reference for one step.
+struct Local {
+    jobject ref;
+    ~Local()
+    {
+        if (ref)
+            PHostJvm::env()->DeleteLocalRef(ref);
+    }
+    jclass cls() const { return static_cast<jclass>(ref); }
+};
+
+Local javaClass(const char16_t* name)
+{
+    return Local{PHostJvm::androidHelper().findClass(name)};
+}
+
+Local javaText(const std::string& text)
+{
+    return Local{PHostJvm::env()->NewStringUTF(text.c_str())};
+}
+
+void setProperty(const std::string& key, const std::string& value)
+{
+    JNIEnv* env = PHostJvm::env();
+    Local system = javaClass(u"java.lang.System");
+    Local k = javaText(key), v = javaText(value);
+    Local old{env->CallStaticObjectMethod(
+        system.cls(),
+        env->GetStaticMethodID(system.cls(), "setProperty",
+                               "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;"),
+        k.ref, v.ref)};
+    ASSERT_FALSE(env->ExceptionCheck());
+}
+
+void registerBluetooth(const std::string& address, const std::string& endpoint)
+{
+    JNIEnv* env = PHostJvm::env();
+    Local cls = javaClass(u"com.tavrel.piodevice.PBluetooth");
+    Local a = javaText(address), n = javaText("Scanner"), e = javaText(endpoint);
+    env->CallStaticVoidMethod(
+        cls.cls(),
+        env->GetStaticMethodID(cls.cls(), "registerDevice",
+                               "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V"),
+        a.ref, n.ref, e.ref);
+    ASSERT_FALSE(env->ExceptionCheck());
+}
+
+// Every companion reader thread has ended, waiting at most the deadline.
+bool companionThreadsEnded()
+{
+    JNIEnv* env = PHostJvm::env();
+    Local cls = javaClass(u"com.tavrel.piodevice.CompanionThreads");
+    const bool ended = env->CallStaticBooleanMethod(
+        cls.cls(), env->GetStaticMethodID(cls.cls(), "awaitNone", "(J)Z"),
+        jlong(std::chrono::milliseconds(kDeadline).count())) == JNI_TRUE;
+    env->ExceptionClear();
+    return ended;
+}
+
+// An intent with the action and one extra, sent on the in-JVM bus; a null text sends bytes.
+void sendIntent(const std::string& action, const std::string& extra, const char* text,
+                const std::string& bytes = std::string())
+{
+    JNIEnv* env = PHostJvm::env();
+    Local intentClass = javaClass(u"android.content.Intent");
+    Local a = javaText(action), name = javaText(extra);
+    Local intent{env->NewObject(intentClass.cls(),
+                                env->GetMethodID(intentClass.cls(), "<init>", "(Ljava/lang/String;)V"),
+                                a.ref)};
+    if (text) {
+        Local value = javaText(text);
+        Local self{env->CallObjectMethod(
+            intent.ref,
+            env->GetMethodID(intentClass.cls(), "putExtra",
+                             "(Ljava/lang/String;Ljava/lang/String;)Landroid/content/Intent;"),
+            name.ref, value.ref)};
+        ASSERT_FALSE(env->ExceptionCheck());
+    } else {
+        Local value{env->NewByteArray(static_cast<jsize>(bytes.size()))};
+        env->SetByteArrayRegion(static_cast<jbyteArray>(value.ref), 0, static_cast<jsize>(bytes.size()),
+                                reinterpret_cast<const jbyte*>(bytes.data()));
+        Local self{env->CallObjectMethod(
+            intent.ref,
+            env->GetMethodID(intentClass.cls(), "putExtra", "(Ljava/lang/String;[B)Landroid/content/Intent;"),
+            name.ref, value.ref)};
+    }
+    ASSERT_FALSE(env->ExceptionCheck());  // also a JNI rule before the next call
+    Local bus = javaClass(u"com.tavrel.piodevice.PBroadcastReceaver");
+    env->CallStaticVoidMethod(bus.cls(),
+                              env->GetStaticMethodID(bus.cls(), "sendBroadcast", "(Landroid/content/Intent;)V"),
+                              intent.ref);
+    ASSERT_FALSE(env->ExceptionCheck());
+}
+
+// A key packet to every open keyboard companion: "code:flags[:Base64]" records.
+int sendKeys(const std::string& packet)
+{
+    JNIEnv* env = PHostJvm::env();
+    Local cls = javaClass(u"com.tavrel.piodevice.PKeyboard");
+    Local text = javaText(packet);
+    const jint reached = env->CallStaticIntMethod(
+        cls.cls(), env->GetStaticMethodID(cls.cls(), "sendPacket", "(Ljava/lang/String;)I"), text.ref);
+    env->ExceptionClear();
+    return reached;
+}
+
+int typeText(const std::string& typed)
+{
+    JNIEnv* env = PHostJvm::env();
+    Local cls = javaClass(u"com.tavrel.piodevice.PKeyboard");
+    Local text = javaText(typed);
+    const jint reached = env->CallStaticIntMethod(
+        cls.cls(), env->GetStaticMethodID(cls.cls(), "sendText", "(Ljava/lang/String;)I"), text.ref);
+    env->ExceptionClear();
+    return reached;
+}
+
+// A TCP scanner on 127.0.0.1 that the device connects to.
+struct TcpScanner {
+    TcpScanner()
+    {
+        fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        if (bind(fd, reinterpret_cast<sockaddr*>(&address), size) == 0 && listen(fd, 128) == 0 &&
+            getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0)
+            port = ntohs(address.sin_port);
+    }
+    ~TcpScanner()
+    {
+        if (peer >= 0)
+            ::close(peer);
+        ::close(fd);
+    }
+    int fd = -1, peer = -1, port = 0;
+};
+
+std::u16string u16(const std::string& ascii)
+{
+    return std::u16string(ascii.begin(), ascii.end());
+}
+
+class DeviceEndToEndJvmTest : public kelmortest::JvmTest {
+protected:
+    void SetUp() override
+    {
+        JvmTest::SetUp();
+        ASSERT_TRUE(PHostJvm::loadLibrary(kelmortest::libraryPath()));
+        ASSERT_TRUE(m_library.isLoaded()) << m_library.errorText();
+        m_baseRefs = PHostJvm::globalRefCount();
+    }
+
+    // A component attached as the platform attaches it, with its own connection.
+    struct Session {
+        Session(PHostLibrary& library, const char16_t* className, const char16_t* locale,
+                bool russianNames)
+            : component(std::make_unique<PHostComponent>(library, className, nullptr, &connection)),
+              driver(*component, russianNames)
+        {
+            connection.setAndroidHelper(static_cast<IHostAndroidHelper*>(&PHostJvm::androidHelper()));
+            attached = component->attach(locale);
+        }
+        // DestroyObject, leaving the connection for the test to look at; the driver is unusable.
+        void destroyComponent() { component.reset(); }
+        // Settings that GetParameters left at their defaults, then the given ones; the id.
+        std::u16string open(const std::vector<std::pair<std::u16string, std::u16string>>& settings)
+        {
+            driver.getParameters();
+            for (const auto& setting : settings) {
+                if (!driver.setParameter(setting.first, setting.second))
+                    ADD_FAILURE() << "SetParameter " << hostToUtf8(setting.first) << ": "
+                                  << hostToUtf8(driver.lastError().text);
+            }
+            return driver.open();
+        }
+        // Waits for count events; the failure output lists what came.
+        ::testing::AssertionResult received(size_t count)
+        {
+            if (connection.waitForEvents(count, kDeadline) && connection.events().size() == count)
+                return ::testing::AssertionSuccess();
+            return ::testing::AssertionFailure() << "wanted " << count << " events, got:\n"
+                                                 << describeEvents(connection.events());
+        }
+        PHostConnection connection;
+        std::unique_ptr<PHostComponent> component;
+        PHostDriver driver;
+        bool attached = false;
+    };
+
+    std::unique_ptr<Session> session(const char16_t* className = u"InputDevice",
+                                     const char16_t* locale = u"en_US", bool russianNames = false)
+    {
+        auto made = std::make_unique<Session>(m_library, className, locale, russianNames);
+        EXPECT_TRUE(made->attached);
+        return made;
+    }
+
+    static void expectCodes(const std::vector<PHostExternalEvent>& events, const std::u16string& id,
+                            const std::u16string& name, const std::vector<std::string>& codes)
+    {
+        ASSERT_EQ(events.size(), codes.size()) << describeEvents(events);
+        for (size_t i = 0; i < codes.size(); ++i) {
+            EXPECT_EQ(events[i].source, id);
+            EXPECT_EQ(events[i].name, name);
+            EXPECT_EQ(events[i].data, u16(codes[i])) << i;
+        }
+    }
+
+    PHostLibrary m_library{kelmortest::libraryPath()};
+    long m_baseRefs = 0;
+};
+
+const std::string kGs1 = std::string("0104601234567890") + '\x1d' + "21ABC";
+
+// ---- the four roads ------------------------------------------------------------------------
+
+TEST_F(DeviceEndToEndJvmTest, serialScannerGivesOneEventPerCodeInOrderWhateverThePieces)
+{
+    Pty pty;
+    setProperty("kelmor.serial.ports", pty.slave);
+    auto host = session();
+    const std::u16string id =
+        host->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
+    ASSERT_FALSE(id.empty()) << hostToUtf8(host->driver.lastError().text);
+
+    for (const char* piece : {"ABC", "123\r\n", "ONE\r\nTWO\r\n", "THREE\r", "\nFOUR\r\n",
+                              "0104601234567890\x1d", "21ABC\r\n"}) {
+        ASSERT_TRUE(pty.send(piece));
+        std::this_thread::sleep_for(2ms);  // lets the companion read the pieces apart
+    }
+    ASSERT_TRUE(host->received(6));
+    expectCodes(host->connection.events(), id, u"Barcode",
+                {"ABC123", "ONE", "TWO", "THREE", "FOUR", kGs1});
+
+    EXPECT_TRUE(host->driver.close(id));
+    EXPECT_FALSE(host->driver.close(id));
+    EXPECT_EQ(host->driver.lastError().text, u"Bad device Id");
+    EXPECT_TRUE(companionThreadsEnded());
+}
+
+TEST_F(DeviceEndToEndJvmTest, bluetoothPeerAndTcpScannerDeliverTheSameWay)
+{
+    Pty pty;
+    const std::string address = "00:11:22:33:44:55";
+    registerBluetooth(address, pty.slave);
+    TcpScanner tcp;
+    ASSERT_NE(tcp.port, 0);
+    auto host = session(u"CardReaderDevice");
+
+    const std::u16string bluetooth =
+        host->open({{u"EquipmentType", u"CardReaderDevice"}, {u"BluetoothDevice", u16(address)}});
+    ASSERT_FALSE(bluetooth.empty()) << hostToUtf8(host->driver.lastError().text);
+    ASSERT_TRUE(pty.send("TRACK1\r\nTRA"));
+    ASSERT_TRUE(pty.send("CK2\r\n"));
+    ASSERT_TRUE(host->received(2));
+    expectCodes(host->connection.events(), bluetooth, u"TrackData", {"TRACK1", "TRACK2"});
+    host->connection.clear();
+
+    const std::u16string network = host->open(
+        {{u"EquipmentType", u"InputDevice"},
+         {u"BluetoothDevice", u"tcp://127.0.0.1:" + u16(std::to_string(tcp.port))}});
+    ASSERT_FALSE(network.empty()) << hostToUtf8(host->driver.lastError().text);
+    tcp.peer = accept(tcp.fd, nullptr, nullptr);
+    ASSERT_GE(tcp.peer, 0);
+    const std::string stream = "N1\r\nN2\r\n" + kGs1 + "\r\n";
+    for (char byte : stream)  // the worst split: one byte a segment
+        ASSERT_EQ(::send(tcp.peer, &byte, 1, MSG_NOSIGNAL), 1);
+    ASSERT_TRUE(host->received(3));
+    expectCodes(host->connection.events(), network, u"Barcode", {"N1", "N2", kGs1});
+
+    EXPECT_TRUE(host->driver.close(bluetooth));
+    EXPECT_TRUE(host->driver.close(network));
+    EXPECT_TRUE(companionThreadsEnded());
+}
+
+TEST_F(DeviceEndToEndJvmTest, broadcastIntentsGiveOneEventEachFromStringAndBytes)
+{
+    auto host = session();
+    struct Case {
+        const char16_t* type;
+        const char* text;
+    } cases[] = {{u"String", "STRING1"}, {u"ByteArray", nullptr}};
+    for (const Case& c : cases) {
+        host->connection.clear();
+        const std::u16string id = host->open({{u"EquipmentType", u"InputDevice"},
+                                              {u"BluetoothDevice", u"BROADCAST"},
+                                              {u"Action", u"com.scanner.SCAN"},
+                                              {u"Extra", u"barcode"},
+                                              {u"ExtraType", c.type}});
+        ASSERT_FALSE(id.empty()) << hostToUtf8(host->driver.lastError().text);
+        sendIntent("com.scanner.SCAN", "barcode", c.text, kGs1);
+        sendIntent("com.other.SCAN", "barcode", "IGNORED", kGs1);
+        ASSERT_TRUE(host->received(1));
+        expectCodes(host->connection.events(), id, u"Barcode", {c.text ? c.text : kGs1});
+        EXPECT_TRUE(host->driver.close(id));
+    }
+}
+
+TEST_F(DeviceEndToEndJvmTest, keyboardBurstsEndedByAPauseGiveTheCodeWithItsGsOnce)
+{
+    auto host = session();
+    const std::u16string id = host->open(
+        {{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"DEV_KEYBOARD"}, {u"Suffix", u"-1"}});
+    ASSERT_FALSE(id.empty()) << hostToUtf8(host->driver.lastError().text);
+    // Typed with the GS key of the settings (F8); then "1", GS by Alt held over 0 2 9, "2";
+    // then the same with GS by Ctrl held over ].
+    const std::string one = "8:1:MQ==;8:0:MQ==;", two = ";9:1:Mg==;9:0:Mg==";
+    const std::string packets[] = {
+        one + "57:1;7:1:MA==;7:0:MA==;9:1:Mg==;9:0:Mg==;16:1:OQ==;16:0:OQ==;57:0" + two,
+        one + "113:1;72:1:XQ==;72:0:XQ==;113:0" + two};
+    ASSERT_EQ(typeText(kGs1), 1);
+    ASSERT_TRUE(host->received(1));  // the pause after a burst ends it
+    std::vector<std::string> wanted = {kGs1};
+    for (const std::string& packet : packets) {
+        ASSERT_EQ(sendKeys(packet), 1);
+        wanted.push_back(std::string("1") + '\x1d' + "2");
+        ASSERT_TRUE(host->received(wanted.size()));
+    }
+    expectCodes(host->connection.events(), id, u"Barcode", wanted);
+    EXPECT_TRUE(host->driver.close(id));
+}
+
+// ---- output options, in Russian -----------------------------------------------------------
+
+TEST_F(DeviceEndToEndJvmTest, outputOptionsShapeTheEventUnderRussianNames)
+{
+    Pty pty;
+    setProperty("kelmor.serial.ports", pty.slave);
+    auto host = session(u"InputDevice", u"ru_RU", true);
+    struct Case {
+        std::vector<std::pair<std::u16string, std::u16string>> settings;
+        std::string bytes;
+        std::u16string name;
+        std::u16string data;
+    } cases[] = {
+        {{{u"OutputDataType", u"1"}}, "Hello\r\n", u"ШтрихкодBase64", u"SGVsbG8="},
+        {{{u"COMEncoding", u"Windows-1251"}}, "\xcf\xf0\xe8\xe2\xe5\xf2\r\n", u"Штрихкод", u"Привет"},
+        // STX opens and ETX ends a code; a code without its prefix is dropped.
+        {{{u"Prefix", u"2"}, {u"Suffix", u"3"}}, "\x02" "CODE1\x03junk\x03\x02" "CODE2\x03",
+         u"Штрихкод", u"CODE1|CODE2"},
+    };
+    for (Case& c : cases) {
+        host->connection.clear();
+        c.settings.insert(c.settings.begin(), {{u"EquipmentType", u"СканерШтрихкода"},
+                                               {u"BluetoothDevice", u"1"}});
+        const std::u16string id = host->open(c.settings);
+        ASSERT_FALSE(id.empty()) << hostToUtf8(host->driver.lastError().text);
+        ASSERT_TRUE(pty.send(c.bytes));
+        std::vector<std::u16string> wanted;
+        for (size_t from = 0, bar; from <= c.data.size(); from = bar + 1) {
+            bar = c.data.find(u'|', from);
+            if (bar == std::u16string::npos)
+                bar = c.data.size();
+            wanted.push_back(c.data.substr(from, bar - from));
+        }
+        ASSERT_TRUE(host->received(wanted.size())) << hostToUtf8(c.name);
+        const auto events = host->connection.events();
+        for (size_t i = 0; i < wanted.size(); ++i) {
+            EXPECT_EQ(events[i].name, c.name);
+            EXPECT_EQ(events[i].data, wanted[i]) << describeEvents(events);
+        }
+        EXPECT_TRUE(host->driver.close(id));
+    }
+}
+
+// ---- failures the host sees ----------------------------------------------------------------
+
+TEST_F(DeviceEndToEndJvmTest, failuresReachTheHostInItsLanguage)
+{
+    setProperty("kelmor.serial.ports", "/nonexistent/tty");
+    for (const bool russian : {false, true}) {
+        auto host = session(u"InputDevice", russian ? u"ru_RU" : u"en_US", russian);
+        auto expectError = [&](const char16_t* english, const char16_t* inRussian) {
+            EXPECT_EQ(host->driver.lastError().text, russian ? inRussian : english);
+        };
+
+        EXPECT_EQ(host->open({{u"BluetoothDevice", u"1"}}), u"");
+        expectError(u"Failed to open device. Check connection",
+                    u"Не удалось открыть устройство. Проверьте связь.");
+        std::u16string text;
+        EXPECT_FALSE(host->driver.deviceTest(&text));
+        EXPECT_EQ(text, u"");
+
+        EXPECT_FALSE(host->driver.close(u"InputDevice#77"));
+        expectError(u"Bad device Id", u"Неверный Id устройства");
+        EXPECT_FALSE(host->driver.close(u""));
+        EXPECT_FALSE(host->driver.close(std::u16string(100000, u'9')));
+        expectError(u"Bad device Id", u"Неверный Id устройства");
+
+        EXPECT_EQ(host->open({{u"BluetoothDevice", u"BROADCAST"}, {u"Extra", u"data"}}), u"");
+        expectError(u"Intent Action name not set", u"Не задан идентификатор Intent Action");
+        EXPECT_EQ(host->open({{u"BluetoothDevice", u"BROADCAST"}, {u"Action", u"scan"}}), u"");
+        expectError(u"Intent Extra not set", u"Не задан Intent Extra");
+    }
+    EXPECT_TRUE(companionThreadsEnded());
+}
+
+TEST_F(DeviceEndToEndJvmTest, withoutEquipmentTypeTheCodeSetsBadEventNameAndNoEventComes)
+{
+    Pty quiet, loud;
+    setProperty("kelmor.serial.ports", quiet.slave + "," + loud.slave);
+    auto host = session();
+    const std::u16string unnamed = host->open({{u"BluetoothDevice", u"1"}});
+    ASSERT_FALSE(unnamed.empty());
+    std::u16string text;
+    bool secondEmpty = false;
+    EXPECT_TRUE(host->driver.deviceTest(&text, &secondEmpty));
+    EXPECT_EQ(text, u"Successfull connect");
+    EXPECT_TRUE(secondEmpty);
+    const std::u16string named =
+        host->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"2"}});
+    ASSERT_FALSE(named.empty());
+
+    // The unnamed device's code goes first on its own thread; the named one's event proves
+    // the library is past it only once the last error says so.
+    ASSERT_TRUE(quiet.send("LOST\r\n"));
+    const auto until = std::chrono::steady_clock::now() + kDeadline;
+    while (host->driver.lastError().text != u"bad event name" &&
+           std::chrono::steady_clock::now() < until)
+        std::this_thread::sleep_for(2ms);
+    EXPECT_EQ(host->driver.lastError().code, 100);
+    EXPECT_EQ(host->driver.lastError().text, u"bad event name");
+    ASSERT_TRUE(loud.send("SEEN\r\n"));
+    ASSERT_TRUE(host->received(1));
+    expectCodes(host->connection.events(), named, u"Barcode", {"SEEN"});
+}
+
+// ---- lifecycle -----------------------------------------------------------------------------
+
+TEST_F(DeviceEndToEndJvmTest, devicesOutliveTheirComponentUntilTheLastOneGoes)
+{
+    Pty first, second;
+    setProperty("kelmor.serial.ports", first.slave + "," + second.slave);
+    for (int round = 0; round < 2; ++round) {  // the second round proves everything came back
+        auto a = session(u"InputDevice");
+        auto b = session(u"CardReaderDevice", u"ru_RU", true);
+        const std::u16string idA =
+            a->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
+        const std::u16string idB =
+            b->open({{u"EquipmentType", u"CardReaderDevice"}, {u"BluetoothDevice", u"2"}});
+        ASSERT_FALSE(idA.empty());
+        ASSERT_FALSE(idB.empty());
+        ASSERT_TRUE(first.send("A1\r\n"));
+        ASSERT_TRUE(a->received(1));
+
+        // A's connection outlives A, so a delivery to it would be recorded; under ASan a
+        // delivery to the freed component would be reported.
+        a->destroyComponent();
+        ASSERT_TRUE(first.send("A2\r\n"));
+        ASSERT_TRUE(second.send("B1\r\n"));
+        ASSERT_TRUE(b->received(1));
+        EXPECT_TRUE(b->driver.close(idA)) << "a device of a destroyed component stays closable";
+        EXPECT_EQ(a->connection.events().size(), 1u) << describeEvents(a->connection.events());
+
+        a.reset();
+        b.reset();  // the last component: B's device goes with it
+        EXPECT_TRUE(companionThreadsEnded());
+        EXPECT_EQ(PHostJvm::globalRefCount(), m_baseRefs);
+    }
+}
+
+// Deliveries racing the destruction of the component that opened the device, while another
+// component keeps the process state up: nothing reaches the freed object (ASan watches), and
+// neither side waits forever on the other.
+TEST_F(DeviceEndToEndJvmTest, deliveriesRacingComponentDestructionTouchNothingFreed)
+{
+    Pty pty;
+    ASSERT_EQ(fcntl(pty.master, F_SETFL, fcntl(pty.master, F_GETFL) | O_NONBLOCK), 0);
+    setProperty("kelmor.serial.ports", pty.slave);
+    auto keeper = session(u"CardReaderDevice");
+    for (int round = 0; round < 20; ++round) {
+        auto doomed = session();
+        const std::u16string id =
+            doomed->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
+        ASSERT_FALSE(id.empty()) << hostToUtf8(doomed->driver.lastError().text);
+        std::atomic<bool> stop{false};
+        std::thread scanner([&] {
+            while (!stop)
+                (void)::write(pty.master, "0123456789ABCDEFGH\r\n", 20);  // a full pty only refuses
+        });
+        ASSERT_TRUE(doomed->connection.waitForEvents(1, kDeadline));
+        doomed->destroyComponent();
+        stop = true;
+        scanner.join();
+        EXPECT_TRUE(keeper->driver.close(id));
+    }
+    EXPECT_TRUE(companionThreadsEnded());
+}
+
+TEST_F(DeviceEndToEndJvmTest, aFloodReachesASlowHostWholeAndInOrder)
+{
+    Pty pty;
+    setProperty("kelmor.serial.ports", pty.slave);
+    auto host = session();
+    const std::u16string id =
+        host->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
+    ASSERT_FALSE(id.empty());
+    host->connection.setEventDelay(std::chrono::microseconds(20));
+    constexpr int kCodes = 5000;
+    std::thread scanner([&] {  // blocks whenever the pty is full: the only queue is the kernel's
+        std::string burst;
+        for (int i = 0; i < kCodes; ++i)
+            burst += std::to_string(100000 + i) + "\r\n";
+        for (size_t at = 0; at < burst.size();) {
+            const ssize_t sent = ::write(pty.master, burst.data() + at, std::min<size_t>(4096, burst.size() - at));
+            if (sent <= 0)
+                return;
+            at += static_cast<size_t>(sent);
+        }
+    });
+    const bool all = host->connection.waitForEvents(kCodes, kDeadline);
+    scanner.join();
+    ASSERT_TRUE(all) << host->connection.events().size();
+    const auto events = host->connection.events();
+    for (int i = 0; i < kCodes; ++i)
+        ASSERT_EQ(events[i].data, u16(std::to_string(100000 + i)));
+    EXPECT_TRUE(host->driver.close(id));
+}
+
+// ---- bad input -----------------------------------------------------------------------------
+
+TEST_F(DeviceEndToEndJvmTest, openAThousandTimesReusesIdsAndLeavesNothingBehind)
+{
+    TcpScanner server;
+    std::vector<int> peers;  // kept open: a peer that hangs up would end its device's reading
+    std::thread acceptor([&] {
+        for (int peer; (peer = accept(server.fd, nullptr, nullptr)) >= 0;)
+            peers.push_back(peer);
+    });
+    struct Stop {
+        TcpScanner& server;
+        std::thread& acceptor;
+        std::vector<int>& peers;
+        ~Stop()
+        {
+            shutdown(server.fd, SHUT_RDWR);  // wakes the accept
+            acceptor.join();
+            for (int peer : peers)
+                ::close(peer);
+        }
+    } stop{server, acceptor, peers};
+    auto host = session();
+    host->driver.getParameters();
+    ASSERT_TRUE(host->driver.setParameter(u"EquipmentType", u"InputDevice"));
+    ASSERT_TRUE(host->driver.setParameter(u"BluetoothDevice",
+                                          u"tcp://127.0.0.1:" + u16(std::to_string(server.port))));
+    long refs = 0;  // after the first round: class handles are cached once
+    std::vector<std::u16string> firstIds;
+    for (int round = 0; round < 10; ++round) {
+        std::vector<std::u16string> ids;
+        for (int i = 0; i < 100; ++i) {
+            ids.push_back(host->driver.open());
+            ASSERT_FALSE(ids.back().empty()) << hostToUtf8(host->driver.lastError().text);
+        }
+        for (const std::u16string& id : ids)
+            ASSERT_TRUE(host->driver.close(id));
+        if (round == 0) {
+            firstIds = ids;
+            ASSERT_TRUE(companionThreadsEnded());
+            refs = PHostJvm::globalRefCount();
+        }
+        EXPECT_EQ(ids, firstIds) << "closed numbers are given again";
+    }
+    EXPECT_TRUE(companionThreadsEnded());
+    EXPECT_EQ(PHostJvm::globalRefCount(), refs);
+    EXPECT_EQ(host->component->memory().liveBlocks(), 0u);
+
+    // Calls that break the signature answer false and change nothing.
+    PHostCall noParams = host->component->callAt(3, {});
+    EXPECT_FALSE(noParams.answered);
+    tVariant number = hostEmptyValue();
+    number.vt = VTYPE_I4;
+    number.lVal = 7;
+    PHostCall numberId = host->component->callAt(4, {number});
+    EXPECT_TRUE(numberId.answered);
+    EXPECT_FALSE(numberId.result.bVal);
+    EXPECT_EQ(host->driver.open(), firstIds.front());
+}
+
+}
