@@ -3,6 +3,8 @@
 #include "PDeviceFactory.h"
 
 #include "PBluetooth.h"
+#include "PBroadcastReceaver.h"
+#include "PKeyboard.h"
 #include "PSerialPort.h"
 #include "PTcpSocket.h"
 #include "PUdpSocket.h"
@@ -14,6 +16,15 @@ public:
     std::shared_ptr<PIOCustomDevice> make(const PDeviceSpec& spec) override
     {
         switch (spec.kind) {
+        case PDeviceSpec::Keyboard:
+            return std::make_shared<PKeyboard>();
+        case PDeviceSpec::BroadcastReceaver: {
+            auto receiver = std::make_shared<PBroadcastReceaver>();
+            receiver->setSignalName(spec.signalName);
+            receiver->setSignalCategoryName(spec.signalCategoryName);
+            receiver->setFieldsDesc({PBroadcastDataField(spec.fieldName, spec.fieldType)});
+            return receiver;
+        }
         case PDeviceSpec::SerialPort: {
             auto port = std::make_shared<PSerialPort>();
             port->setPortID(spec.portId);
@@ -35,9 +46,8 @@ public:
             socket->setPort(spec.port);
             return socket;
         }
-        default:
-            return nullptr;
         }
+        return nullptr;
     }
 
     std::vector<PSerialPortEntry> serialPorts() override

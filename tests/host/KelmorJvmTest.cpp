@@ -33,17 +33,19 @@ TEST_F(KelmorJvmTest, initConnectsJavaAndTheLastComponentDropsEveryReference)
         ASSERT_TRUE(first.attach());
         EXPECT_TRUE(PHostJvm::androidHelper().callStaticBoolean(u"com.tavrel.strake.PLibLoader",
                                                                 "isRegistered", "com_tavrel_Kelmor"));
-        // The activity and the loader's class are pinned; a second Init adds nothing.
-        EXPECT_EQ(PHostJvm::globalRefCount(), before + 2);
+        // The activity, the loader's class and the classes that list ports for the settings
+        // form are pinned; a second component adds nothing.
+        const long connected = PHostJvm::globalRefCount();
+        EXPECT_GE(connected, before + 2);
         ASSERT_TRUE(second.attach());
-        EXPECT_EQ(PHostJvm::globalRefCount(), before + 2);
+        EXPECT_EQ(PHostJvm::globalRefCount(), connected);
     }
     EXPECT_EQ(PHostJvm::globalRefCount(), before);
 
     // The next component connects afresh.
     PHostComponent again(m_library, u"InputDevice", nullptr, &m_connection);
     ASSERT_TRUE(again.attach());
-    EXPECT_EQ(PHostJvm::globalRefCount(), before + 2);
+    EXPECT_GE(PHostJvm::globalRefCount(), before + 2);
 }
 
 TEST_F(KelmorJvmTest, javaLoggerReachesTheLibrarysNativeWriter)

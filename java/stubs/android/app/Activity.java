@@ -1,6 +1,9 @@
-// Desktop stand-in for the Android activity, so that native signatures naming it resolve.
+// Desktop stand-in for the Android activity: a context, so that native signatures naming it
+// resolve and companions can register receivers with it.
 package android.app;
 
-public class Activity {
+import android.content.Context;
+
+public class Activity extends Context {
     public Activity() {}
 }

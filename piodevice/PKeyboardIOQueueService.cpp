@@ -1,0 +1,473 @@
+// The keyboard service: its cache and handlers, start and stop, the timer's tick, its Java
+// companion and the native function through which the companion hands key packets in.
+#include "PKeyboardIOQueueService.h"
+
+#include "PEvent.h"
+#include "PEventKeys.h"
+#include "PGlobalKeyEventsQueue.h"
+#include "PJNIHelper.h"
+#include "PJNILocalRef.h"
+#include "PJavaHandles.h"
+#include "PKeyboard.h"
+#include "PTimer.h"
+
+#include <jni.h>
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <unordered_map>
+
+namespace {
+
+const char kModule[] = "jni/../../piodevice/PKeyboardIOQueueService_p_android";
+const char kStart[] = "bool PKeyboardIOQueueService::start(int, PError*)";
+const char kJavaClass[] = "com.tavrel.piodevice.PKeyboard";
+
+// The timer whose tick runs on this thread now, if any: a stop on that thread must not wait
+// for its own timer.
+thread_local const PTimer* t_tickTimer = nullptr;
+
+struct TickScope {
+    explicit TickScope(const PTimer* timer) : previous(t_tickTimer) { t_tickTimer = timer; }
+    ~TickScope() { t_tickTimer = previous; }
+    const PTimer* previous;
+};
+
+PError startError(int code, const PString& text)
+{
+    return PError(code, text, PString(kModule), PString(kStart), __LINE__);
+}
+
+void appendCapped(std::vector<PKeyMSG>& slot, const std::vector<PKeyMSG>& messages)
+{
+    const size_t cap = PKeyboardIOQueueService::maxCachedMessages();
+    if (messages.size() >= cap) {
+        slot.assign(messages.end() - static_cast<long>(cap), messages.end());
+        return;
+    }
+    const size_t total = slot.size() + messages.size();
+    if (total > cap)
+        slot.erase(slot.begin(), slot.begin() + static_cast<long>(total - cap));
+    slot.insert(slot.end(), messages.begin(), messages.end());
+}
+
+// The Java class of the service, through the JNI layer.
+class JavaKeyboardCompanion : public PKeyboardCompanion {
+public:
+    explicit JavaKeyboardCompanion(int64_t handle)
+    {
+        if (!PJNIHelper::isConnected()) {
+            m_error = startError(PError::GeneralFailure, "JNI not connected");
+            return;
+        }
+        m_object = PJNIHelper::createClassObj(kJavaClass, "(Landroid/app/Activity;J)V",
+                                              PJNIHelper::getActivity(), jlong(handle));
+        if (!m_object || !m_object->isValid()) {
+            m_error = PJNIHelper::getLastError();
+            if (!m_error.isError())
+                m_error = startError(PError::GeneralFailure,
+                                     PString("class ") + kJavaClass + " could not be made");
+        }
+    }
+    ~JavaKeyboardCompanion() override { PJNIHelper::destroyClassObj(m_object); }
+
+    bool isValid() const override { return m_object && m_object->isValid(); }
+    bool open(const PString& settings) override
+    {
+        const PJNILocalRef text = PJNILocalRef::string(settings);
+        const bool opened =
+            m_object->callBooleanMethod("open", "(Ljava/lang/String;)Z", text.asString());
+        m_error = m_object->lastError();
+        if (!opened && !m_error.isError())
+            m_error = startError(PError::GeneralFailure, "Keyboard companion refused to open");
+        return opened;
+    }
+    void close() override { m_object->callVoidMethod("close", "()V"); }
+    PError lastError() const override { return m_error; }
+
+private:
+    PJNIClassObject* m_object = nullptr;
+    PError m_error;
+};
+
+class SilentKeyboardCompanion : public PKeyboardCompanion {
+public:
+    bool isValid() const override { return true; }
+    bool open(const PString&) override { return true; }
+    void close() override {}
+    PError lastError() const override { return PError(); }
+};
+
+}
+
+std::unique_ptr<PKeyboardCompanion> makeJavaKeyboardCompanion(int64_t handle)
+{
+    return std::unique_ptr<PKeyboardCompanion>(new JavaKeyboardCompanion(handle));
+}
+
+std::unique_ptr<PKeyboardCompanion> makeSilentKeyboardCompanion(int64_t)
+{
+    return std::unique_ptr<PKeyboardCompanion>(new SilentKeyboardCompanion);
+}
+
+PKeyboardIOQueueServiceInputHandler::PKeyboardIOQueueServiceInputHandler(
+    const std::shared_ptr<PKeyboard>& keyboard)
+    : id(static_cast<unsigned long>(reinterpret_cast<uintptr_t>(keyboard.get())))
+    , device(keyboard.get())
+    , owner(keyboard)
+{
+}
+
+struct PKeyboardIOQueueServicePrivate {
+    // Guards cache and handlers. Held only inside one operation, never over a callback.
+    mutable std::mutex lock;
+    std::unordered_map<int, std::vector<PKeyMSG>> cache{10};
+    std::vector<PKeyboardIOQueueServiceInputHandler> handlers;
+
+    // Guards everything below but useCount's reads: the start and stop transitions, the
+    // parameters, the debug handler, the companion with its handle, and the timers. Taken
+    // before the JNI layer's lock; never held while a timer is joined.
+    mutable std::mutex lifecycle;
+    std::atomic<int> useCount{0};
+    KeyValue<PString, PVariant> parameters;
+    PDebugMessageHandler debugHandler;
+    PKeyboardCompanionFactory factory;
+    std::unique_ptr<PKeyboardCompanion> companion;
+    PJavaHandle handle;
+    std::unique_ptr<PTimer> timer;
+    // Timers stopped from their own tick: their thread ends after that tick, and another
+    // thread joins them later.
+    std::vector<std::unique_ptr<PTimer>> retired;
+
+    // Joins every retired timer that doesn't run on this thread, outside the lock.
+    void joinRetired()
+    {
+        std::vector<std::unique_ptr<PTimer>> ended;
+        {
+            std::lock_guard<std::mutex> guard(lifecycle);
+            for (auto& timer : retired) {
+                if (timer.get() == t_tickTimer)
+                    continue;
+                ended.push_back(std::move(timer));
+            }
+            retired.erase(std::remove(retired.begin(), retired.end(), nullptr), retired.end());
+        }
+        ended.clear();
+    }
+
+    void debug(const char* what)
+    {
+        if (debugHandler)
+            pDebug(debugHandler) << what << useCount.load();
+    }
+};
+
+namespace {
+
+std::shared_ptr<PKeyboardIOQueueService>& holder()
+{
+    static std::shared_ptr<PKeyboardIOQueueService> instance;
+    return instance;
+}
+
+}
+
+PKeyboardIOQueueService& PKeyboardIOQueueService::getInstance()
+{
+    static std::once_flag made;
+    std::call_once(made, [] { holder().reset(new PKeyboardIOQueueService); });
+    return *holder();
+}
+
+PKeyboardIOQueueService::PKeyboardIOQueueService() : d(new PKeyboardIOQueueServicePrivate) {}
+
+PKeyboardIOQueueService::~PKeyboardIOQueueService()
+{
+    std::unique_ptr<PTimer> timer;
+    std::vector<std::unique_ptr<PTimer>> retired;
+    {
+        std::lock_guard<std::mutex> guard(d->lifecycle);
+        timer = std::move(d->timer);
+        retired.swap(d->retired);
+        d->handle.detach();
+        // The JNI layer may be gone already at unload: the Java object is left to the VM.
+        d->companion.release();
+    }
+    timer.reset();
+    retired.clear();
+}
+
+bool PKeyboardIOQueueService::start(int timeout, PError* error)
+{
+    d->joinRetired();
+    PError failure;
+    {
+        std::lock_guard<std::mutex> guard(d->lifecycle);
+        try {
+            if (d->useCount.load() <= 0) {
+                if (!d->companion) {
+                    d->handle.attach(holder());
+                    d->companion = d->factory ? d->factory(d->handle.value())
+                                              : makeJavaKeyboardCompanion(d->handle.value());
+                }
+                if (!d->companion || !d->companion->isValid()) {
+                    // Dropped so that the next start tries afresh (after a reconnect, say).
+                    const PError made = d->companion ? d->companion->lastError()
+                                                     : startError(PError::GeneralFailure, "");
+                    d->handle.detach();
+                    d->companion.reset();
+                    throw made;
+                }
+                const PString settings = PString("timeout=0;ignore_state=")
+                    + (d->parameters.value("ignore_state", PVariant(false)).toBool() ? "1" : "0")
+                    + ";gs1symbolkey="
+                    + d->parameters.value("gs1symbolkey", PVariant("0000008a")).toPString() + ";";
+                // A refusal keeps the companion for the next attempt.
+                if (!d->companion->open(settings))
+                    throw d->companion->lastError();
+                std::unique_ptr<PTimer> timer(new PTimer);
+                const PTimer* self = timer.get();
+                timer->setInterval(timeout);
+                timer->setCallback([this, self] {
+                    TickScope scope(self);
+                    commonTimeoutProc();
+                });
+                // A timeout below 1 would tick without pause: refused like 0.
+                if (timeout <= 0 || !timer->start(-1, 0, -1)) {
+                    d->companion->close();
+                    throw startError(PError::NotImplemented, "Failed to start timer");
+                }
+                d->timer = std::move(timer);
+            }
+            ++d->useCount;
+            d->debug("PKeyboardIOQueueService:: started ");
+        } catch (...) {
+            failure = PError::fromCurrentException();
+            if (failure.code() == PError::GeneralFailure && failure.message().isEmpty())
+                failure.setError(PError::GeneralFailure,
+                                 PString(kModule) + ":Unexpected application error");
+            if (PGlobalKeyEventsQueue::isInitialized())
+                PGlobalKeyEventsQueue::deinitialize();
+        }
+    }
+    return PError::settle(failure, error);
+}
+
+bool PKeyboardIOQueueService::stop()
+{
+    std::unique_ptr<PTimer> ending;
+    {
+        std::lock_guard<std::mutex> guard(d->lifecycle);
+        if (d->useCount.load() <= 0)
+            return true;
+        if (--d->useCount > 0)
+            return true;
+        ending = std::move(d->timer);
+        if (PGlobalKeyEventsQueue::isInitialized())
+            PGlobalKeyEventsQueue::deinitialize();
+        // Packets still on their way find no service.
+        d->handle.detach();
+        if (d->companion) {
+            d->companion->close();
+            d->companion.reset();
+        }
+        d->debug("PKeyboardIOQueueService:: stopped ");
+        if (ending && ending.get() == t_tickTimer) {
+            // Stopped from inside its own tick: it ends after this tick, and is joined later.
+            ending->stop();
+            d->retired.push_back(std::move(ending));
+        }
+    }
+    ending.reset();
+    d->joinRetired();
+    return true;
+}
+
+bool PKeyboardIOQueueService::isRunning() const
+{
+    return d->useCount.load() > 0;
+}
+
+bool PKeyboardIOQueueService::registerInputHandler(const PKeyboardIOQueueServiceInputHandler& handler)
+{
+    if (handler.id == 0 || handler.device == nullptr || handler.owner.expired())
+        return false;
+    std::lock_guard<std::mutex> guard(d->lock);
+    for (const auto& present : d->handlers) {
+        if (present == handler)
+            return false;
+    }
+    d->handlers.push_back(handler);
+    return true;
+}
+
+bool PKeyboardIOQueueService::unregisterInputHandler(const unsigned long& id)
+{
+    PKeyboardIOQueueServiceInputHandler removed;
+    std::lock_guard<std::mutex> guard(d->lock);
+    for (auto it = d->handlers.begin(); it != d->handlers.end(); ++it) {
+        if (it->id == id) {
+            removed = std::move(*it);
+            d->handlers.erase(it);
+            return true;
+        }
+    }
+    return false;
+}
+
+PKeyboardIOQueueServiceInputHandler PKeyboardIOQueueService::inputHandler(unsigned long index) const
+{
+    std::lock_guard<std::mutex> guard(d->lock);
+    return index < d->handlers.size() ? d->handlers[index] : PKeyboardIOQueueServiceInputHandler();
+}
+
+unsigned long PKeyboardIOQueueService::inputHandlersCount() const
+{
+    std::lock_guard<std::mutex> guard(d->lock);
+    return d->handlers.size();
+}
+
+void PKeyboardIOQueueService::pushMessagesToCache(int slot, const std::vector<PKeyMSG>& messages)
+{
+    if (messages.empty())
+        return;
+    std::lock_guard<std::mutex> guard(d->lock);
+    appendCapped(d->cache[slot], messages);
+}
+
+std::vector<PKeyMSG> PKeyboardIOQueueService::popMessagesFromCache(int slot)
+{
+    std::vector<PKeyMSG> taken;
+    std::lock_guard<std::mutex> guard(d->lock);
+    const auto found = d->cache.find(slot);
+    if (found != d->cache.end())
+        taken.swap(found->second);
+    return taken;
+}
+
+PVariant PKeyboardIOQueueService::parameter(const PString& name, const PVariant& fallback) const
+{
+    std::lock_guard<std::mutex> guard(d->lifecycle);
+    return d->parameters.value(name, fallback);
+}
+
+PVariant PKeyboardIOQueueService::setParameter(const PString& name, const PVariant& value)
+{
+    std::lock_guard<std::mutex> guard(d->lifecycle);
+    if (d->useCount.load() > 0)
+        return PVariant();
+    const PVariant old = d->parameters.value(name, PVariant());
+    d->parameters.setValue(name, value);
+    return old;
+}
+
+void PKeyboardIOQueueService::setDebugMessageHandler(const PDebugMessageHandler& handler)
+{
+    std::lock_guard<std::mutex> guard(d->lifecycle);
+    d->debugHandler = handler;
+}
+
+int PKeyboardIOQueueService::inject(const std::vector<PKeyMSG>&, unsigned int, void*)
+{
+    return 0;
+}
+
+void PKeyboardIOQueueService::setCompanionFactory(PKeyboardCompanionFactory factory)
+{
+    std::lock_guard<std::mutex> guard(d->lifecycle);
+    d->factory = std::move(factory);
+}
+
+int64_t PKeyboardIOQueueService::javaHandle() const
+{
+    std::lock_guard<std::mutex> guard(d->lifecycle);
+    return d->handle.value();
+}
+
+void PKeyboardIOQueueService::commonTimeoutProc()
+{
+    unsigned long count = 0;
+    {
+        std::lock_guard<std::mutex> guard(d->lock);
+        count = d->handlers.size();
+    }
+    if (count == 0)
+        return;
+
+    std::vector<PKeyMSG> messages = PGlobalKeyEventsQueue::popMessages();
+    {
+        std::lock_guard<std::mutex> guard(d->lock);
+        if (messages.empty())
+            messages.swap(d->cache[ReceivedSlot]);
+        appendCapped(d->cache[SentSlot], messages);
+    }
+
+    PIODeviceEvent event;
+    event.setValue(PEventKeys::KeyboardInputKey(), PVariant(strake::packKeyMessages(messages)));
+    event.setValue(PEventKeys::InputKey(), PVariant(PString()));
+    event.setValue(PEventKeys::StolenKey(), PVariant("true"));
+    event.setValue(PEventKeys::DevIdEventKey(), PVariant("keyboard"));
+    event.setValue(PEventKeys::DevTypeEventKey(), PVariant("keyboard"));
+    event.setValue(PEventKeys::DevStateEventKey(), PVariant("0"));
+
+    int status = 0;
+    for (unsigned long i = 0; i < count && status != 3; ++i) {
+        std::shared_ptr<PKeyboard> device;
+        {
+            std::lock_guard<std::mutex> guard(d->lock);
+            if (i >= d->handlers.size())
+                break;
+            const auto& handler = d->handlers[i];
+            if (handler.id != 0 && handler.device != nullptr)
+                device = handler.owner.lock();
+        }
+        if (!device || !device->isOpen())
+            continue;
+        const PIODevice::Callback callback = device->callback();
+        if (!callback)
+            continue;
+        try {
+            callback(&event);
+        } catch (...) {
+            // A processor keeps its own failures; one that escapes ends only this call.
+            PError::fromCurrentException();
+        }
+        status |= event.value(PEventKeys::AcceptStatusKey()).toInt();
+        // When the host let go of the device inside the callback it is destroyed here, on
+        // this thread, with no lock held.
+        device.reset();
+    }
+
+    if (status == 0) {
+        const std::vector<PKeyMSG> untaken = popMessagesFromCache(SentSlot);
+        if (!untaken.empty())
+            inject(untaken, 0, nullptr);
+    } else if (status == 3) {
+        popMessagesFromCache(SentSlot);
+    }
+}
+
+void PKeyboardIOQueueService::deliverPacket(int64_t handle, const PString& packet)
+{
+    if (handle == 0)
+        return;
+    if (auto service = PJavaHandles::find<PKeyboardIOQueueService>(handle)) {
+        const std::vector<PKeyMSG> messages = strake::rawInputToStandart(packet, 15);
+        service->pushMessagesToCache(ReceivedSlot, messages);
+    }
+}
+
+extern "C" KELMOR_EXPORT void Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend(
+    JNIEnv* env, jobject, jlong handle, jstring packet)
+{
+    try {
+        if (handle == 0)
+            return;
+        PKeyboardIOQueueService::deliverPacket(
+            handle, PString(strake::jstr2str<char16_t>(env, packet)));
+    } catch (...) {
+        // Nothing may reach the Java caller.
+        PError::fromCurrentException();
+    }
+}

@@ -1,0 +1,278 @@
+// Broadcast mode in the VM: intents sent on the companion's in-JVM bus reach the device as
+// one event each, every byte kept, and the device's life holds against deliveries in flight.
+#include "DeviceJvmTest.h"
+#include "PBroadcastReceaver.h"
+#include "PEvent.h"
+#include "PEventKeys.h"
+#include "WaitCounter.h"
+
+#include <android/log.h>
+
+#include <chrono>
+#include <mutex>
+
+using namespace std::chrono_literals;
+using kelmortest::WaitCounter;
+
+namespace {
+
+const char16_t kReceiver[] = u"com.tavrel.piodevice.PBroadcastReceaver";
+const char16_t kRecorder[] = u"com.tavrel.kelmortest.RecordingCompanion";
+
+struct Inputs : WaitCounter {
+    std::mutex mutex;  // guards texts
+    std::vector<std::string> texts;
+    std::string last()
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        return texts.empty() ? "<none>" : texts.back();
+    }
+};
+
+// A receiver of the action with one field, recording the input of each event.
+std::shared_ptr<PBroadcastReceaver> receiver(const char* action, const char* category,
+                                             const char* field, int type,
+                                             const std::shared_ptr<Inputs>& inputs)
+{
+    auto device = std::make_shared<PBroadcastReceaver>(action);
+    device->setSignalCategoryName(category);
+    device->setFieldsDesc({PBroadcastDataField(field, type)});
+    device->setParameter("Suffix", PVariant("\r\n"));
+    device->setCallback([inputs](PEvent* event) {
+        EXPECT_EQ(event->value(PEventKeys::IdKey()).toPString(), PString("broadcast_reseaver"));
+        EXPECT_EQ(event->value(PEventKeys::TypeKey()).toPString(), PString("broadcast_reseaver"));
+        EXPECT_EQ(event->value(PEventKeys::StateKey()).toInt(), 0);
+        EXPECT_TRUE(event->value(PEventKeys::KeyboardInputKey()).toByteArray().isEmpty());
+        {
+            std::lock_guard<std::mutex> lock(inputs->mutex);
+            inputs->texts.push_back(event->value(PEventKeys::InputKey()).toByteArray().toStdString());
+        }
+        inputs->add();
+    });
+    return device;
+}
+
+// A receiver of FLOOD's data that tells when it is destroyed.
+struct Probe : PBroadcastReceaver {
+    explicit Probe(WaitCounter* destroyed) : PBroadcastReceaver("FLOOD"), gone(destroyed)
+    {
+        setFieldsDesc({PBroadcastDataField("data", PBroadcastDataField::String)});
+    }
+    ~Probe() override { gone->add(); }
+    WaitCounter* gone;
+};
+
+class PBroadcastReceaverJvmTest : public kelmortest::DeviceJvmTest {
+protected:
+    // Sends one intent through DeviceTraffic.send<kind>; delivery is over when this returns.
+    void send(const char* kind, const char* action, const char* category, const char* name,
+              const std::string& value)
+    {
+        jstring args[] = {javaString(action), javaString(category), javaString(name),
+                          javaString(value)};
+        callStatic(kTraffic, kind,
+                   "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V",
+                   args[0], args[1], args[2], args[3]);
+        for (jstring arg : args)
+            drop(arg);
+    }
+    int registeredReceivers() { return callStaticInt(kReceiver, "registeredReceivers", "()I"); }
+};
+
+}
+
+TEST_F(PBroadcastReceaverJvmTest, typedExtrasArriveAsOneEventEachWithEveryByteAndTheSuffix)
+{
+    auto texts = std::make_shared<Inputs>();
+    auto bytes = std::make_shared<Inputs>();
+    auto chars = std::make_shared<Inputs>();
+    auto byText = receiver("STR", "com.scanner.CATEGORY", "data", PBroadcastDataField::String, texts);
+    auto byBytes = receiver("BYTES", "", "raw", PBroadcastDataField::ByteArray, bytes);
+    auto byChars = receiver("CHARS", "", "chars", PBroadcastDataField::CharArray, chars);
+    for (auto& device : {byText, byBytes, byChars})
+        ASSERT_TRUE(device->open(1)) << device->getLastError().toString().toStdString();
+    EXPECT_EQ(registeredReceivers(), 3);
+
+    send("sendString", "STR", "", "data", "4601234567894");
+    EXPECT_EQ(texts->last(), "4601234567894\r\n") << "a bare code gets the suffix";
+    // Latin-1 characters stand for bytes: GS and a byte above 127 pass unchanged.
+    send("sendBytes", "BYTES", "", "raw", "01\x1d" "21\xc3\xa9\r\n");
+    EXPECT_EQ(bytes->last(), "01\x1d" "21\xe9\r\n") << "a code that ends in the suffix keeps one";
+    send("sendChars", "CHARS", "", "chars", "Код");
+    EXPECT_EQ(chars->last(), "Код\r\n");
+    // Another extra, another type under the name, another action or category: nothing.
+    send("sendString", "STR", "", "other", "1");
+    send("sendBytes", "STR", "", "data", "1");
+    send("sendString", "NONE", "", "data", "1");
+    send("sendString", "STR", "com.other.CATEGORY", "data", "1");
+    EXPECT_EQ(texts->count(), 1);
+    // The filter's own category passes, as does none at all (as on Android).
+    send("sendString", "STR", "com.scanner.CATEGORY", "data", "2");
+    EXPECT_EQ(texts->last(), "2\r\n");
+
+    // Closed, the device hears nothing; open again, it uses the same companion.
+    const long refs = PHostJvm::globalRefCount();
+    byText->close();
+    EXPECT_EQ(registeredReceivers(), 2);
+    send("sendString", "STR", "", "data", "2");
+    EXPECT_EQ(texts->count(), 2);
+    ASSERT_TRUE(byText->open(1));
+    EXPECT_EQ(PHostJvm::globalRefCount(), refs);
+    send("sendString", "STR", "", "data", "3");
+    EXPECT_EQ(texts->last(), "3\r\n");
+
+    // Destroyed, its companion's reference goes with it.
+    byText.reset();
+    EXPECT_EQ(PHostJvm::globalRefCount(), refs - 1);
+    EXPECT_EQ(registeredReceivers(), 2);
+}
+
+TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBecomeErrors)
+{
+    redirect(kReceiver, kRecorder);
+    auto take = [&] { return callStaticString(kRecorder, "take", "()Ljava/lang/String;"); };
+    auto answer = [&](const char* open, bool constructorFails) {
+        jstring text = javaString(open);
+        callStatic(kRecorder, "answer", "(Ljava/lang/String;Z)V", text, jboolean(constructorFails));
+        drop(text);
+    };
+    take();
+    auto inputs = std::make_shared<Inputs>();
+    auto device = receiver("SCAN", "C", "data", PBroadcastDataField::String, inputs);
+    device->setFieldsDesc({PBroadcastDataField("raw", PBroadcastDataField::ByteArray),
+                           PBroadcastDataField("data", PBroadcastDataField::String)});
+    ASSERT_TRUE(device->open(1));
+    EXPECT_TRUE(device->open(1)) << "an open device stays open";
+    device->close();
+    device->close();
+    ASSERT_TRUE(device->open(1));
+    EXPECT_EQ(take(), "new handle\n"
+                      "open action_name=SCAN;action_category_name=C;fields=data(9),raw(65538);\n"
+                      "close\n"
+                      "open action_name=SCAN;action_category_name=C;fields=data(9),raw(65538);");
+
+    // The byte road: bytes as they are, with no suffix; nothing for a null array.
+    const jlong handle = std::stoll(callStaticString(kRecorder, "lastHandle", "()Ljava/lang/String;"));
+    jbyteArray bytes = env()->NewByteArray(3);
+    const jbyte raw[] = {'0', 29, '1'};
+    env()->SetByteArrayRegion(bytes, 0, 3, raw);
+    Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(env(), nullptr, handle, bytes);
+    Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(env(), nullptr, handle, nullptr);
+    Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString(env(), nullptr, handle, nullptr);
+    EXPECT_EQ(inputs->last(), std::string("0\x1d" "1"));
+    EXPECT_EQ(inputs->count(), 1);
+
+    for (const char* refusal : {"false", "throw"}) {
+        answer(refusal, false);
+        device->close();
+        EXPECT_FALSE(device->open(1)) << refusal;
+        EXPECT_FALSE(device->isOpen());
+        EXPECT_EQ(device->getLastError().code(), 2);
+        EXPECT_EQ(device->getLastError().message(), PString("Broadcast receiver not registered"));
+        EXPECT_FALSE(env()->ExceptionCheck());
+    }
+    answer("true", true);
+    device.reset();
+    device = std::make_shared<PBroadcastReceaver>("SCAN");
+    device->setFieldsDesc({PBroadcastDataField("data", PBroadcastDataField::String)});
+    EXPECT_FALSE(device->open(1));
+    EXPECT_EQ(device->getLastError().message(),
+              PString("class com.tavrel.piodevice.PBroadcastReceaver could not be made"));
+    answer("true", false);
+    EXPECT_TRUE(device->open(1)) << "a companion that could not be made is made again";
+    device.reset();
+    // The handle of a destroyed device reaches nothing.
+    Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(env(), nullptr, handle, bytes);
+    EXPECT_EQ(inputs->count(), 1);
+    drop(bytes);
+    take();
+}
+
+class PBroadcastReceaverStressJvmTest : public PBroadcastReceaverJvmTest {
+protected:
+    void SetUp() override
+    {
+        PBroadcastReceaverJvmTest::SetUp();
+        m_logPriority = __android_log_get_minimum_priority();
+        __android_log_set_minimum_priority(ANDROID_LOG_WARN);
+        // Warm-up: the companion's class is pinned from the first open on.
+        auto warm = receiver("FLOOD", "", "data", PBroadcastDataField::String, std::make_shared<Inputs>());
+        ASSERT_TRUE(warm->open(1));
+        warm.reset();
+        m_refs = PHostJvm::globalRefCount();
+        jstring args[] = {javaString("FLOOD"), javaString("data"), javaString("29:1:QQ==")};
+        startFloods(args[0], args[1], args[2]);
+        for (jstring arg : args)
+            drop(arg);
+    }
+    void TearDown() override
+    {
+        EXPECT_TRUE(stopFloods());
+        EXPECT_EQ(PHostJvm::globalRefCount(), m_refs) << "a companion's reference outlived its device";
+        EXPECT_EQ(registeredReceivers(), 0);
+        __android_log_set_minimum_priority(m_logPriority);
+        PBroadcastReceaverJvmTest::TearDown();
+    }
+
+    long m_refs = 0;
+    int m_logPriority = 0;
+};
+
+TEST_F(PBroadcastReceaverStressJvmTest, openStreamCloseCyclesWhileAJavaThreadSendsAsFastAsItCan)
+{
+    // 10,000 cycles, or as many as 40 s allow on a slow (sanitizer) build.
+    const auto deadline = std::chrono::steady_clock::now() + 40s;
+    int cycles = 0;
+    for (; cycles < 10000 && std::chrono::steady_clock::now() < deadline; ++cycles) {
+        auto inputs = std::make_shared<Inputs>();
+        auto device = receiver("FLOOD", "", "data", PBroadcastDataField::String, inputs);
+        ASSERT_TRUE(device->open(1)) << device->getLastError().toString().toStdString();
+        ASSERT_TRUE(inputs->waitFor(1)) << "cycle " << cycles;
+        device->close();
+    }
+    EXPECT_GE(cycles, 500);
+    std::printf("%d broadcast cycles\n", cycles);
+}
+
+TEST_F(PBroadcastReceaverStressJvmTest, deviceClosedAndDroppedInsideItsOwnCallback)
+{
+    for (int round = 0; round < 300; ++round) {
+        WaitCounter destroyed;
+        auto device = std::make_shared<Probe>(&destroyed);
+        auto owner = std::make_shared<std::shared_ptr<Probe>>(device);
+        Probe* raw = device.get();
+        device->setCallback([raw, owner](PEvent*) {
+            raw->close();
+            owner->reset();
+        });
+        ASSERT_TRUE(device->open(1));
+        device.reset();
+        ASSERT_TRUE(destroyed.waitFor(1)) << "round " << round;
+    }
+}
+
+TEST_F(PBroadcastReceaverStressJvmTest, deviceLetGoDuringADeliveryLivesUntilTheDeliveryEnds)
+{
+    for (int round = 0; round < 100; ++round) {
+        WaitCounter inside, released, destroyed, finished;
+        auto device = std::make_shared<Probe>(&destroyed);
+        Probe* raw = device.get();
+        device->setCallback([&, raw](PEvent*) {
+            if (inside.count() > 0)
+                return;
+            inside.add();
+            ASSERT_TRUE(released.waitFor(1));
+            EXPECT_FALSE(raw->isOpen());
+            EXPECT_EQ(raw->parametersText(), PString("action_name=FLOOD;fields=data(9);"));
+            finished.add();
+        });
+        ASSERT_TRUE(device->open(1));
+        ASSERT_TRUE(inside.waitFor(1));
+        device->close();
+        device.reset();
+        EXPECT_EQ(destroyed.count(), 0) << "destroyed during its delivery";
+        released.add();
+        ASSERT_TRUE(destroyed.waitFor(1));
+        EXPECT_EQ(finished.count(), 1);
+    }
+}

@@ -1,0 +1,224 @@
+// Keyboard mode in the VM: key events given to the Java companion reach open keyboard devices
+// on the service's timer and come out of the keyboard processor as the scanned code.
+#include "DeviceJvmTest.h"
+#include "PEvent.h"
+#include "PEventKeys.h"
+#include "PKeyboard.h"
+#include "PKeyboardIOQueueService.h"
+#include "PKeyboardInputProcessor.h"
+#include "WaitCounter.h"
+
+#include <android/log.h>
+
+#include <chrono>
+#include <mutex>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const char16_t kKeyboard[] = u"com.tavrel.piodevice.PKeyboard";
+
+// The messages a processor gave, in order.
+struct Messages : kelmortest::WaitCounter {
+    std::mutex mutex;  // guards texts
+    std::vector<std::string> texts;
+    std::string at(size_t i)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        return i < texts.size() ? texts[i] : "<none>";
+    }
+};
+
+// A keyboard device wired to a keyboard processor, as a Device wires them.
+struct Wired {
+    std::shared_ptr<PKeyboard> device = std::make_shared<PKeyboard>();
+    std::shared_ptr<Messages> messages = std::make_shared<Messages>();
+
+    explicit Wired(int timeout)
+    {
+        auto processor = std::make_shared<PKeyboardInputProcessor>();
+        processor->setParameter("Suffix", PVariant("\r\n"));
+        processor->setParameter("GSKeyCode", PVariant(248));
+        processor->setCallback([messages = messages](PEvent* event) {
+            {
+                std::lock_guard<std::mutex> lock(messages->mutex);
+                messages->texts.push_back(event->value(PEventKeys::InputKey()).toByteArray().toStdString());
+            }
+            messages->add();
+        });
+        device->setParameter("timeout", PVariant(timeout));
+        device->setCallback([processor](PEvent* event) { processor->processInput(event); });
+    }
+};
+
+class PKeyboardJvmTest : public kelmortest::DeviceJvmTest {
+protected:
+    int sendText(const std::string& text)
+    {
+        jstring javaText = javaString(text);
+        const int reached = callStaticInt(kKeyboard, "sendText", "(Ljava/lang/String;)I", javaText);
+        drop(javaText);
+        return reached;
+    }
+    std::string packetRecord(int code, int action, int meta, const char* characters)
+    {
+        jstring javaText = characters ? javaString(characters) : nullptr;
+        std::string record = callStaticString(kKeyboard, "packetRecord",
+                                              "(IIILjava/lang/String;)Ljava/lang/String;", code,
+                                              action, meta, javaText);
+        drop(javaText);
+        return record;
+    }
+    int openCompanions() { return callStaticInt(kKeyboard, "openCount", "()I"); }
+};
+
+}
+
+TEST_F(PKeyboardJvmTest, keyEventsFromJavaReachAnOpenDeviceOnTheTimerAsTheScannedCode)
+{
+    // The packet of single events, as a handheld's companion makes it.
+    EXPECT_EQ(packetRecord(29, 0, 1, nullptr), "29:3:QQ==") << "shift+A pressed";
+    EXPECT_EQ(packetRecord(29, 1, 0x100000, nullptr), "29:2:QQ==") << "released under caps lock";
+    EXPECT_EQ(packetRecord(66, 0, 0, nullptr), "66:1:Cg==");
+    EXPECT_EQ(packetRecord(59, 0, 1, nullptr), "59:3");
+    EXPECT_EQ(packetRecord(0, 2, 0, "é"), "0:1:w6k=");
+    EXPECT_EQ(packetRecord(131, 0, 0, ""), "131:1");
+
+    Wired wired(100);
+    ASSERT_TRUE(wired.device->open(1)) << wired.device->getLastError().toString().toStdString();
+    EXPECT_EQ(openCompanions(), 1);
+
+    // Typed as a keyboard scanner types: GS by its key (F8), Enter at the end.
+    EXPECT_EQ(sendText("0104601234567894\x1d" "21aB-1\r"), 1);
+    ASSERT_TRUE(wired.messages->waitFor(1));
+    EXPECT_EQ(wired.messages->at(0), "0104601234567894\x1d" "21aB-1");
+
+    // Key events one by one: shift down, A down and up, shift up, Enter down and up.
+    jintArray codes = javaInts({59, 29, 29, 59, 66, 66});
+    jintArray actions = javaInts({0, 0, 1, 1, 0, 1});
+    jintArray metas = javaInts({1, 1, 1, 0, 0, 0});
+    EXPECT_EQ(callStaticInt(kKeyboard, "sendKeyEvents", "([I[I[I[Ljava/lang/String;)I", codes,
+                            actions, metas, nullptr),
+              1);
+    drop(codes);
+    drop(actions);
+    drop(metas);
+    ASSERT_TRUE(wired.messages->waitFor(2));
+    EXPECT_EQ(wired.messages->at(1), "A");
+
+    // A zero handle or a null packet reaches nothing; neither leaves an exception behind.
+    const int64_t handle = PKeyboardIOQueueService::getInstance().javaHandle();
+    Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend(env(), nullptr, 0, nullptr);
+    Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend(env(), nullptr, jlong(handle), nullptr);
+    EXPECT_FALSE(env()->ExceptionCheck());
+
+    wired.device->close();
+    EXPECT_EQ(openCompanions(), 0);
+    EXPECT_EQ(sendText("late\r"), 0);
+}
+
+TEST_F(PKeyboardJvmTest, twoDevicesShareOneCompanionAndEachDeliversTheCode)
+{
+    Wired first(100), second(1000);
+    ASSERT_TRUE(first.device->open(1));
+    const long refs = PHostJvm::globalRefCount();
+    ASSERT_TRUE(second.device->open(1));
+    EXPECT_EQ(PHostJvm::globalRefCount(), refs) << "the second device makes no companion";
+    EXPECT_EQ(sendText("CODE\r"), 1);
+    ASSERT_TRUE(first.messages->waitFor(1));
+    ASSERT_TRUE(second.messages->waitFor(1));
+    EXPECT_EQ(first.messages->at(0), "CODE");
+    EXPECT_EQ(second.messages->at(0), "CODE");
+
+    first.device->close();
+    EXPECT_EQ(openCompanions(), 1);
+    second.device->close();
+    EXPECT_EQ(openCompanions(), 0);
+    EXPECT_EQ(PHostJvm::globalRefCount(), refs - 1) << "the companion's reference is gone";
+}
+
+TEST_F(PKeyboardJvmTest, companionGetsExactSettingsAndItsRefusalsBecomeErrors)
+{
+    redirect(kKeyboard, u"com.tavrel.kelmortest.RecordingCompanion");
+    const char16_t recorder[] = u"com.tavrel.kelmortest.RecordingCompanion";
+    auto take = [&] { return callStaticString(recorder, "take", "()Ljava/lang/String;"); };
+    auto answer = [&](const char* open, bool constructorFails) {
+        jstring text = javaString(open);
+        callStatic(recorder, "answer", "(Ljava/lang/String;Z)V", text, jboolean(constructorFails));
+        drop(text);
+    };
+    take();
+    auto device = std::make_shared<PKeyboard>();
+    device->setParameter("timeout", PVariant(1000));
+    ASSERT_TRUE(device->open(1));
+    device->close();
+    EXPECT_EQ(take(), "new handle\nopen timeout=0;ignore_state=0;gs1symbolkey=0000008a;\nclose");
+
+    // A refusal or an exception from open is an error; the companion is asked again later.
+    for (const char* refusal : {"false", "throw"}) {
+        answer(refusal, false);
+        EXPECT_FALSE(device->open(1));
+        EXPECT_EQ(device->getLastError().code(), 2) << refusal;
+        EXPECT_EQ(device->getLastError().message(), PString("Keyboard companion refused to open"));
+        EXPECT_FALSE(env()->ExceptionCheck());
+        EXPECT_FALSE(PKeyboardIOQueueService::getInstance().isRunning());
+    }
+    answer("true", false);
+    ASSERT_TRUE(device->open(1));
+    device->close();
+    const std::string log = take();
+    EXPECT_EQ(log.find("new"), log.rfind("new")) << "the refused companion is asked again";
+
+    answer("true", true);
+    EXPECT_FALSE(device->open(1));
+    EXPECT_EQ(device->getLastError().message(),
+              PString("class com.tavrel.piodevice.PKeyboard could not be made"));
+    take();
+}
+
+TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCan)
+{
+    const int logPriority = __android_log_get_minimum_priority();
+    __android_log_set_minimum_priority(ANDROID_LOG_WARN);  // one log line per packet otherwise
+    Wired anchor(1);
+    ASSERT_TRUE(anchor.device->open(1));
+    anchor.device->close();
+    const long refs = PHostJvm::globalRefCount();  // with the companion's class pinned
+
+    jstring action = javaString("FLOOD");
+    jstring name = javaString("data");
+    jstring packet = javaString("29:1:QQ==");
+    startFloods(action, name, packet);
+    // 10,000 cycles, or as many as 40 s allow: about 8,000 under ASan.
+    const auto deadline = std::chrono::steady_clock::now() + 40s;
+    int cycles = 0;
+    for (; cycles < 10000 && std::chrono::steady_clock::now() < deadline; ++cycles) {
+        // Every tenth cycle the device is alone, and its companion comes and goes with it.
+        if (cycles % 10 == 0) {
+            anchor.device->close();
+        } else if (!anchor.device->isOpen()) {
+            ASSERT_TRUE(anchor.device->open(1));
+        }
+        auto streamed = std::make_shared<kelmortest::WaitCounter>();
+        auto device = std::make_shared<PKeyboard>();
+        device->setParameter("timeout", PVariant(1));
+        device->setCallback([streamed](PEvent* event) {
+            if (!event->value(PEventKeys::KeyboardInputKey()).toByteArray().isEmpty())
+                streamed->add();
+        });
+        ASSERT_TRUE(device->open(1)) << device->getLastError().toString().toStdString();
+        ASSERT_TRUE(streamed->waitFor(1)) << "cycle " << cycles;
+        device->close();
+    }
+    anchor.device->close();
+    EXPECT_TRUE(stopFloods());
+    drop(action);
+    drop(name);
+    drop(packet);
+    __android_log_set_minimum_priority(logPriority);
+    EXPECT_GE(cycles, 500);
+    std::printf("%d keyboard cycles\n", cycles);
+    EXPECT_EQ(PHostJvm::globalRefCount(), refs);
+    EXPECT_EQ(openCompanions(), 0);
+}
