@@ -252,6 +252,17 @@ bool KelmorNative::setParameter(tVariant* result, tVariant* params, long, IMemor
     return true;
 }
 
+namespace {
+
+// The keys the component adds are no keys of the catalogue: setValue alone would drop them.
+void putValue(PPropertyBag& bag, const PString& key, const PVariant& value)
+{
+    if (!bag.addValue(key, value))
+        bag.setValue(key, value);
+}
+
+}
+
 PPropertyBag KelmorNative::deviceSettings() const
 {
     PPropertyBag settings;
@@ -278,9 +289,9 @@ PPropertyBag KelmorNative::deviceSettings() const
     }
     if (settings.value(PEventKeys::OutputDataTypeKey()).toInt() == 1)
         eventName += PString("Base64");
-    settings.setValue(PEventKeys::EventNameKey(), PVariant(eventName));
-    settings.setValue(PEventKeys::EquipmentTypeKey(), PVariant(equipmentType));
-    settings.setValue(PString("AppType"), PVariant(appType()));
+    putValue(settings, PEventKeys::EventNameKey(), PVariant(eventName));
+    putValue(settings, PEventKeys::EquipmentTypeKey(), PVariant(equipmentType));
+    putValue(settings, PString("AppType"), PVariant(appType()));
     return settings;
 }
 
@@ -307,7 +318,7 @@ bool KelmorNative::open(tVariant* result, tVariant* params, long, IMemoryManager
         std::shared_ptr<Device> device = DeviceManager::create(getExtentionName(), &id);
         if (!device)
             throw DeviceManager::getLastError();
-        settings.setValue(PEventKeys::DevIdKey(), PVariant(id));
+        putValue(settings, PEventKeys::DevIdKey(), PVariant(id));
 
         // The callbacks hold the gate, not the component: a device may outlive it.
         const std::shared_ptr<PCallGate> gate = d->inputGate;

@@ -12,6 +12,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 
 namespace kelmorhost {
@@ -84,6 +85,27 @@ struct Server {
     }
 };
 
+std::string fromBase64(const std::string& text)
+{
+    static const std::string digits =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string out;
+    unsigned value = 0;
+    int bits = 0;
+    for (char c : text) {
+        const size_t digit = digits.find(c);
+        if (digit == std::string::npos)
+            break;
+        value = (value << 6) | static_cast<unsigned>(digit);
+        bits += 6;
+        if (bits >= 8) {
+            bits -= 8;
+            out += static_cast<char>((value >> bits) & 0xFF);
+        }
+    }
+    return out;
+}
+
 // Calls a static Java method of the form (String...)V with the given texts.
 bool callJava(const char* className, const char* method, const char* signature,
               const std::vector<std::string>& texts)
@@ -96,8 +118,13 @@ bool callJava(const char* className, const char* method, const char* signature,
     for (size_t i = 0; i < texts.size(); ++i)
         values[i].l = env->NewStringUTF(texts[i].c_str());
     jmethodID id = env->GetStaticMethodID(cls, method, signature);
-    if (id)
+    const char returned = signature[std::strlen(signature) - 1];
+    if (id && returned == 'I')
+        env->CallStaticIntMethodA(cls, id, values.data());
+    else if (id && returned == 'V')
         env->CallStaticVoidMethodA(cls, id, values.data());
+    else if (id)
+        env->DeleteLocalRef(env->CallStaticObjectMethodA(cls, id, values.data()));
     const bool failed = !id || env->ExceptionCheck();
     env->ExceptionClear();
     for (jvalue& value : values)
@@ -119,6 +146,57 @@ bool setProperty(const std::string& key, const std::string& value)
     env->ExceptionClear();
     for (jobject ref : {static_cast<jobject>(system), static_cast<jobject>(k), static_cast<jobject>(v), old})
         env->DeleteLocalRef(ref);
+    return !failed;
+}
+
+// The serial ports as the companion lists them: their numbers are their places, from 1.
+std::vector<std::string> serialPorts()
+{
+    JNIEnv* env = PHostJvm::env();
+    std::vector<std::string> ports;
+    auto cls = static_cast<jclass>(PHostJvm::androidHelper().findClass(u"com.tavrel.piodevice.PSerialPort"));
+    jmethodID list = cls ? env->GetStaticMethodID(cls, "availibleDevices",
+                                                  "(Landroid/app/Activity;)Ljava/lang/String;")
+                         : nullptr;
+    auto answer = list ? static_cast<jstring>(env->CallStaticObjectMethod(cls, list, nullptr)) : nullptr;
+    env->ExceptionClear();
+    if (answer) {
+        const char* chars = env->GetStringUTFChars(answer, nullptr);
+        std::string text = chars ? chars : "";
+        if (chars)
+            env->ReleaseStringUTFChars(answer, chars);
+        env->DeleteLocalRef(answer);
+        for (size_t at = 0, end; (end = text.find(';', at)) != std::string::npos; at = end + 1)
+            ports.push_back(fromBase64(text.substr(at, end - at)));
+    }
+    if (cls)
+        env->DeleteLocalRef(cls);
+    return ports;
+}
+
+// Sends an intent with one String extra on the JVM's broadcast bus.
+bool broadcast(const std::string& action, const std::string& extra, const std::string& value)
+{
+    JNIEnv* env = PHostJvm::env();
+    auto intentClass = static_cast<jclass>(PHostJvm::androidHelper().findClass(u"android.content.Intent"));
+    if (!intentClass)
+        return false;
+    jstring a = env->NewStringUTF(action.c_str());
+    jstring e = env->NewStringUTF(extra.c_str());
+    jstring v = env->NewStringUTF(value.c_str());
+    jobject intent = env->NewObject(intentClass, env->GetMethodID(intentClass, "<init>", "(Ljava/lang/String;)V"), a);
+    if (intent)
+        env->DeleteLocalRef(env->CallObjectMethod(
+            intent, env->GetMethodID(intentClass, "putExtra", "(Ljava/lang/String;Ljava/lang/String;)Landroid/content/Intent;"), e, v));
+    auto receiver = static_cast<jclass>(PHostJvm::androidHelper().findClass(u"com.tavrel.piodevice.PBroadcastReceaver"));
+    if (intent && receiver)
+        env->CallStaticVoidMethod(receiver, env->GetStaticMethodID(receiver, "sendBroadcast", "(Landroid/content/Intent;)V"), intent);
+    const bool failed = !intent || !receiver || env->ExceptionCheck();
+    env->ExceptionClear();
+    for (jobject ref : {static_cast<jobject>(intentClass), static_cast<jobject>(receiver), static_cast<jobject>(a),
+                        static_cast<jobject>(e), static_cast<jobject>(v), intent})
+        if (ref)
+            env->DeleteLocalRef(ref);
     return !failed;
 }
 
@@ -217,16 +295,14 @@ int runDemo(const std::vector<std::string>& args)
              "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V",
              {kBluetoothAddress, "Demo ring scanner", bluetoothPty.slave});
 
-    // The serial ports' numbers come from the form's device list, as a person picks them.
+    // A port's number is its place in the companion's list, as the form's device list shows it.
     std::string serialNumber, cardNumber;
-    {
-        Component probe(*library, u"InputDevice", u"en_US");
-        for (const auto& row : choiceList(probe.parameters(), "BluetoothDevice")) {
-            if (serialPty.slave.find(row.second) != std::string::npos && !row.second.empty())
-                serialNumber = row.first;
-            if (cardPty.slave.find(row.second) != std::string::npos && !row.second.empty())
-                cardNumber = row.first;
-        }
+    const std::vector<std::string> ports = serialPorts();
+    for (size_t i = 0; i < ports.size(); ++i) {
+        if (ports[i] == serialPty.slave)
+            serialNumber = std::to_string(i + 1);
+        if (ports[i] == cardPty.slave)
+            cardNumber = std::to_string(i + 1);
     }
 
     const std::vector<std::string> codes = {kEan13, kDataMatrix, kCyrillic};
@@ -251,6 +327,22 @@ int runDemo(const std::vector<std::string>& args)
                      {{"EquipmentType", "InputDevice"}, {"BluetoothDevice", tcp}, {"Suffix", "13"}},
                      withCr(codes), codes, [&](const std::string& c) {
                          return (server.peer >= 0 || server.accept(1500)) && server.send(c);
+                     }});
+    // A keyboard scanner types its code in one burst; the pause after it ends the message.
+    const std::vector<std::string> typed = {kEan13, kDataMatrix};
+    modes.push_back({"Keyboard scanner (key events, GS on F8)", u"InputDevice",
+                     {{"EquipmentType", "InputDevice"}, {"BluetoothDevice", "DEV_KEYBOARD"},
+                      {"Suffix", "-1"}},
+                     typed, typed, [&](const std::string& c) {
+                         return callJava("com.tavrel.piodevice.PKeyboard", "sendText",
+                                         "(Ljava/lang/String;)I", {c});
+                     }});
+    modes.push_back({"Broadcast scanner (intent com.tavrel.demo.SCAN, extra barcode)", u"InputDevice",
+                     {{"EquipmentType", "InputDevice"}, {"BluetoothDevice", "BROADCAST"},
+                      {"Action", "com.tavrel.demo.SCAN"}, {"Extra", "barcode"},
+                      {"ExtraType", "String"}, {"Suffix", "13"}},
+                     withCr(codes), codes, [&](const std::string& c) {
+                         return broadcast("com.tavrel.demo.SCAN", "barcode", c);
                      }});
     modes.push_back({"Card reader on " + cardPty.slave + " (BluetoothDevice=" + cardNumber + ")",
                      u"CardReaderDevice",

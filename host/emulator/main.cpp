@@ -2,6 +2,8 @@
 // library loaded by Java, components driven by method name) and shows what a host receives.
 #include "KelmorHost.h"
 
+#include <android/log.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -16,7 +18,7 @@ const char kUsage[] =
     "  listen KEY=VALUE... [--count N] [--seconds S] [--json]\n"
     "                               open a device and print its events\n"
     "  test KEY=VALUE...            DeviceTest with those settings\n"
-    "Each command takes --help.\n";
+    "Each command takes --help; --verbose anywhere shows the library's trace lines.\n";
 
 void onSignal(int)
 {
@@ -34,6 +36,18 @@ int main(int argc, char** argv)
     sigaction(SIGTERM, &action, nullptr);
 
     std::vector<std::string> args(argv + 1, argv + argc);
+    // The library's trace lines would drown the events; --verbose keeps them.
+    bool verbose = false;
+    for (auto arg = args.begin(); arg != args.end();) {
+        if (*arg == "--verbose") {
+            verbose = true;
+            arg = args.erase(arg);
+        } else {
+            ++arg;
+        }
+    }
+    if (!verbose)
+        __android_log_set_minimum_priority(ANDROID_LOG_WARN);
     std::string command = "demo";
     if (!args.empty() && args[0].rfind("-", 0) != 0) {
         command = args[0];
