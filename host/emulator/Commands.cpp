@@ -111,7 +111,18 @@ std::unique_ptr<Component> prepared(const Options& options)
         return nullptr;
     }
     component->parameters();
-    for (const auto& setting : options.settings) {
+    for (auto setting : options.settings) {
+        // A tty path stands for its port: the companion learns it, the form gets its number.
+        if (setting.first == "BluetoothDevice" && setting.second.rfind("/", 0) == 0) {
+            const std::string number = serialPortNumber(setting.second);
+            if (number.empty()) {
+                std::fprintf(stderr, "kelmor-host: %s is not a serial port the companion can use\n",
+                             setting.second.c_str());
+                return nullptr;
+            }
+            std::fprintf(stderr, "%s is serial port %s\n", setting.second.c_str(), number.c_str());
+            setting.second = number;
+        }
         if (!component->setParameter(setting.first, setting.second)) {
             std::fprintf(stderr, "kelmor-host: SetParameter %s=%s failed, %s\n", setting.first.c_str(),
                          setting.second.c_str(), component->lastError().c_str());
@@ -201,7 +212,8 @@ int runListen(const std::vector<std::string>& args)
                   "Sets the parameters (after GetParameters, as a host does), opens the device and\n"
                   "prints each event until Ctrl+C, N events or S seconds. EquipmentType=CardReaderDevice\n"
                   "uses the card reader component. Example:\n"
-                  "  kelmor-host listen BluetoothDevice=1 Speed=9600 EquipmentType=InputDevice\n"))
+                  "  kelmor-host listen BluetoothDevice=1 Speed=9600 EquipmentType=InputDevice\n"
+                  "BluetoothDevice=/dev/ttyUSB0 (a tty path) picks that port by its path.\n"))
         return 0;
     Options options;
     if (!parse(args, "--count --seconds --json ", true, options))

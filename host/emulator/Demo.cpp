@@ -85,94 +85,8 @@ struct Server {
     }
 };
 
-std::string fromBase64(const std::string& text)
-{
-    static const std::string digits =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    unsigned value = 0;
-    int bits = 0;
-    for (char c : text) {
-        const size_t digit = digits.find(c);
-        if (digit == std::string::npos)
-            break;
-        value = (value << 6) | static_cast<unsigned>(digit);
-        bits += 6;
-        if (bits >= 8) {
-            bits -= 8;
-            out += static_cast<char>((value >> bits) & 0xFF);
-        }
-    }
-    return out;
 }
-
-// Calls a static Java method of the form (String...)V with the given texts.
-bool callJava(const char* className, const char* method, const char* signature,
-              const std::vector<std::string>& texts)
-{
-    JNIEnv* env = PHostJvm::env();
-    auto cls = static_cast<jclass>(PHostJvm::androidHelper().findClass(fromUtf8(className).c_str()));
-    if (!env || !cls)
-        return false;
-    std::vector<jvalue> values(texts.size());
-    for (size_t i = 0; i < texts.size(); ++i)
-        values[i].l = env->NewStringUTF(texts[i].c_str());
-    jmethodID id = env->GetStaticMethodID(cls, method, signature);
-    const char returned = signature[std::strlen(signature) - 1];
-    if (id && returned == 'I')
-        env->CallStaticIntMethodA(cls, id, values.data());
-    else if (id && returned == 'V')
-        env->CallStaticVoidMethodA(cls, id, values.data());
-    else if (id)
-        env->DeleteLocalRef(env->CallStaticObjectMethodA(cls, id, values.data()));
-    const bool failed = !id || env->ExceptionCheck();
-    env->ExceptionClear();
-    for (jvalue& value : values)
-        env->DeleteLocalRef(value.l);
-    env->DeleteLocalRef(cls);
-    return !failed;
-}
-
-bool setProperty(const std::string& key, const std::string& value)
-{
-    JNIEnv* env = PHostJvm::env();
-    jclass system = env->FindClass("java/lang/System");
-    jmethodID set = env->GetStaticMethodID(
-        system, "setProperty", "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;");
-    jstring k = env->NewStringUTF(key.c_str());
-    jstring v = env->NewStringUTF(value.c_str());
-    jobject old = env->CallStaticObjectMethod(system, set, k, v);
-    const bool failed = env->ExceptionCheck();
-    env->ExceptionClear();
-    for (jobject ref : {static_cast<jobject>(system), static_cast<jobject>(k), static_cast<jobject>(v), old})
-        env->DeleteLocalRef(ref);
-    return !failed;
-}
-
-// The serial ports as the companion lists them: their numbers are their places, from 1.
-std::vector<std::string> serialPorts()
-{
-    JNIEnv* env = PHostJvm::env();
-    std::vector<std::string> ports;
-    auto cls = static_cast<jclass>(PHostJvm::androidHelper().findClass(u"com.tavrel.piodevice.PSerialPort"));
-    jmethodID list = cls ? env->GetStaticMethodID(cls, "availibleDevices",
-                                                  "(Landroid/app/Activity;)Ljava/lang/String;")
-                         : nullptr;
-    auto answer = list ? static_cast<jstring>(env->CallStaticObjectMethod(cls, list, nullptr)) : nullptr;
-    env->ExceptionClear();
-    if (answer) {
-        const char* chars = env->GetStringUTFChars(answer, nullptr);
-        std::string text = chars ? chars : "";
-        if (chars)
-            env->ReleaseStringUTFChars(answer, chars);
-        env->DeleteLocalRef(answer);
-        for (size_t at = 0, end; (end = text.find(';', at)) != std::string::npos; at = end + 1)
-            ports.push_back(fromBase64(text.substr(at, end - at)));
-    }
-    if (cls)
-        env->DeleteLocalRef(cls);
-    return ports;
-}
+namespace {
 
 // Sends an intent with one String extra on the JVM's broadcast bus.
 bool broadcast(const std::string& action, const std::string& extra, const std::string& value)
@@ -290,20 +204,13 @@ int runDemo(const std::vector<std::string>& args)
 
     Pty serialPty, cardPty, bluetoothPty;
     Server server;
-    setProperty("kelmor.serial.ports", serialPty.slave + "," + cardPty.slave);
     callJava("com.tavrel.piodevice.PBluetooth", "registerDevice",
              "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V",
              {kBluetoothAddress, "Demo ring scanner", bluetoothPty.slave});
 
     // A port's number is its place in the companion's list, as the form's device list shows it.
-    std::string serialNumber, cardNumber;
-    const std::vector<std::string> ports = serialPorts();
-    for (size_t i = 0; i < ports.size(); ++i) {
-        if (ports[i] == serialPty.slave)
-            serialNumber = std::to_string(i + 1);
-        if (ports[i] == cardPty.slave)
-            cardNumber = std::to_string(i + 1);
-    }
+    const std::string serialNumber = serialPortNumber(serialPty.slave);
+    const std::string cardNumber = serialPortNumber(cardPty.slave);
 
     const std::vector<std::string> codes = {kEan13, kDataMatrix, kCyrillic};
     auto withCr = [](std::vector<std::string> list) {

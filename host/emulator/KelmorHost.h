@@ -74,6 +74,18 @@ private:
 std::vector<std::pair<std::string, std::string>> choiceList(const std::string& xml,
                                                             const std::string& parameter);
 
+std::string fromBase64(const std::string& text);
+// Calls a static method with String parameters that returns void, int or an object (dropped);
+// false when the class or method is missing or Java threw.
+bool callJava(const char* className, const char* method, const char* signature,
+              const std::vector<std::string>& texts);
+bool setProperty(const std::string& key, const std::string& value);
+std::string property(const std::string& key);
+// The serial ports as the companion lists them: a port's number is its place, from 1.
+std::vector<std::string> serialPorts();
+// Makes a tty path known to the serial companion; its number, or empty when not listed.
+std::string serialPortNumber(const std::string& path);
+
 int runDemo(const std::vector<std::string>& args);
 int runParams(const std::vector<std::string>& args);
 int runPorts(const std::vector<std::string>& args);
