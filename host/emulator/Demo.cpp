@@ -161,7 +161,7 @@ Result runMode(PHostLibrary& library, Mode& mode, bool json, Clock::time_point s
             break;
         }
         // One code at a time, as a person scans, so each is its own message.
-        printer.printUntil(printer.printed() + 1, Clock::now() + std::chrono::milliseconds(1500));
+        printer.printUntil(printer.printed() + 1, Clock::now() + std::chrono::milliseconds(3000));
     }
     component.close(id);
     const std::vector<PHostExternalEvent> events = printer.events();
