@@ -5,11 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <unistd.h>
+
 namespace kelmorhost {
 
 namespace {
 
 struct Options {
+    std::string ttyPath;  // the tty a BluetoothDevice path named, watched while listening
     std::vector<std::pair<std::string, std::string>> settings;  // KEY=VALUE in their order
     std::string lang = "en";
     bool xml = false;
@@ -96,7 +99,7 @@ std::u16string classFor(const Options& options)
 
 // Makes the component, reads the form and sets the settings as the host does; null after
 // printing why when any of it fails.
-std::unique_ptr<Component> prepared(const Options& options)
+std::unique_ptr<Component> prepared(Options& options)
 {
     std::string error;
     PHostLibrary* library = hostLibrary(error);
@@ -111,6 +114,12 @@ std::unique_ptr<Component> prepared(const Options& options)
         return nullptr;
     }
     component->parameters();
+    // A host always names the equipment type; without it no event would carry a name.
+    bool typed = false;
+    for (const auto& setting : options.settings)
+        typed = typed || setting.first == "EquipmentType";
+    if (!typed)
+        options.settings.emplace(options.settings.begin(), "EquipmentType", hostToUtf8(classFor(options)));
     for (auto setting : options.settings) {
         // A tty path stands for its port: the companion learns it, the form gets its number.
         if (setting.first == "BluetoothDevice" && setting.second.rfind("/", 0) == 0) {
@@ -121,6 +130,7 @@ std::unique_ptr<Component> prepared(const Options& options)
                 return nullptr;
             }
             std::fprintf(stderr, "%s is serial port %s\n", setting.second.c_str(), number.c_str());
+            options.ttyPath = setting.second;
             setting.second = number;
         }
         if (!component->setParameter(setting.first, setting.second)) {
@@ -235,12 +245,25 @@ int runListen(const std::vector<std::string>& args)
     const auto deadline = options.seconds > 0
                               ? start + std::chrono::milliseconds(static_cast<long>(options.seconds * 1000))
                               : Clock::time_point::max();
-    printer.printUntil(options.count ? static_cast<size_t>(options.count) : SIZE_MAX, deadline);
+    const size_t wanted = options.count ? static_cast<size_t>(options.count) : SIZE_MAX;
+    // Short rounds, so that a port unplugged meanwhile is noticed: the device itself doesn't
+    // tell the host.
+    bool gone = false;
+    while (!printer.printUntil(wanted, std::min(deadline, Clock::now() + std::chrono::milliseconds(250))) &&
+           !interrupted.load() && Clock::now() < deadline) {
+        if (!options.ttyPath.empty() && ::access(options.ttyPath.c_str(), F_OK) != 0) {
+            std::fprintf(stderr, "kelmor-host: the port %s is gone\n", options.ttyPath.c_str());
+            gone = true;
+            break;
+        }
+    }
     component->close(id);
     std::fprintf(stderr, "Closed %s after %zu event(s)%s\n", id.c_str(), printer.printed(),
                  interrupted.load() ? " (interrupted)" : "");
     if (interrupted.load())
         return 130;
+    if (gone)
+        return 1;
     return options.count && printer.printed() < static_cast<size_t>(options.count) ? 1 : 0;
 }
 

@@ -3,12 +3,32 @@
 #include "PHostJvm.h"
 #include "XmlReader.h"
 
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <map>
 
 namespace kelmorhost {
 
 std::atomic<bool> interrupted{false};
+
+namespace {
+
+void onInterrupt(int)
+{
+    interrupted.store(true);
+}
+
+}
+
+void catchInterrupts()
+{
+    struct sigaction action;
+    std::memset(&action, 0, sizeof action);
+    action.sa_handler = onInterrupt;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
 
 std::u16string fromUtf8(const std::string& text)
 {
@@ -91,6 +111,9 @@ PHostLibrary* hostLibrary(std::string& error)
         return nullptr;
     }
     library = loaded;
+    // The VM put its own handlers in place, which would end the process at once: Ctrl+C
+    // must first close the devices.
+    catchInterrupts();
     return library;
 }
 

@@ -17,6 +17,8 @@ using Clock = std::chrono::steady_clock;
 
 // Set by SIGINT/SIGTERM; every wait of the program looks at it.
 extern std::atomic<bool> interrupted;
+// Makes SIGINT and SIGTERM set interrupted.
+void catchInterrupts();
 
 std::u16string fromUtf8(const std::string& text);
 // Control characters as <GS>, <CR>, <0x7F>; everything else as it is.

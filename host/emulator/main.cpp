@@ -4,7 +4,6 @@
 
 #include <android/log.h>
 
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 
@@ -20,21 +19,11 @@ const char kUsage[] =
     "  test KEY=VALUE...            DeviceTest with those settings\n"
     "Each command takes --help; --verbose anywhere shows the library's trace lines.\n";
 
-void onSignal(int)
-{
-    kelmorhost::interrupted.store(true);
-}
-
 }
 
 int main(int argc, char** argv)
 {
-    struct sigaction action;
-    std::memset(&action, 0, sizeof action);
-    action.sa_handler = onSignal;
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-
+    kelmorhost::catchInterrupts();
     std::vector<std::string> args(argv + 1, argv + argc);
     // The library's trace lines would drown the events; --verbose keeps them.
     bool verbose = false;

@@ -4,6 +4,7 @@ usage: kelmor_host_test.py PATH_TO_KELMOR_HOST CASE"""
 import json
 import os
 import pty
+import signal
 import subprocess
 import sys
 import time
@@ -74,6 +75,23 @@ def listen(as_json):
         check("after 2 event(s)" in err, "listen reports how many came", err)
 
 
+def interrupt():
+    master, slave = pty.openpty()
+    process = subprocess.Popen([HOST, "listen", f"BluetoothDevice={os.ttyname(slave)}", "Suffix=13"],
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    line = process.stderr.readline()
+    while line and "waiting for" not in line:
+        line = process.stderr.readline()
+    os.write(master, b"4006381333931\r40063")  # the second code is cut short by Ctrl+C
+    check(process.stdout.readline().rstrip().endswith("Barcode: 4006381333931"), "the first code came")
+    process.send_signal(signal.SIGINT)
+    out, err = process.communicate(timeout=10)
+    os.close(master)
+    os.close(slave)
+    check(process.returncode == 130 and "after 1 event(s) (interrupted)" in err,
+          "Ctrl+C closes the device and exits 130", err)
+
+
 def errors():
     status, _, err = run("listen", "BluetoothDevice=65535", "--seconds", "1")
     check(status != 0 and "Open failed, code 2: Failed to create device" in err, "failing Open", err)
@@ -92,6 +110,7 @@ def errors():
 
 
 CASES = {"demo": demo, "params": params, "listen": lambda: listen(False),
-         "listen_json": lambda: listen(True), "errors": errors}
+         "listen_json": lambda: listen(True), "interrupt": interrupt,
+         "errors": errors}
 CASES[sys.argv[2]]()
 print("1 passed, 0 failed")
