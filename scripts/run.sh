@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the library and the host emulator, and runs the emulator
-# on its built-in default.
+# Installs what is missing, builds the companion jar, the library and the host emulator, and
+# runs the emulator with the given arguments (none: its demo).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
