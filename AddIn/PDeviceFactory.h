@@ -51,7 +51,7 @@ class PDeviceFactory {
 public:
     virtual ~PDeviceFactory();
 
-    // A new, closed device of the spec's kind, configured from it and made with
+    // A new, closed device of the kind that PDeviceSpec names, configured from it and made with
     // std::make_shared (a Java companion holds a handle that needs the shared owner). Null
     // when this build has no such device.
     virtual std::shared_ptr<PIOCustomDevice> make(const PDeviceSpec& spec) = 0;
