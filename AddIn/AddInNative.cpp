@@ -393,12 +393,16 @@ void KelmorNative::onInputEvent(PEvent* event)
 {
     if (!event)
         return;
-    const PByteArray input = event->value(PEventKeys::InputKey()).toByteArray();
+    PVariant inputValue, eventNameValue, deviceIdValue;
+    event->readValues({{&PEventKeys::InputKey(), &inputValue},
+                       {&PEventKeys::EventNameKey(), &eventNameValue},
+                       {&PEventKeys::DevIdKey(), &deviceIdValue}});
+    const PByteArray input = inputValue.toByteArray();
     IAddInDefBase* host = connection();
     if (!host || input.isEmpty())
         return;
-    const PString eventName = event->value(PEventKeys::EventNameKey()).toPString();
-    const PString deviceId = event->value(PEventKeys::DevIdKey()).toPString();
+    const PString eventName = eventNameValue.toPString();
+    const PString deviceId = deviceIdValue.toPString();
     const PString data = PString(reinterpret_cast<const char*>(input.constData()), input.size());
     if (eventName.isEmpty()) {
         setLastError(P_ERROR(PError::BadArgument, PString("bad event name")));
@@ -410,11 +414,12 @@ void KelmorNative::onInputEvent(PEvent* event)
     }
     if (data.isEmpty())
         return;
+    // The host's texts are not const: it gets copies of the shared names, and the data's own
+    // units, which nothing else shares.
     std::u16string source = deviceId.toTavrelString();
     std::u16string message = eventName.toTavrelString();
-    std::u16string text = data.toTavrelString();
     // The last thing done here: the host may destroy this component from inside the call.
-    host->externalEvent(&source[0], &message[0], &text[0]);
+    host->externalEvent(&source[0], &message[0], const_cast<char16_t*>(data.utf16()));
 }
 
 void KelmorNative::onDeviceError(const PError&) {}

@@ -13,16 +13,22 @@ struct PInputProcessorPrivate {
     mutable std::mutex lock;
     // Under a lock of its own, so that a callback may read the parameters.
     PLockedMap parameters;
+    // Counts the writes to parameters; bumped after each write.
+    std::atomic<uint64_t> parameterGeneration{0};
     PInputProcessor::Callback callback;
     PInputProcessor::ErrorCallback errorCallback;
     // Read on the device thread without the lock; swapped whole by atomic shared_ptr access.
     std::shared_ptr<const PInputProcessor::DebugMessageHandler> debugHandler;
+    // Whether debugHandler may be set: without a log, reading it takes no lock. (The atomic
+    // shared_ptr access of the library takes one from a pool.)
+    std::atomic<bool> hasDebugHandler{false};
 };
 
 PInputProcessor::PInputProcessor() : d(new PInputProcessorPrivate) {}
 
 PInputProcessor::~PInputProcessor()
 {
+    d->hasDebugHandler = false;
     std::atomic_store(&d->debugHandler, std::shared_ptr<const DebugMessageHandler>());
     d->errorCallback = nullptr;
     d->callback = nullptr;
@@ -60,6 +66,7 @@ void PInputProcessor::processError(const PError& error)
 void PInputProcessor::setParameter(const PString& name, const PVariant& value)
 {
     d->parameters.setValue(name, value);
+    d->parameterGeneration.fetch_add(1, std::memory_order_release);
 }
 
 PVariant PInputProcessor::parameter(const PString& name, const PVariant& fallback) const
@@ -88,7 +95,14 @@ void PInputProcessor::setDebugMessageHandler(DebugMessageHandler handler)
     if (handler)
         next = std::make_shared<const DebugMessageHandler>(std::move(handler));
     std::lock_guard<std::mutex> guard(d->lock);
+    // Raised before a handler is stored and lowered after it is gone, so that a reader that
+    // sees it low finds no handler anyway.
+    if (next)
+        d->hasDebugHandler = true;
+    const bool any = next != nullptr;
     std::atomic_store(&d->debugHandler, std::move(next));
+    if (!any)
+        d->hasDebugHandler = false;
 }
 
 PInputProcessor::DebugMessageHandler PInputProcessor::debugMessageHandler() const
@@ -99,5 +113,12 @@ PInputProcessor::DebugMessageHandler PInputProcessor::debugMessageHandler() cons
 
 std::shared_ptr<const PInputProcessor::DebugMessageHandler> PInputProcessor::debugHandler() const
 {
+    if (!d->hasDebugHandler.load(std::memory_order_acquire))
+        return nullptr;
     return std::atomic_load(&d->debugHandler);
+}
+
+uint64_t PInputProcessor::parameterGeneration() const
+{
+    return d->parameterGeneration.load(std::memory_order_acquire);
 }

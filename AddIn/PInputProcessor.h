@@ -8,6 +8,7 @@
 #include "PString.h"
 #include "PVariant.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -54,6 +55,9 @@ protected:
     // The current handler without copying the function: null when none is set. Test it
     // before formatting anything, so that a processor without a log formats nothing.
     std::shared_ptr<const DebugMessageHandler> debugHandler() const;
+    // Changes whenever a parameter is set, so that a processor may keep what it reads from
+    // the parameters and read them again only after a change.
+    uint64_t parameterGeneration() const;
 
 private:
     std::unique_ptr<PInputProcessorPrivate> d;

@@ -65,7 +65,9 @@ void storeTick(KeyBurst& burst, const std::vector<PKeyMSG>& messages, const char
 std::string bytesParameter(const PInputProcessor& processor, const PString& name,
                            const char* fallback)
 {
-    return processor.parameter(name, PVariant(fallback)).toByteArray().toStdString();
+    // The bytes of the text, as the serial processor reads them: a text value's own byte array
+    // is its wide form, which no typed key matches.
+    return processor.parameter(name, PVariant(fallback)).toStdString();
 }
 
 }  // namespace

@@ -4,15 +4,23 @@
 
 #include "StrakeText.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
 
-using CharSequence = PMarkedSequence<char, const char*>;
+using Span = PMarkSpan<const char*>;
+constexpr int32_t kText = PSequenceMark<const char*>::Text;
+constexpr int32_t kTerminator = PSequenceMark<const char*>::Terminator;
+
+// The marking walks hand each run to a sink as they find it: markSequenceBy stores the runs,
+// and the cut of a plain buffer takes its messages straight from them, so that no vector of
+// runs the size of the buffer is built only to be walked once.
 
 // Each whole, non-overlapping occurrence of the sequence is one terminator run.
-void markWholeSequence(CharSequence& marks, const char* data, const char* end,
-                       const char* sequence, unsigned long sequenceSize)
+template <class Sink>
+void markWholeSequence(Sink& sink, const char* data, const char* end, const char* sequence,
+                       unsigned long sequenceSize)
 {
     const char* start = data;
     const char* cursor = data;
@@ -28,19 +36,52 @@ void markWholeSequence(CharSequence& marks, const char* data, const char* end,
             continue;
         }
         if (cursor != start)
-            marks.addMark(start, cursor, PSequenceMark<const char*>::Text);
-        marks.addMark(cursor, cursor + sequenceSize, PSequenceMark<const char*>::Terminator);
+            sink(Span{start, cursor, kText});
+        sink(Span{cursor, cursor + sequenceSize, kTerminator});
         cursor += sequenceSize;
         start = cursor;
     }
     if (start < end)
-        marks.addMark(start, end, PSequenceMark<const char*>::Text);
+        sink(Span{start, end, kText});
+}
+
+typedef unsigned char Lanes __attribute__((vector_size(16)));
+
+Lanes lanesOf(unsigned char byte)
+{
+    return Lanes{byte, byte, byte, byte, byte, byte, byte, byte,
+                 byte, byte, byte, byte, byte, byte, byte, byte};
+}
+
+// The first byte of the value in [from, end), or end. Sixteen bytes at a time: a run of a
+// message is short, and a call of memchr per run costs more than the search itself.
+const char* findByte(const char* from, const char* end, unsigned char byte)
+{
+    const Lanes wanted = lanesOf(byte);
+    for (; end - from >= 16; from += 16) {
+        Lanes block;
+        std::memcpy(&block, from, sizeof block);
+        const Lanes matches = reinterpret_cast<Lanes>(block == wanted);
+        uint64_t halves[2];
+        std::memcpy(halves, &matches, sizeof halves);
+        // Both targets are little-endian: the lowest set byte is the first match.
+        if (halves[0] != 0)
+            return from + __builtin_ctzll(halves[0]) / 8;
+        if (halves[1] != 0)
+            return from + 8 + __builtin_ctzll(halves[1]) / 8;
+    }
+    for (; from < end; ++from) {
+        if (static_cast<unsigned char>(*from) == byte)
+            return from;
+    }
+    return end;
 }
 
 // The bytes of the sequence form a set; every run of bytes of one class (in the set or not)
-// is one mark. A set of one byte value finds its runs by memchr.
-void markCharacterSet(CharSequence& marks, const char* data, const char* end,
-                      const char* sequence, unsigned long sequenceSize)
+// is one mark. A set of one byte value finds its runs sixteen bytes at a time.
+template <class Sink>
+void markCharacterSet(Sink& sink, const char* data, const char* end, const char* sequence,
+                      unsigned long sequenceSize)
 {
     bool inSet[256] = {};
     for (unsigned long i = 0; i < sequenceSize; ++i)
@@ -49,16 +90,10 @@ void markCharacterSet(CharSequence& marks, const char* data, const char* end,
     for (unsigned long i = 1; i < sequenceSize; ++i)
         single = single && sequence[i] == sequence[0];
     const unsigned char only = static_cast<unsigned char>(sequence[0]);
-    if (single) {
-        // One memchr pass sizes the marks at once: growing a vector of a few megabytes step by
-        // step costs more in page faults than the whole cut.
-        size_t terminators = 0;
-        for (const char* at = data;
-             (at = static_cast<const char*>(std::memchr(at, only, size_t(end - at)))) != nullptr;
-             ++at)
-            ++terminators;
-        marks.reserve(2 * terminators + 1);
-    }
+    // Growing a vector of a few megabytes step by step costs more in page faults than the
+    // whole cut: the sink is sized first, by one counting pass.
+    if (single && Sink::sized)
+        sink.reserveRuns(2 * countByte(data, static_cast<size_t>(end - data), only) + 1);
 
     const char* run = data;
     while (run < end) {
@@ -66,21 +101,131 @@ void markCharacterSet(CharSequence& marks, const char* data, const char* end,
         if (inSet[static_cast<unsigned char>(*cursor)]) {
             while (cursor < end && inSet[static_cast<unsigned char>(*cursor)])
                 ++cursor;
-            marks.addMark(run, cursor, PSequenceMark<const char*>::Terminator);
+            sink(Span{run, cursor, kTerminator});
         } else {
             if (single) {
-                const void* found = std::memchr(cursor, only, static_cast<size_t>(end - cursor));
-                cursor = found != nullptr ? static_cast<const char*>(found) : end;
+                cursor = findByte(cursor, end, only);
             } else {
                 while (cursor < end && !inSet[static_cast<unsigned char>(*cursor)])
                     ++cursor;
             }
-            marks.addMark(run, cursor, PSequenceMark<const char*>::Text);
+            sink(Span{run, cursor, kText});
         }
         run = cursor;
     }
 }
 
+template <class Sink>
+void markInto(Sink& sink, const char* data, unsigned long size, const char* sequence,
+              unsigned long sequenceSize, int flags)
+{
+    if (data == nullptr || size == 0)
+        return;
+    const char* end = data + size;
+    if (sequence == nullptr || sequenceSize == 0)
+        sink(Span{data, end, kText});
+    else if ((flags & 1) || sequenceSize == 1)
+        markCharacterSet(sink, data, end, sequence, sequenceSize);
+    else
+        markWholeSequence(sink, data, end, sequence, sequenceSize);
+}
+
+// Stores the runs in a marked sequence.
+struct StoringSink {
+    static constexpr bool sized = true;
+    PMarkedSequence<char, const char*>& marks;
+    void operator()(const Span& span) { marks.addMark(span.begin, span.end, span.type); }
+    void reserveRuns(size_t count) { marks.reserve(count); }
+};
+
+// Takes the messages out of the runs as they come: a text run is sent when a terminator run
+// follows it and it carries the prefix (then removed); outputType 1 sends Base64.
+class CuttingSink {
+public:
+    static constexpr bool sized = true;
+    CuttingSink(std::vector<std::string>& messages, const std::string& prefix, int outputType)
+        : messages_(messages), prefix_(prefix), outputType_(outputType)
+    {
+    }
+    void operator()(const Span& span)
+    {
+        if (!span.isEmpty() && span.type == kTerminator && !text_.isEmpty()
+            && text_.type == kText)
+            send(text_);
+        text_ = span;
+    }
+    // The messages are sized by the terminators, as the stored runs would be.
+    void reserveRuns(size_t count) { messages_.reserve(count / 2 + 1); }
+
+private:
+    void send(const Span& text)
+    {
+        const size_t length = static_cast<size_t>(text.end - text.begin);
+        if (!prefix_.empty()
+            && (length <= prefix_.size()
+                || std::memcmp(text.begin, prefix_.data(), prefix_.size()) != 0))
+            return;
+        const char* begin = text.begin + prefix_.size();
+        if (outputType_ == 1)
+            messages_.push_back(
+                strake::base64_encode(begin, static_cast<unsigned long>(text.end - begin)));
+        else
+            messages_.emplace_back(begin, text.end);
+    }
+
+    std::vector<std::string>& messages_;
+    const std::string& prefix_;
+    const int outputType_;
+    Span text_{nullptr, nullptr, kTerminator};
+};
+
+// Keeps the first run and the last terminator run.
+struct BoundsSink {
+    static constexpr bool sized = false;
+    PMarkBounds& bounds;
+    void operator()(const Span& span)
+    {
+        if (bounds.first.begin == nullptr)
+            bounds.first = span;
+        if (span.type == kTerminator)
+            bounds.lastTerminator = span;
+    }
+    void reserveRuns(size_t) {}
+};
+
+// With an empty suffix the whole marked text is one message, as it is.
+void cutWhole(std::vector<std::string>& messages, const Span* first, const Span* last)
+{
+    if (first == nullptr || first->isEmpty() || last->isEmpty())
+        return;
+    messages.emplace_back(first->begin, last->end);
+}
+
+}
+
+size_t countByte(const char* data, size_t size, unsigned char byte)
+{
+    // Sixteen lanes at a time, each lane counting its matches; a lane holds up to 255, so
+    // the lanes are summed every 255 rounds. Vector extensions of GCC and clang: SSE2 on
+    // x86-64, NEON on arm64.
+    const Lanes wanted = lanesOf(byte);
+    size_t count = 0;
+    size_t at = 0;
+    while (size - at >= sizeof(Lanes)) {
+        Lanes lanes = {};
+        const size_t rounds = std::min<size_t>((size - at) / sizeof(Lanes), 255);
+        for (size_t round = 0; round < rounds; ++round, at += sizeof(Lanes)) {
+            Lanes block;
+            std::memcpy(&block, data + at, sizeof block);
+            // A match compares as all ones, that is -1: subtracting it counts one.
+            lanes -= reinterpret_cast<Lanes>(block == wanted);
+        }
+        for (size_t lane = 0; lane < sizeof(Lanes); ++lane)
+            count += lanes[lane];
+    }
+    for (; at < size; ++at)
+        count += static_cast<unsigned char>(data[at]) == byte ? 1 : 0;
+    return count;
 }
 
 template <>
@@ -88,18 +233,9 @@ PMarkedSequence<char, const char*> markSequenceBy<char>(const char* data, unsign
                                                        const char* sequence,
                                                        unsigned long sequenceSize, int flags)
 {
-    CharSequence marks(data);
-    if (data == nullptr || size == 0)
-        return marks;
-    const char* end = data + size;
-    if (sequence == nullptr || sequenceSize == 0) {
-        marks.addMark(data, end, PSequenceMark<const char*>::Text);
-        return marks;
-    }
-    if ((flags & 1) || sequenceSize == 1)
-        markCharacterSet(marks, data, end, sequence, sequenceSize);
-    else
-        markWholeSequence(marks, data, end, sequence, sequenceSize);
+    PMarkedSequence<char, const char*> marks(data);
+    StoringSink sink{marks};
+    markInto(sink, data, size, sequence, sequenceSize, flags);
     return marks;
 }
 
@@ -110,40 +246,45 @@ std::vector<std::string> prepareDataForSend(const PMarkedSequence<char, const ch
     std::vector<std::string> messages;
     const auto& spans = marks.spans();
     if (suffix.empty()) {
-        if (spans.empty() || spans.front().isEmpty() || spans.back().isEmpty())
-            return messages;
-        messages.emplace_back(spans.front().begin, spans.back().end);
+        if (!spans.empty())
+            cutWhole(messages, &spans.front(), &spans.back());
         return messages;
     }
-
-    messages.reserve(spans.size() / 2 + 1);
-    for (size_t i = 0; i + 1 < spans.size(); ++i) {
-        const auto& text = spans[i];
-        if (text.isEmpty() || text.type != PSequenceMark<const char*>::Text)
-            continue;
-        const auto& next = spans[i + 1];
-        if (next.isEmpty() || next.type != PSequenceMark<const char*>::Terminator)
-            continue;
-        const size_t length = static_cast<size_t>(text.end - text.begin);
-        if (!prefix.empty()
-            && (length <= prefix.size()
-                || std::memcmp(text.begin, prefix.data(), prefix.size()) != 0))
-            continue;
-        const char* begin = text.begin + prefix.size();
-        if (outputType == 1)
-            messages.push_back(strake::base64_encode(begin, static_cast<unsigned long>(text.end - begin)));
-        else
-            messages.emplace_back(begin, text.end);
-    }
+    CuttingSink sink(messages, prefix, outputType);
+    sink.reserveRuns(spans.size());
+    for (const Span& span : spans)
+        sink(span);
     return messages;
 }
 
 std::vector<std::string> prepareDataForSend(const std::string& data, const std::string& prefix,
                                             const std::string& suffix, int outputType)
 {
-    const int flags = suffix == "\r\n" ? 1 : 0;
-    return prepareDataForSend(
-        markSequenceBy<char>(data.data(), static_cast<unsigned long>(data.size()), suffix.data(),
-                             static_cast<unsigned long>(suffix.size()), flags),
-        prefix, suffix, outputType);
+    return prepareDataForSend(data.data(), data.size(), prefix, suffix, outputType);
+}
+
+std::vector<std::string> prepareDataForSend(const char* data, size_t size,
+                                            const std::string& prefix, const std::string& suffix,
+                                            int outputType)
+{
+    std::vector<std::string> messages;
+    if (suffix.empty()) {
+        // One text run over the whole of the data, or none.
+        if (size != 0)
+            messages.emplace_back(data, size);
+        return messages;
+    }
+    CuttingSink sink(messages, prefix, outputType);
+    markInto(sink, data, static_cast<unsigned long>(size), suffix.data(),
+             static_cast<unsigned long>(suffix.size()), suffix == "\r\n" ? 1 : 0);
+    return messages;
+}
+
+PMarkBounds markBoundsBy(const char* data, unsigned long size, const char* sequence,
+                         unsigned long sequenceSize, int flags)
+{
+    PMarkBounds bounds;
+    BoundsSink sink{bounds};
+    markInto(sink, data, size, sequence, sequenceSize, flags);
+    return bounds;
 }

@@ -136,3 +136,19 @@ std::vector<std::string> prepareDataForSend(const PMarkedSequence<char, const ch
 // Marks data at suffix (as a set of bytes when suffix is exactly "\r\n") and cuts it.
 std::vector<std::string> prepareDataForSend(const std::string& data, const std::string& prefix,
                                             const std::string& suffix, int outputType);
+std::vector<std::string> prepareDataForSend(const char* data, size_t size,
+                                            const std::string& prefix, const std::string& suffix,
+                                            int outputType);
+
+// How many bytes of data equal byte: a cut sizes its results by it before it cuts.
+size_t countByte(const char* data, size_t size, unsigned char byte);
+
+// Where the runs of markSequenceBy lie, found without storing them: the first run and the
+// last terminator run, which is empty (null pointers) when there is none. The runs cover the
+// data, so whatever follows the last terminator is one text run.
+struct PMarkBounds {
+    PMarkSpan<const char*> first{nullptr, nullptr, 0};
+    PMarkSpan<const char*> lastTerminator{nullptr, nullptr, 1};
+};
+PMarkBounds markBoundsBy(const char* data, unsigned long size, const char* sequence,
+                         unsigned long sequenceSize, int flags);

@@ -51,8 +51,23 @@ std::string hexOf(const std::string& bytes)
 
 }
 
+// What processInput reads from the parameters, kept until a parameter changes.
+struct PSerialSettings {
+    uint64_t generation = ~uint64_t(0);
+    std::string suffix;
+    std::string prefix;
+    int outputType = 0;
+    std::string encoding;
+    // What every message carries from the parameters.
+    PVariant outputDataType;
+    PVariant equipmentType;
+    PVariant deviceId;
+    PVariant eventName;
+};
+
 struct PSerialInputProcessorPrivate {
-    // The bytes after the last suffix; touched by the delivering thread only.
+    // The settings and the bytes after the last suffix; touched by the delivering thread only.
+    PSerialSettings settings;
     std::string pending;
     // Set when an unfinished message outgrew the bound: the rest of it, up to the next
     // suffix, is dropped as well.
@@ -60,6 +75,25 @@ struct PSerialInputProcessorPrivate {
 };
 
 PSerialInputProcessor::PSerialInputProcessor() : s(new PSerialInputProcessorPrivate) {}
+
+const PSerialSettings& PSerialInputProcessor::settings()
+{
+    PSerialSettings& kept = s->settings;
+    const uint64_t generation = parameterGeneration();
+    if (generation == kept.generation)
+        return kept;
+    kept.suffix = parameter(PEventKeys::SuffixKey(), defaultSuffix()).toStdString();
+    kept.prefix = parameter(PEventKeys::PrefixKey(), emptyText()).toStdString();
+    kept.outputType = parameter(PEventKeys::OutputDataTypeKey(), zero()).toInt();
+    kept.encoding = parameter(PEventKeys::COMEncodingKey(), defaultEncoding()).toStdString();
+    kept.outputDataType = parameter(PEventKeys::OutputDataTypeKey(), invalidValue());
+    kept.equipmentType = parameter(PEventKeys::EquipmentTypeKey(), invalidValue());
+    kept.deviceId = parameter(PEventKeys::DevIdKey(), invalidValue());
+    kept.eventName = parameter(PEventKeys::EventNameKey(), invalidValue());
+    // A write that came after the generation was read makes the next call read again.
+    kept.generation = generation;
+    return kept;
+}
 
 PSerialInputProcessor::~PSerialInputProcessor() = default;
 
@@ -90,7 +124,14 @@ void PSerialInputProcessor::processInput(PEvent* event)
     if (event == nullptr || event->type() != PIODeviceEvent::EventType)
         return;
 
-    const PByteArray input = event->value(PEventKeys::InputKey()).toByteArray();
+    // What the messages of this event share with it, read with the input under one lock.
+    PVariant inputValue, devId, devType, devState, devAlias;
+    event->readValues({{&PEventKeys::InputKey(), &inputValue},
+                       {&PEventKeys::DevIdEventKey(), &devId},
+                       {&PEventKeys::DevTypeEventKey(), &devType},
+                       {&PEventKeys::DevStateEventKey(), &devState},
+                       {&PEventKeys::DevAliasEventKey(), &devAlias}});
+    const PByteArray input = inputValue.toByteArray();
     const char* data = input.constChars();
     const size_t size = input.size();
     if (auto handler = debugHandler())
@@ -100,56 +141,65 @@ void PSerialInputProcessor::processInput(PEvent* event)
     if (size == 0)
         return;
 
-    const std::string suffix = parameter(PEventKeys::SuffixKey(), defaultSuffix()).toStdString();
+    const PSerialSettings& settings = this->settings();
+    const std::string& suffix = settings.suffix;
+    // The finished text: a part of the input itself when nothing was pending before it, so
+    // that the common block of whole messages is cut where it lies; else gathered in text.
     std::string text;
+    const char* finished = nullptr;
+    size_t finishedSize = 0;
     if (suffix.empty()) {
-        text.assign(data, size);
+        finished = data;
+        finishedSize = size;
     } else {
-        auto marks = markSequenceBy<char>(data, static_cast<unsigned long>(size), suffix.data(),
-                                          static_cast<unsigned long>(suffix.size()),
-                                          suffix == "\r\n" ? 1 : 0);
-        bool ended = false;
-        for (const auto& span : marks.spans())
-            ended = ended || span.type != PSequenceMark<const char*>::Text;
-        if (!ended) {
+        const PMarkBounds bounds =
+            markBoundsBy(data, static_cast<unsigned long>(size), suffix.data(),
+                         static_cast<unsigned long>(suffix.size()), suffix == "\r\n" ? 1 : 0);
+        if (bounds.lastTerminator.isEmpty()) {
             keepPending(data, size);
         } else {
-            PSequenceMark<const char*> tail;
-            if (marks.lastMark().type() == PSequenceMark<const char*>::Text)
-                tail = marks.popBackMark();
-            const auto first = marks.firstMark();
-            const auto last = marks.lastMark();
-            if (!first.isEmpty() && !last.isEmpty()) {
-                const char* begin = first.begin();
-                // The end of a message that outgrew the bound goes with the rest of it.
-                if (s->discarding && first.type() == PSequenceMark<const char*>::Text)
-                    begin = first.end();
-                text.reserve(s->pending.size() + static_cast<size_t>(last.end() - begin));
-                text.append(s->pending).append(begin, last.end());
+            const char* begin = bounds.first.begin;
+            // The end of a message that outgrew the bound goes with the rest of it.
+            if (s->discarding && bounds.first.type == PSequenceMark<const char*>::Text)
+                begin = bounds.first.end;
+            const char* end = bounds.lastTerminator.end;
+            if (s->pending.empty()) {
+                finished = begin;
+                finishedSize = static_cast<size_t>(end - begin);
+            } else {
+                text.reserve(s->pending.size() + static_cast<size_t>(end - begin));
+                text.append(s->pending).append(begin, end);
             }
             s->pending.clear();
             s->discarding = false;
-            if (!tail.isEmpty())
-                keepPending(tail.begin(), tail.size());
+            if (end != data + size)
+                keepPending(end, static_cast<size_t>(data + size - end));
         }
+    }
+    if (finished == nullptr) {
+        finished = text.data();
+        finishedSize = text.size();
     }
 
     auto handler = debugHandler();
     if (handler)
-        pDebug(*handler) << "PSerialInputProcessor::processInput: processed data = " << hexOf(text)
-                         << " : " << text;
-    if (text.empty())
+        pDebug(*handler) << "PSerialInputProcessor::processInput: processed data = "
+                         << strake::string2hex(finished, finishedSize, " ", "0x") << " : "
+                         << std::string(finished, finishedSize);
+    if (finishedSize == 0)
         return;
 
-    const std::string prefix = parameter(PEventKeys::PrefixKey(), emptyText()).toStdString();
-    const int outputType = parameter(PEventKeys::OutputDataTypeKey(), zero()).toInt();
-    const std::string encoding =
-        parameter(PEventKeys::COMEncodingKey(), defaultEncoding()).toStdString();
+    const std::string& prefix = settings.prefix;
+    const int outputType = settings.outputType;
+    const std::string& encoding = settings.encoding;
     if (encoding == "Windows-1251") {
         if (handler)
             pDebug(*handler) << "PSerialInputProcessor::processInput: recode intup data from "
                              << encoding << ":" << kWindows1251 << " to UTF-8 ";
-        text = PEncoding::encode(PEncoding::decode(text, kWindows1251), kUtf8);
+        text = PEncoding::encode(
+            PEncoding::decode(std::string(finished, finishedSize), kWindows1251), kUtf8);
+        finished = text.data();
+        finishedSize = text.size();
     }
     if (handler)
         pDebug(*handler) << "PSerialInputProcessor::processInput: \n"
@@ -157,38 +207,42 @@ void PSerialInputProcessor::processInput(PEvent* event)
                          << "suffix = " << hexOf(suffix) << "\n"
                          << "output data type = " << outputType << "\n"
                          << "encoding = " << encoding << "\n"
-                         << "preview = " << text;
+                         << "preview = " << std::string(finished, finishedSize);
 
-    const std::vector<std::string> messages = prepareDataForSend(text, prefix, suffix, outputType);
+    const std::vector<std::string> messages =
+        prepareDataForSend(finished, finishedSize, prefix, suffix, outputType);
     if (handler)
         pDebug(*handler) << "PSerialInputProcessor::processInput: detected parts count = "
                          << static_cast<unsigned long>(messages.size());
     if (messages.empty())
         return;
 
-    // What every message of this event shares, read once.
-    const PVariant devId = event->value(PEventKeys::DevIdEventKey());
-    const PVariant devType = event->value(PEventKeys::DevTypeEventKey());
-    const PVariant devState = event->value(PEventKeys::DevStateEventKey());
-    const PVariant devAlias = event->value(PEventKeys::DevAliasEventKey());
-    const PVariant outputDataType = parameter(PEventKeys::OutputDataTypeKey(), invalidValue());
-    const PVariant equipmentType = parameter(PEventKeys::EquipmentTypeKey(), invalidValue());
-    const PVariant deviceId = parameter(PEventKeys::DevIdKey(), invalidValue());
-    const PVariant eventName = parameter(PEventKeys::EventNameKey(), invalidValue());
-    const PVariant unprocessed = PVariant(PByteArray(text));
+    // The input itself when the finished text is the whole of it.
+    const bool wholeInput =
+        finished == data && finishedSize == size && inputValue.type() == PVariant::Bytes;
+    PVariant unprocessed =
+        wholeInput ? inputValue
+                   : PVariant(PByteArray(reinterpret_cast<const unsigned char*>(finished),
+                                         static_cast<unsigned long>(finishedSize)));
 
     for (const std::string& message : messages) {
-        PIODeviceEvent out;
-        out.setValue(PEventKeys::DevIdEventKey(), devId);
-        out.setValue(PEventKeys::DevTypeEventKey(), devType);
-        out.setValue(PEventKeys::DevStateEventKey(), devState);
-        out.setValue(PEventKeys::DevAliasEventKey(), devAlias);
-        out.setValue(PEventKeys::InputKey(), PVariant(PByteArray(message)));
-        out.setValue(PEventKeys::OutputDataTypeKey(), outputDataType);
-        out.setValue(PEventKeys::EquipmentTypeKey(), equipmentType);
-        out.setValue(PEventKeys::DevIdKey(), deviceId);
-        out.setValue(PEventKeys::EventNameKey(), eventName);
-        out.setValue(PEventKeys::UnprocessedInputKey(), unprocessed);
+        // The last message takes the shared values over: each copy is a count changed
+        // atomically, and this is the road of every scanned code.
+        const bool last = &message == &messages.back();
+        auto share = [last](PVariant& value) { return last ? std::move(value) : value; };
+        std::vector<PEvent::Field> fields;
+        fields.reserve(10);
+        fields.emplace_back(&PEventKeys::DevIdEventKey(), share(devId));
+        fields.emplace_back(&PEventKeys::DevTypeEventKey(), share(devType));
+        fields.emplace_back(&PEventKeys::DevStateEventKey(), share(devState));
+        fields.emplace_back(&PEventKeys::DevAliasEventKey(), share(devAlias));
+        fields.emplace_back(&PEventKeys::InputKey(), PVariant(PByteArray(message)));
+        fields.emplace_back(&PEventKeys::OutputDataTypeKey(), settings.outputDataType);
+        fields.emplace_back(&PEventKeys::EquipmentTypeKey(), settings.equipmentType);
+        fields.emplace_back(&PEventKeys::DevIdKey(), settings.deviceId);
+        fields.emplace_back(&PEventKeys::EventNameKey(), settings.eventName);
+        fields.emplace_back(&PEventKeys::UnprocessedInputKey(), share(unprocessed));
+        PIODeviceEvent out(std::move(fields));
         PInputProcessor::processInput(&out);
     }
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 struct PSerialInputProcessorPrivate;
+struct PSerialSettings;
 
 // Keeps the bytes that no suffix has ended yet, recodes each finished text and hands one new
 // event per message to PInputProcessor::processInput.
@@ -31,6 +32,8 @@ public:
     size_t pendingBytes() const;
 
 private:
+    // The parameters as processInput uses them, read again only after a change.
+    const PSerialSettings& settings();
     // Adds bytes to the unfinished message, dropping it when it would outgrow the bound.
     void keepPending(const char* data, size_t size);
 

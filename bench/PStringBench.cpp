@@ -1,6 +1,6 @@
 // Text and bytes: copying shares (target: copying 1 MiB costs less than twice copying an
 // empty string), a move costs no more than a copy of an empty std::u16string, and the
-// throughput of the UTF round trip and of Base64.
+// throughput of the UTF round trip and of Base64. Each checks what it made.
 #include "PPropertyBag.h"
 #include "PString.h"
 #include "StrakeText.h"
@@ -37,6 +37,8 @@ void copyPString(benchmark::State& state, const PString& source)
         PString copy(source);
         benchmark::DoNotOptimize(copy);
     }
+    if (PString(source).size() != source.size())
+        state.SkipWithError("the copy differs");
 }
 
 void BM_CopyEmptyPString(benchmark::State& state)
@@ -57,6 +59,8 @@ void BM_CopyMiBStdU16String(benchmark::State& state)
         std::u16string copy(source);
         benchmark::DoNotOptimize(copy);
     }
+    if (std::u16string(source).size() != kMiB)
+        state.SkipWithError("the copy differs");
 }
 
 // There and back, so the source is whole again for the next round.
@@ -68,6 +72,8 @@ void BM_MovePString(benchmark::State& state)
         text = std::move(moved);
         benchmark::DoNotOptimize(text);
     }
+    if (text.size() != kMiB)
+        state.SkipWithError("the text was lost");
 }
 
 // The baseline a move of the units themselves costs.
@@ -79,6 +85,8 @@ void BM_MoveStdU16String(benchmark::State& state)
         text = std::move(moved);
         benchmark::DoNotOptimize(text);
     }
+    if (text.size() != kMiB)
+        state.SkipWithError("the text was lost");
 }
 
 void BM_CopyPPropertyBag(benchmark::State& state)
@@ -90,32 +98,48 @@ void BM_CopyPPropertyBag(benchmark::State& state)
         PPropertyBag copy(bag);
         benchmark::DoNotOptimize(copy);
     }
+    if (PPropertyBag(bag).value(u"Speed").toInt() != 9600)
+        state.SkipWithError("the copy differs");
 }
 
 void BM_Utf8Utf16Utf8RoundTrip(benchmark::State& state)
 {
     const std::string text = mixedText(kMiB);
+    std::string back;
     for (auto _ : state) {
         std::u16string units = strake::str2_tavrelstr(text);
-        std::string back = strake::_tavrelstr2str(units);
+        back = strake::_tavrelstr2str(units);
         benchmark::DoNotOptimize(back);
     }
+    if (back != text)
+        state.SkipWithError("the round trip changed the text");
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(text.size()));
 }
 
 void BM_Base64Encode(benchmark::State& state)
 {
     const std::string raw = mixedText(kMiB);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(strake::base64_encode(raw));
+    std::string encoded;
+    for (auto _ : state) {
+        encoded = strake::base64_encode(raw);
+        benchmark::DoNotOptimize(encoded);
+    }
+    if (strake::base64_decode(encoded) != raw)
+        state.SkipWithError("the encoding does not decode to the bytes");
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(raw.size()));
 }
 
 void BM_Base64Decode(benchmark::State& state)
 {
-    const std::string encoded = strake::base64_encode(mixedText(kMiB));
-    for (auto _ : state)
-        benchmark::DoNotOptimize(strake::base64_decode(encoded));
+    const std::string raw = mixedText(kMiB);
+    const std::string encoded = strake::base64_encode(raw);
+    std::string decoded;
+    for (auto _ : state) {
+        decoded = strake::base64_decode(encoded);
+        benchmark::DoNotOptimize(decoded);
+    }
+    if (decoded != raw)
+        state.SkipWithError("the decoding differs from the bytes");
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(encoded.size()));
 }
 

@@ -92,6 +92,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     check(opened || device.getLastError().isError());
     check(factory->count() <= 1);
     if (const auto made = factory->last()) {
+        // A socket is made only for an address that names a port.
+        const auto kind = made->spec.kind;
+        check((kind != PDeviceSpec::TcpSocket && kind != PDeviceSpec::UdpSocket) || made->spec.port != 0);
         for (size_t from = 0; from < tail.size(); from += 7)
             made->deliver(PByteArray(tail.substr(from, 7)));
         device.close();

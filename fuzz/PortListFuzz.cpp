@@ -2,6 +2,7 @@
 // XML. Each list has one port per part; each described device has exactly the seven keys.
 #include "PSerialPort.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -13,7 +14,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::vector<PString> ports;
     try {
         PSerialPort::parsePortList(answer, &ports);
-        if (ports.size() != answer.split(u';').size())
+        // One port per part, counted on the bytes: a second split into PStrings cost as
+        // much as the parser.
+        const std::string text = answer.toStdString();
+        const size_t parts = std::count(text.begin(), text.end(), ';') + (text.back() != ';');
+        if (ports.size() != parts)
             std::abort();
     } catch (const PError& error) {
         if (!answer.isEmpty() || error.message() != PString("No device found"))

@@ -131,6 +131,14 @@ bool PHostConnection::waitForEvents(size_t count, std::chrono::milliseconds time
     return m_eventCame.wait_for(lock, timeout, [&] { return m_events.size() >= count; });
 }
 
+std::vector<PHostExternalEvent> PHostConnection::takeEvents()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<PHostExternalEvent> taken;
+    taken.swap(m_events);
+    return taken;
+}
+
 void PHostConnection::clear()
 {
     std::lock_guard<std::mutex> lock(m_mutex);

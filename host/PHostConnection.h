@@ -66,6 +66,8 @@ public:
 
     std::vector<PHostReportedError> errors() const;
     std::vector<PHostExternalEvent> events() const;
+    // The events recorded so far, which the connection then forgets: for a long run.
+    std::vector<PHostExternalEvent> takeEvents();
     // Waits until at least count events have come or the timeout passed; true when they came.
     bool waitForEvents(size_t count, std::chrono::milliseconds timeout) const;
     void clear();

@@ -76,6 +76,7 @@ JavaVM* createVm()
     };
     if (chosen.checkJni)
         texts.push_back("-Xcheck:jni");
+    texts.insert(texts.end(), chosen.extraOptions.begin(), chosen.extraOptions.end());
     std::vector<JavaVMOption> vmOptions;
     for (const std::string& text : texts)
         vmOptions.push_back(JavaVMOption{const_cast<char*>(text.c_str()), nullptr});

@@ -8,6 +8,7 @@
 #include <jni.h>
 
 #include <string>
+#include <vector>
 
 // How the VM is made.
 struct PHostJvmOptions {
@@ -17,6 +18,8 @@ struct PHostJvmOptions {
     std::string libraryPath;
     // -Xcheck:jni; off only for measurements, where the checker would weigh on every call.
     bool checkJni = true;
+    // More options for the VM, after the usual ones (a later option wins).
+    std::vector<std::string> extraOptions;
 };
 
 // A VM can be made once per process and is never destroyed, so every function here works on

@@ -56,6 +56,9 @@ bool PBluetooth::open(int flags)
         d->buffers.open(flags & OpenRead, flags & OpenWrite);
         auto companion =
             holder.companion.prepare(*this, PString(JavaClass), !holder.companion.exists());
+        // Open before the companion starts its reader: a block it reads at once (codes a
+        // scanner kept while the link was down) must reach the callback, not be dropped.
+        PIODevice::open(flags);
         if (!holder.connectedSocket.isNull()) {
             companion->callVoid("setConnected", "(Landroid/bluetooth/BluetoothSocket;J)V",
                                 holder.connectedSocket, static_cast<int64_t>(flags));
@@ -72,12 +75,13 @@ bool PBluetooth::open(int flags)
                         "Failed to open bluetooth device. Check connection.");
             }
         }
-        PIODevice::open(flags);
     } catch (...) {
         error = PJavaDevice::caughtError();
     }
-    if (error.isError())
+    if (error.isError()) {
+        PIODevice::close();
         setLastError(error);
+    }
     return !error.isError();
 }
 
@@ -159,8 +163,8 @@ void PBluetooth::onReceive(const PByteArray& data)
     // would only cost a call per block.
     const Callback notify = callback();
     if (notify && PIODevice::isOpen() && d->holder.companion.isValid()) {
-        PIODeviceEvent event =
-            PJavaDevice::deviceEvent(data, d->deviceId, "bluetooth", parameter(PString("alias")));
+        PIODeviceEvent event = PJavaDevice::deviceEvent(
+            data, PJavaDevice::eventHeader(d->deviceId, "bluetooth", parameter(PString("alias"))));
         notify(&event);
     }
 }

@@ -4,15 +4,12 @@
 
 #include "PEvent.h"
 #include "PEventKeys.h"
-#include "PJNIHelper.h"
-#include "PJNIGuards.h"
+#include "PJavaCompanion.h"
 #include "PJavaHandles.h"
 #include "PLocale.h"
 #include "PLogger.h"
 #include "PXmlNodes.h"
 #include "StrakeText.h"
-
-#include <jni.h>
 
 #include <atomic>
 #include <mutex>
@@ -49,23 +46,22 @@ struct PBroadcastReceaverPrivate {
     PString categoryName;
     std::set<PBroadcastDataField> fields;
     // Guards the companion pointer, which open sets on the host's thread while a delivery
-    // asks isOpen() on its own. Never held over a Java call.
+    // asks isOpen() on its own. Never held over a Java call: a caller copies the pointer.
     mutable std::mutex companionLock;
-    PJNIClassObject* companion = nullptr;
+    std::shared_ptr<PJavaCompanion> companion;
     // The handle the companion was made with; it lives exactly as long as the companion.
     PJavaHandle handle;
 
-    PJNIClassObject* currentCompanion() const
+    std::shared_ptr<PJavaCompanion> currentCompanion() const
     {
         std::lock_guard<std::mutex> guard(companionLock);
         return companion;
     }
-    PJNIClassObject* takeCompanion()
+    void setCompanion(std::shared_ptr<PJavaCompanion> made)
     {
         std::lock_guard<std::mutex> guard(companionLock);
-        PJNIClassObject* taken = companion;
-        companion = nullptr;
-        return taken;
+        companion.swap(made);
+        // The one replaced goes here, outside the lock.
     }
 };
 
@@ -82,7 +78,7 @@ PBroadcastReceaver::~PBroadcastReceaver()
     // Unlike a companion that waits for a later open, one whose device is gone has nothing
     // left to serve: its handle and its global reference go now, not at disconnect.
     d->handle.detach();
-    PJNIHelper::destroyClassObj(d->takeCompanion());
+    d->setCompanion(nullptr);
 }
 
 void PBroadcastReceaver::setSignalName(const PString& name)
@@ -138,7 +134,7 @@ bool PBroadcastReceaver::open(int)
         if (d->fields.empty())
             P_THROW(PError::GeneralFailure, pTr("Broadcast data fields not specified",
                                                 "Не заданы поля данных оповещения"));
-        if (!PJNIHelper::isConnected())
+        if (!strake::javaConnected())
             P_THROW(PError::GeneralFailure,
                     pTr("JNI not connected", "Не удалось подключить интерфейс JNI"));
         auto self = std::static_pointer_cast<PBroadcastReceaver>(weak_from_this().lock());
@@ -146,32 +142,26 @@ bool PBroadcastReceaver::open(int)
             P_THROW(PError::GeneralFailure,
                     "Broadcast receiver device must be made with std::make_shared");
 
-        PJNIClassObject* companion = d->currentCompanion();
+        std::shared_ptr<PJavaCompanion> companion = d->currentCompanion();
         if (companion && !companion->isValid()) {
             // Left dead by a disconnect, or its constructor failed: make a new one.
             d->handle.detach();
-            PJNIHelper::destroyClassObj(d->takeCompanion());
-            companion = nullptr;
+            d->setCompanion(nullptr);
+            companion.reset();
         }
         if (!companion) {
             d->handle.attach(self);
-            // The record keeps the object until takeCompanion hands it to destroyClassObj.
-            companion = PJNIHelper::createClassObj(kJavaClass, "(Landroid/app/Activity;J)V",
-                                                   PJNIHelper::getActivity(),
-                                                   jlong(d->handle.value()))
-                            .release();
-            std::lock_guard<std::mutex> guard(d->companionLock);
-            d->companion = companion;
+            companion = PJavaCompanion::create(kJavaClass, d->handle.value());
+            d->setCompanion(companion);
         }
         if (!companion || !companion->isValid()) {
-            PError made = PJNIHelper::getLastError();
+            PError made = strake::javaLastError();
             if (!made.isError())
                 made = P_ERROR(PError::GeneralFailure,
                                PString("class ") + kJavaClass + " could not be made");
             throw made;
         }
-        const PJNILocalRef text = PJNILocalRef::string(parametersText());
-        if (!companion->callBooleanMethod("open", "(Ljava/lang/String;)Z", text.asString())) {
+        if (!companion->callBoolean("open", parametersText())) {
             PError refused = companion->lastError();
             if (!refused.isError())
                 refused = P_ERROR(PError::GeneralFailure,
@@ -196,8 +186,8 @@ bool PBroadcastReceaver::close()
     // Cleared first: a delivery from here on is dropped.
     d->opened = false;
     if (wasOpen) {
-        if (PJNIClassObject* companion = d->currentCompanion())
-            companion->callVoidMethod("close", "()V");
+        if (const std::shared_ptr<PJavaCompanion> companion = d->currentCompanion())
+            companion->callVoid("close");
     }
     return true;
 }
@@ -278,28 +268,4 @@ void PBroadcastReceaver::deliverString(int64_t handle, const PString& xml)
     const PByteArray suffix(device->parameter("Suffix", PString()).toPString().toStdString());
     if (inputFromXml(xml, suffix, &input))
         device->deliver(input);
-}
-
-extern "C" KELMOR_EXPORT void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(
-    JNIEnv* env, jobject, jlong handle, jbyteArray data)
-{
-    try {
-        if (handle != 0 && data != nullptr)
-            PBroadcastReceaver::deliverData(handle, strake::jbyteArray2ByteArray(env, data));
-    } catch (...) {
-        // Nothing may reach the Java caller.
-        PError::fromCurrentException();
-    }
-}
-
-extern "C" KELMOR_EXPORT void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString(
-    JNIEnv* env, jobject, jlong handle, jstring xml)
-{
-    try {
-        if (handle != 0)
-            PBroadcastReceaver::deliverString(handle, PString(strake::jstr2str<char16_t>(env, xml)));
-    } catch (...) {
-        // Nothing may reach the Java caller.
-        PError::fromCurrentException();
-    }
 }

@@ -3,9 +3,11 @@
 // or drop the device from inside its own callback; a stale, unknown or zero handle reaches
 // nothing. Nothing may reach the Java caller: each ends in the one catch ladder.
 #include "PBluetooth.h"
+#include "PBroadcastReceaver.h"
 #include "PJNIHelper.h"
 #include "PJavaDevice.h"
 #include "PJavaHandles.h"
+#include "PKeyboardIOQueueService.h"
 #include "PSerialPort.h"
 #include "PTcpSocket.h"
 #include "PUdpSocket.h"
@@ -83,4 +85,42 @@ extern "C" KELMOR_EXPORT void Java_com_tavrel_piodevice_PBluetooth_PBluetoothDat
         }
         device.onReceive(bytes);
     });
+}
+
+extern "C" KELMOR_EXPORT void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(
+    JNIEnv* env, jobject, jlong handle, jbyteArray data)
+{
+    try {
+        if (handle != 0 && data != nullptr)
+            PBroadcastReceaver::deliverData(handle, strake::jbyteArray2ByteArray(env, data));
+    } catch (...) {
+        // Nothing may reach the Java caller.
+        PError::fromCurrentException();
+    }
+}
+
+extern "C" KELMOR_EXPORT void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString(
+    JNIEnv* env, jobject, jlong handle, jstring xml)
+{
+    try {
+        if (handle != 0)
+            PBroadcastReceaver::deliverString(handle, PString(strake::jstr2str<char16_t>(env, xml)));
+    } catch (...) {
+        // Nothing may reach the Java caller.
+        PError::fromCurrentException();
+    }
+}
+
+extern "C" KELMOR_EXPORT void Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend(
+    JNIEnv* env, jobject, jlong handle, jstring packet)
+{
+    try {
+        if (handle == 0)
+            return;
+        PKeyboardIOQueueService::deliverPacket(
+            handle, PString(strake::jstr2str<char16_t>(env, packet)));
+    } catch (...) {
+        // Nothing may reach the Java caller.
+        PError::fromCurrentException();
+    }
 }

@@ -6,19 +6,44 @@
 #include "PString.h"
 #include "PVariant.h"
 
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
 struct PEventPrivate;
 
 // An event type and a map of PString to PVariant. Moved, never copied except by copy().
+// An event holds a handful of keys: they are kept in order of first writing and found by
+// comparing, which costs less than hashing them.
 // Thread-safety: the values are guarded by the event's own lock; type() takes none.
-// No operation fails.
+// No operation fails but by allocation.
 class PEvent {
 public:
+    // One key and its value. A key that lives as long as the library (the keys of
+    // PEventKeys) is held by address, so that making and dropping a field does not touch the
+    // key's shared count; any other key is held by a copy.
+    class Field {
+    public:
+        Field(const PString& key, PVariant value) : own_(key), value_(std::move(value)) {}
+        Field(const PString* lastingKey, PVariant value)
+            : lasting_(lastingKey), value_(std::move(value))
+        {
+        }
+        const PString& key() const { return lasting_ ? *lasting_ : own_; }
+        const PVariant& value() const { return value_; }
+        void setValue(const PVariant& value) { value_ = value; }
+
+    private:
+        const PString* lasting_ = nullptr;
+        PString own_;
+        PVariant value_;
+    };
+
     PEvent();
     explicit PEvent(int type);
     PEvent(int type, KeyValue<PString, PVariant> values);
+    // Takes the fields over as they are: the caller gives each key once.
+    PEvent(int type, std::vector<Field>&& fields);
     // Takes over the record; the moved-from event is left empty, of type 0, and usable.
     PEvent(PEvent&& other) noexcept;
     PEvent& operator=(PEvent&& other) noexcept;
@@ -36,7 +61,10 @@ public:
     KeyValue<PString, PVariant> fieldsValues() const;
     // The stored value, or an invalid PVariant when the key is absent.
     PVariant value(const PString& key) const;
-    // The keys, in the map's order.
+    // Reads several values under one lock: each key's value (invalid when absent) into the
+    // PVariant paired with it.
+    void readValues(std::initializer_list<std::pair<const PString*, PVariant*>> reads) const;
+    // The keys, in the order they were first written.
     std::vector<PString> fields() const;
 
 private:
@@ -50,6 +78,7 @@ public:
 
     PIODeviceEvent();
     explicit PIODeviceEvent(KeyValue<PString, PVariant> values);
+    explicit PIODeviceEvent(std::vector<Field>&& fields);
     PIODeviceEvent(PIODeviceEvent&&) noexcept = default;
     PIODeviceEvent& operator=(PIODeviceEvent&&) noexcept = default;
     ~PIODeviceEvent() override;

@@ -151,35 +151,45 @@ void reportError(PIODevice& device, PDeviceBuffers& buffers, std::atomic<int>& c
 
 namespace {
 
-PIODeviceEvent dataEvent(const PByteArray& input)
+// The keyboard input of a data event that has none, shared by every event.
+const PVariant& noKeyboardInput()
 {
-    PIODeviceEvent event;
-    event.setValue(PEventKeys::KeyboardInputKey(), PVariant(PByteArray()));
-    event.setValue(PEventKeys::InputKey(), PVariant(input));
-    return event;
+    static const PVariant value{PByteArray()};
+    return value;
 }
 
 }
 
-PIODeviceEvent deviceEvent(const PByteArray& input, const PString& id, const char* type,
-                           const PVariant& alias)
+EventHeader eventHeader(const PString& id, const char* type, const PVariant& alias)
 {
-    PIODeviceEvent event = dataEvent(input);
-    event.setValue(PEventKeys::DevIdEventKey(), PVariant(id));
-    event.setValue(PEventKeys::DevTypeEventKey(), PVariant(type));
-    event.setValue(PEventKeys::DevStateEventKey(), PVariant(0));
-    event.setValue(PEventKeys::DevAliasEventKey(), alias);
-    return event;
+    return EventHeader{PVariant(id), PVariant(type), PVariant(0), alias};
+}
+
+PIODeviceEvent deviceEvent(const PByteArray& input, const EventHeader& header)
+{
+    // Made in place: every copy of a key or a value is a count changed atomically.
+    std::vector<PEvent::Field> fields;
+    fields.reserve(6);
+    fields.emplace_back(&PEventKeys::KeyboardInputKey(), noKeyboardInput());
+    fields.emplace_back(&PEventKeys::InputKey(), PVariant(input));
+    fields.emplace_back(&PEventKeys::DevIdEventKey(), header.id);
+    fields.emplace_back(&PEventKeys::DevTypeEventKey(), header.type);
+    fields.emplace_back(&PEventKeys::DevStateEventKey(), header.state);
+    fields.emplace_back(&PEventKeys::DevAliasEventKey(), header.alias);
+    return PIODeviceEvent(std::move(fields));
 }
 
 PIODeviceEvent socketEvent(const PByteArray& input, const char* id, const char* type)
 {
-    PIODeviceEvent event = dataEvent(input);
-    event.setValue(PEventKeys::IdKey(), PVariant(id));
+    std::vector<PEvent::Field> fields;
+    fields.reserve(5);
+    fields.emplace_back(&PEventKeys::KeyboardInputKey(), noKeyboardInput());
+    fields.emplace_back(&PEventKeys::InputKey(), PVariant(input));
+    fields.emplace_back(&PEventKeys::IdKey(), PVariant(id));
     if (type)
-        event.setValue(PEventKeys::TypeKey(), PVariant(type));
-    event.setValue(PEventKeys::StateKey(), PVariant(0));
-    return event;
+        fields.emplace_back(&PEventKeys::TypeKey(), PVariant(type));
+    fields.emplace_back(&PEventKeys::StateKey(), PVariant(0));
+    return PIODeviceEvent(std::move(fields));
 }
 
 void debugLine(const PIODevice& device, const std::string& text)

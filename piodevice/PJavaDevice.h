@@ -103,9 +103,18 @@ PError lastError(const PError& kept, const std::shared_ptr<PJavaCompanion>& comp
 void reportError(PIODevice& device, PDeviceBuffers& buffers, std::atomic<int>& code,
                  const PError& error);
 
+// What the data events of a serial or Bluetooth device say besides the input: made once
+// when the device opens, so that an event only shares these values.
+struct EventHeader {
+    PVariant id;
+    PVariant type;
+    PVariant state;
+    PVariant alias;
+};
+EventHeader eventHeader(const PString& id, const char* type, const PVariant& alias);
+
 // The data event of a serial or Bluetooth device.
-PIODeviceEvent deviceEvent(const PByteArray& input, const PString& id, const char* type,
-                           const PVariant& alias);
+PIODeviceEvent deviceEvent(const PByteArray& input, const EventHeader& header);
 // The data event of a socket device; a null type leaves "type" out.
 PIODeviceEvent socketEvent(const PByteArray& input, const char* id, const char* type);
 

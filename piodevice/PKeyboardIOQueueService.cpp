@@ -5,13 +5,10 @@
 #include "PEvent.h"
 #include "PEventKeys.h"
 #include "PGlobalKeyEventsQueue.h"
-#include "PJNIHelper.h"
-#include "PJNIGuards.h"
+#include "PJavaCompanion.h"
 #include "PJavaHandles.h"
 #include "PKeyboard.h"
 #include "PTimer.h"
-
-#include <jni.h>
 
 #include <algorithm>
 #include <atomic>
@@ -52,19 +49,18 @@ void appendCapped(std::vector<PKeyMSG>& slot, const std::vector<PKeyMSG>& messag
     slot.insert(slot.end(), messages.begin(), messages.end());
 }
 
-// The Java class of the service, through the JNI layer.
+// The Java class of the service.
 class JavaKeyboardCompanion : public PKeyboardCompanion {
 public:
     explicit JavaKeyboardCompanion(int64_t handle)
     {
-        if (!PJNIHelper::isConnected()) {
+        if (!strake::javaConnected()) {
             m_error = startError(PError::GeneralFailure, "JNI not connected");
             return;
         }
-        m_object = PJNIHelper::createClassObj(kJavaClass, "(Landroid/app/Activity;J)V",
-                                              PJNIHelper::getActivity(), jlong(handle));
+        m_object = PJavaCompanion::create(kJavaClass, handle);
         if (!m_object || !m_object->isValid()) {
-            m_error = PJNIHelper::getLastError();
+            m_error = strake::javaLastError();
             if (!m_error.isError())
                 m_error = startError(PError::GeneralFailure,
                                      PString("class ") + kJavaClass + " could not be made");
@@ -74,19 +70,17 @@ public:
     bool isValid() const override { return m_object && m_object->isValid(); }
     bool open(const PString& settings) override
     {
-        const PJNILocalRef text = PJNILocalRef::string(settings);
-        const bool opened =
-            m_object->callBooleanMethod("open", "(Ljava/lang/String;)Z", text.asString());
+        const bool opened = m_object->callBoolean("open", settings);
         m_error = m_object->lastError();
         if (!opened && !m_error.isError())
             m_error = startError(PError::GeneralFailure, "Keyboard companion refused to open");
         return opened;
     }
-    void close() override { m_object->callVoidMethod("close", "()V"); }
+    void close() override { m_object->callVoid("close"); }
     PError lastError() const override { return m_error; }
 
 private:
-    PJNIClassObjectPtr m_object;
+    std::shared_ptr<PJavaCompanion> m_object;
     PError m_error;
 };
 
@@ -454,19 +448,5 @@ void PKeyboardIOQueueService::deliverPacket(int64_t handle, const PString& packe
     if (auto service = PJavaHandles::find<PKeyboardIOQueueService>(handle)) {
         const std::vector<PKeyMSG> messages = strake::rawInputToStandart(packet, 15);
         service->pushMessagesToCache(ReceivedSlot, messages);
-    }
-}
-
-extern "C" KELMOR_EXPORT void Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend(
-    JNIEnv* env, jobject, jlong handle, jstring packet)
-{
-    try {
-        if (handle == 0)
-            return;
-        PKeyboardIOQueueService::deliverPacket(
-            handle, PString(strake::jstr2str<char16_t>(env, packet)));
-    } catch (...) {
-        // Nothing may reach the Java caller.
-        PError::fromCurrentException();
     }
 }

@@ -20,8 +20,7 @@ struct PSerialPortPrivate {
     PDeviceBuffers buffers;
     PDeviceCompanion companion;
     // What each event says of the port, made at open (the settings don't change while open).
-    PString eventId;
-    PVariant eventAlias;
+    PJavaDevice::EventHeader eventHeader;
 };
 
 PSerialPort::PSerialPort() : d(new PSerialPortPrivate) {}
@@ -104,11 +103,12 @@ bool PSerialPort::open(int flags)
             {"parity", PString(std::to_string(d->parity))},
             {"flags", PString(std::to_string(flags))},
         });
-        d->eventId = PString(d->portId);
-        d->eventAlias = parameter(PString("alias"));
-        if (companion->callBoolean("open", parameters)) {
-            PIODevice::open(flags);
-        } else {
+        d->eventHeader =
+            PJavaDevice::eventHeader(PString(d->portId), "serial", parameter(PString("alias")));
+        // Open before the companion starts its reader: a block it reads at once (codes a
+        // scanner kept while the link was down) must reach the callback, not be dropped.
+        PIODevice::open(flags);
+        if (!companion->callBoolean("open", parameters)) {
             const PString message = companion->callText("getLastErrorMessage");
             if (!message.isEmpty())
                 throw PError(PError::GeneralFailure, message);
@@ -120,8 +120,10 @@ bool PSerialPort::open(int flags)
     } catch (...) {
         error = PJavaDevice::caughtError();
     }
-    if (error.isError())
+    if (error.isError()) {
+        PIODevice::close();
         setLastError(error);
+    }
     return isOpen();
 }
 
@@ -191,8 +193,7 @@ void PSerialPort::onReceive(const PByteArray& data)
         return;
     if (isOpen()) {
         if (const Callback notify = callback()) {
-            PIODeviceEvent event =
-                PJavaDevice::deviceEvent(data, d->eventId, "serial", d->eventAlias);
+            PIODeviceEvent event = PJavaDevice::deviceEvent(data, d->eventHeader);
             notify(&event);
         }
     }

@@ -84,6 +84,9 @@ bool PTcpSocket::open(int flags)
         d->buffers.open(flags & OpenRead, flags & OpenWrite);
         auto companion =
             holder.companion.prepare(*this, PString(JavaClass), !holder.companion.exists());
+        // Open before the companion starts its reader: a block it reads at once (codes a
+        // scanner kept while the link was down) must reach the callback, not be dropped.
+        PIODevice::open(flags);
         if (!holder.connectedSocket.isNull()) {
             companion->callVoid("setConnected", "(Ljava/net/Socket;J)V", holder.connectedSocket,
                                 static_cast<int64_t>(flags));
@@ -101,11 +104,11 @@ bool PTcpSocket::open(int flags)
                 P_THROW(PError::DeviceFailure, "Failed to open tcp socket. Check connection.");
             }
         }
-        PIODevice::open(flags);
     } catch (...) {
         error = PJavaDevice::caughtError();
     }
     if (error.isError()) {
+        PIODevice::close();
         PJavaDevice::debugLine(*this, error.toString().toStdString());
         keepError(error);
     }

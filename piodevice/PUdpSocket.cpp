@@ -79,20 +79,16 @@ bool PUdpSocket::open(int flags)
             {"port", PString(std::to_string(d->port))},
             {"flags", PString(std::to_string(flags))},
         });
-        if (companion->callBoolean("open", parameters)) {
-            PIODevice::open(flags);
-        } else {
+        // Open before the companion starts its reader: the first datagram may come at once.
+        PIODevice::open(flags);
+        if (!companion->callBoolean("open", parameters)) {
             const PError javaError = getLastError();
             if (javaError.isError())
                 throw javaError;
             P_THROW(PError::DeviceFailure, "Failed to open udp socket. Check connection.");
         }
-    } catch (const PError& caught) {
-        error = caught;
-    } catch (const std::exception& caught) {
-        error = PError(PError::GeneralFailure, PString(caught.what()));
     } catch (...) {
-        error = PError(PError::GeneralFailure, PString("unexpected socket error"));
+        error = PJavaDevice::caughtError();
     }
     if (error.isError()) {
         close();

@@ -9,7 +9,7 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 export DEBIAN_FRONTEND=noninteractive
 
-native=(cmake make g++ python3 pkg-config
+native=(cmake make g++ python3 pkg-config gcovr
         libgtest-dev libgmock-dev libbenchmark-dev libtinyxml2-dev libboost-dev
         android-liblog-dev openjdk-17-jdk-headless
         clang libclang-rt-14-dev)

@@ -95,6 +95,9 @@ PString moduleFromFile(const char* file)
 {
     if (!file)
         return PString();
+    // A build that names its sources by relative paths leaves them on the way up to the tree.
+    while (std::strncmp(file, "../", 3) == 0 || std::strncmp(file, "./", 2) == 0)
+        file += file[1] == '/' ? 2 : 3;
     const char* dot = std::strrchr(file, '.');
     const char* slash = std::strrchr(file, '/');
     const size_t length = dot && (!slash || dot > slash) ? size_t(dot - file) : std::strlen(file);

@@ -14,6 +14,7 @@ namespace {
 struct Options {
     std::string ttyPath;  // the tty a BluetoothDevice path named, watched while listening
     std::vector<std::pair<std::string, std::string>> settings;  // KEY=VALUE in their order
+    std::vector<std::pair<std::string, std::string>> peers;     // Bluetooth address, endpoint
     std::string lang = "en";
     bool xml = false;
     bool json = false;
@@ -51,6 +52,16 @@ bool parse(const std::vector<std::string>& args, const std::string& allowed, boo
                 std::fprintf(stderr, "kelmor-host: --lang takes ru or en, not %s\n", options.lang.c_str());
                 return false;
             }
+        } else if (arg == "--peer") {
+            if (!value(text))
+                return false;
+            const size_t eq = text.find('=');
+            if (eq == 0 || eq == std::string::npos || eq + 1 == text.size()) {
+                std::fprintf(stderr, "kelmor-host: --peer takes ADDRESS=ENDPOINT, not '%s'\n",
+                             text.c_str());
+                return false;
+            }
+            options.peers.emplace_back(text.substr(0, eq), text.substr(eq + 1));
         } else if (arg == "--count" || arg == "--seconds") {
             if (!value(text))
                 return false;
@@ -106,6 +117,16 @@ std::unique_ptr<Component> prepared(Options& options)
     if (!library) {
         std::fprintf(stderr, "kelmor-host: %s\n", error.c_str());
         return nullptr;
+    }
+    // Peers are known to the Bluetooth companion before the form lists the devices.
+    for (const auto& peer : options.peers) {
+        if (!callJava("com.tavrel.piodevice.PBluetooth", "registerDevice",
+                      "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V",
+                      {peer.first, "Peer " + peer.first, peer.second})) {
+            std::fprintf(stderr, "kelmor-host: the peer %s could not be registered\n",
+                         peer.first.c_str());
+            return nullptr;
+        }
     }
     auto component = std::make_unique<Component>(*library, classFor(options),
                                                  options.lang == "ru" ? u"ru_RU" : u"en_US");
@@ -196,12 +217,13 @@ int runParams(const std::vector<std::string>& args)
 
 int runPorts(const std::vector<std::string>& args)
 {
-    if (wantsHelp(args, "usage: kelmor-host ports\n"
+    if (wantsHelp(args, "usage: kelmor-host ports [--peer ADDRESS=ENDPOINT]...\n"
                         "Lists the serial ports and Bluetooth devices the companions see, with the\n"
-                        "value to give as BluetoothDevice=VALUE.\n"))
+                        "value to give as BluetoothDevice=VALUE. --peer (also taken by listen and test)\n"
+                        "adds a Bluetooth device whose stream is ENDPOINT: a tty path or tcp:HOST:PORT.\n"))
         return 0;
     Options options;
-    if (!parse(args, "", false, options))
+    if (!parse(args, "--peer ", false, options))
         return 2;
     std::unique_ptr<Component> component = prepared(options);
     if (!component)
@@ -226,7 +248,7 @@ int runListen(const std::vector<std::string>& args)
                   "BluetoothDevice=/dev/ttyUSB0 (a tty path) picks that port by its path.\n"))
         return 0;
     Options options;
-    if (!parse(args, "--count --seconds --json ", true, options))
+    if (!parse(args, "--count --seconds --json --peer ", true, options))
         return 2;
     const Clock::time_point start = Clock::now();
     std::unique_ptr<Component> component = prepared(options);
@@ -273,7 +295,7 @@ int runTest(const std::vector<std::string>& args)
                         "Runs DeviceTest with those parameters and prints its answer and the last error.\n"))
         return 0;
     Options options;
-    if (!parse(args, "", true, options))
+    if (!parse(args, "--peer ", true, options))
         return 2;
     std::unique_ptr<Component> component = prepared(options);
     if (!component)

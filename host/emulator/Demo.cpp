@@ -2,13 +2,7 @@
 // codes sent, every event printed as the host receives it.
 #include "KelmorHost.h"
 #include "PHostJvm.h"
-
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include "Scanners.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -24,95 +18,6 @@ const char kDataMatrix[] = "0104607001771234215Kq7mZ\x1d" "91EE07\x1d" "92dGVzdA
 const char kCyrillic[] = "Привет, сканер!";
 const char kTrack[] = "%B4000001234567899^IVANOV/IVAN^2812101000000?";
 const char kBluetoothAddress[] = "00:1A:7D:DA:71:13";
-
-// A pseudo-terminal: the program holds the master, the device opens the slave.
-struct Pty {
-    int master = -1;
-    std::string slave;
-    Pty()
-    {
-        master = posix_openpt(O_RDWR | O_NOCTTY);
-        if (master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0)
-            slave = ptsname(master);
-    }
-    ~Pty()
-    {
-        if (master >= 0)
-            ::close(master);
-    }
-    bool send(const std::string& bytes) const
-    {
-        return ::write(master, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
-    }
-};
-
-// A local TCP server standing for a network scanner: takes one connection.
-struct Server {
-    int listener = -1;
-    int peer = -1;
-    int port = 0;
-    Server()
-    {
-        listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        if (listener < 0 || ::bind(listener, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-            ::listen(listener, 1) != 0 ||
-            ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size) != 0)
-            return;
-        port = ntohs(address.sin_port);
-    }
-    ~Server()
-    {
-        if (peer >= 0)
-            ::close(peer);
-        if (listener >= 0)
-            ::close(listener);
-    }
-    bool accept(int timeoutMs)
-    {
-        pollfd ready{listener, POLLIN, 0};
-        if (::poll(&ready, 1, timeoutMs) <= 0)
-            return false;
-        peer = ::accept(listener, nullptr, nullptr);
-        return peer >= 0;
-    }
-    bool send(const std::string& bytes) const
-    {
-        return ::send(peer, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
-    }
-};
-
-}
-namespace {
-
-// Sends an intent with one String extra on the JVM's broadcast bus.
-bool broadcast(const std::string& action, const std::string& extra, const std::string& value)
-{
-    JNIEnv* env = PHostJvm::env();
-    auto intentClass = static_cast<jclass>(PHostJvm::androidHelper().findClass(u"android.content.Intent"));
-    if (!intentClass)
-        return false;
-    jstring a = env->NewStringUTF(action.c_str());
-    jstring e = env->NewStringUTF(extra.c_str());
-    jstring v = env->NewStringUTF(value.c_str());
-    jobject intent = env->NewObject(intentClass, env->GetMethodID(intentClass, "<init>", "(Ljava/lang/String;)V"), a);
-    if (intent)
-        env->DeleteLocalRef(env->CallObjectMethod(
-            intent, env->GetMethodID(intentClass, "putExtra", "(Ljava/lang/String;Ljava/lang/String;)Landroid/content/Intent;"), e, v));
-    auto receiver = static_cast<jclass>(PHostJvm::androidHelper().findClass(u"com.tavrel.piodevice.PBroadcastReceaver"));
-    if (intent && receiver)
-        env->CallStaticVoidMethod(receiver, env->GetStaticMethodID(receiver, "sendBroadcast", "(Landroid/content/Intent;)V"), intent);
-    const bool failed = !intent || !receiver || env->ExceptionCheck();
-    env->ExceptionClear();
-    for (jobject ref : {static_cast<jobject>(intentClass), static_cast<jobject>(receiver), static_cast<jobject>(a),
-                        static_cast<jobject>(e), static_cast<jobject>(v), intent})
-        if (ref)
-            env->DeleteLocalRef(ref);
-    return !failed;
-}
 
 // One mode of the demo.
 struct Mode {

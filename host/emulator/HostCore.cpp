@@ -90,7 +90,7 @@ std::string jsonString(const std::string& utf8)
     return out + "\"";
 }
 
-PHostLibrary* hostLibrary(std::string& error)
+PHostLibrary* hostLibrary(std::string& error, const std::vector<std::string>& vmOptions)
 {
     static PHostLibrary* library = nullptr;
     if (library)
@@ -98,6 +98,7 @@ PHostLibrary* hostLibrary(std::string& error)
     // The program is a tool, not a test: the JNI checker would only slow every call.
     PHostJvmOptions options = PHostJvm::defaultOptions();
     options.checkJni = false;
+    options.extraOptions = vmOptions;
     PHostJvm::configure(options);
     if (!PHostJvm::loadLibrary(options.libraryPath)) {
         error = "Java could not load " + options.libraryPath;

@@ -54,6 +54,31 @@ bool callJava(const char* className, const char* method, const char* signature,
     return !failed;
 }
 
+bool broadcast(const std::string& action, const std::string& extra, const std::string& value)
+{
+    JNIEnv* env = PHostJvm::env();
+    auto intentClass = static_cast<jclass>(PHostJvm::androidHelper().findClass(u"android.content.Intent"));
+    if (!intentClass)
+        return false;
+    jstring a = env->NewStringUTF(action.c_str());
+    jstring e = env->NewStringUTF(extra.c_str());
+    jstring v = env->NewStringUTF(value.c_str());
+    jobject intent = env->NewObject(intentClass, env->GetMethodID(intentClass, "<init>", "(Ljava/lang/String;)V"), a);
+    if (intent)
+        env->DeleteLocalRef(env->CallObjectMethod(
+            intent, env->GetMethodID(intentClass, "putExtra", "(Ljava/lang/String;Ljava/lang/String;)Landroid/content/Intent;"), e, v));
+    auto receiver = static_cast<jclass>(PHostJvm::androidHelper().findClass(u"com.tavrel.piodevice.PBroadcastReceaver"));
+    if (intent && receiver)
+        env->CallStaticVoidMethod(receiver, env->GetStaticMethodID(receiver, "sendBroadcast", "(Landroid/content/Intent;)V"), intent);
+    const bool failed = !intent || !receiver || env->ExceptionCheck();
+    env->ExceptionClear();
+    for (jobject ref : {static_cast<jobject>(intentClass), static_cast<jobject>(receiver), static_cast<jobject>(a),
+                        static_cast<jobject>(e), static_cast<jobject>(v), intent})
+        if (ref)
+            env->DeleteLocalRef(ref);
+    return !failed;
+}
+
 bool setProperty(const std::string& key, const std::string& value)
 {
     JNIEnv* env = PHostJvm::env();

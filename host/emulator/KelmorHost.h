@@ -27,7 +27,8 @@ std::string jsonString(const std::string& utf8);
 
 // The VM with the companions, the library loaded by Java and opened by dlopen as the platform
 // does. Made once; the VM is never destroyed.
-PHostLibrary* hostLibrary(std::string& error);
+// vmOptions go to the VM when this call makes it.
+PHostLibrary* hostLibrary(std::string& error, const std::vector<std::string>& vmOptions = {});
 
 // One component of the library with its own connection, attached as the platform attaches it.
 class Component {
@@ -82,6 +83,8 @@ std::string fromBase64(const std::string& text);
 bool callJava(const char* className, const char* method, const char* signature,
               const std::vector<std::string>& texts);
 bool setProperty(const std::string& key, const std::string& value);
+// Sends an intent with one String extra on the JVM's broadcast bus.
+bool broadcast(const std::string& action, const std::string& extra, const std::string& value);
 std::string property(const std::string& key);
 // The serial ports as the companion lists them: a port's number is its place, from 1.
 std::vector<std::string> serialPorts();

@@ -261,7 +261,11 @@ PJNIClassObjectPtr PJNIHelper::createClassObj(const PString& className, const ch
             clearPending(env);
             PJNIHelperInternalData entry;
             entry.ref = PJNIGlobalRef(env, local.get());
-            const uint64_t id = reinterpret_cast<uintptr_t>(entry.ref.get());
+            uint64_t id = 0;
+            if (entry.ref) {
+                std::lock_guard<std::mutex> tables(d.tables);
+                id = ++d.lastObjectId;
+            }
             // The handle first: once the entry is in the table, nothing may fail to own it.
             result.reset(new PJNIClassObject(static_cast<unsigned long>(id), cls));
             if (entry.ref) {

@@ -42,11 +42,15 @@ struct PJNIHelperPrivate {
     std::set<PString> loadedLibraries;
     PError lastError;
 
-    // Guards classes and objects for the look-ups of the handles, which run without the
-    // exclusive lock. Never held across a JNI call.
+    // Guards classes, objects and lastObjectId for the look-ups of the handles, which run
+    // without the exclusive lock. Never held across a JNI call.
     std::mutex tables;
     std::map<PString, PJNIHelperInternalData> classes;
     std::map<uint64_t, PJNIHelperInternalData> objects;
+    // Object ids are counted, never taken from a reference: the VM hands a deleted global
+    // reference's value out again, and a handle that outlived a disconnect would then find,
+    // and destroy, another device's object.
+    uint64_t lastObjectId = 0;
 
     // The record dies with the library, when the VM may be gone: references a component left
     // behind are forgotten, not deleted.

@@ -54,13 +54,9 @@ protected:
     void TearDown() override { std::filesystem::remove_all(dir); }
     PPropertyBag settings(int logType, const std::string& path)
     {
-        PPropertyBag bag;
-        bag.addValue("BluetoothDevice", PVariant("00:11:22:33:44:55"));
-        bag.addValue("DevId", PVariant("InputDevice#1"));
-        bag.addValue("EventName", PVariant("Barcode"));
-        bag.addValue("LogType", PVariant(logType));
-        bag.addValue("LogFilePath", PVariant(path));
-        return bag;
+        return kelmortest::bag({{"BluetoothDevice", PVariant("00:11:22:33:44:55")},
+                                {"DevId", PVariant("InputDevice#1")}, {"EventName", PVariant("Barcode")},
+                                {"LogType", PVariant(logType)}, {"LogFilePath", PVariant(path)}});
     }
     std::string dir;
     std::shared_ptr<RecordingFactory> factory = std::make_shared<RecordingFactory>();

@@ -14,6 +14,7 @@
 namespace {
 
 using kelmortest::RecordingFactory;
+using kelmortest::bag;
 
 class DeviceManagerTest : public ::testing::Test {
 protected:
@@ -22,13 +23,6 @@ protected:
     {
         DeviceManager::close();
         PLocale::setDefaultLocaleId(PLocale::English);
-    }
-    static PPropertyBag bag(std::initializer_list<std::pair<const char*, PVariant>> values)
-    {
-        PPropertyBag result;
-        for (const auto& value : values)
-            result.addValue(PString(value.first), value.second);
-        return result;
     }
     std::shared_ptr<RecordingFactory> factory = std::make_shared<RecordingFactory>();
     kelmortest::FactoryScope scope{factory};
@@ -118,9 +112,10 @@ TEST_F(DeviceManagerTest, keyboardPortWithoutSuffixIsRefusedWhateverTheValueType
         EXPECT_EQ(DeviceManager::isSettingsAllowed(c.settings, &error), c.allowed);
         EXPECT_EQ(DeviceManager::isSettingsAllowed(c.settings, nullptr), c.allowed);
         EXPECT_EQ(error.code(), c.allowed ? 0 : 100);
-        if (!c.allowed)
+        if (!c.allowed) {
             EXPECT_EQ(error.message(),
                       PString("Keyboard mode without suffix is not allowed. Set suffix in settings."));
+        }
     }
     EXPECT_FALSE(DeviceManager::isAlreadyOpened(cases[4].settings));
 }

@@ -18,13 +18,7 @@ using kelmortest::RecordingDevice;
 using kelmortest::RecordingFactory;
 using Values = std::initializer_list<std::pair<const char*, PVariant>>;
 
-PPropertyBag bag(Values values)
-{
-    PPropertyBag result;
-    for (const auto& value : values)
-        result.addValue(PString(value.first), value.second);
-    return result;
-}
+using kelmortest::bag;
 
 class DeviceTest : public ::testing::Test {
 protected:

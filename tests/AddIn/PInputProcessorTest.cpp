@@ -127,8 +127,9 @@ TEST(PInputProcessorTest, withoutDebugHandlerNothingIsFormatted)
     EXPECT_TRUE(debug.lines.empty());
 }
 
-// Replacement of the global allocation functions, counting per thread. Sanitizer builds keep
-// the sanitizer's own allocator.
+// Replacement of the global allocation functions, counting per thread; the library's array,
+// nothrow and sized forms forward to these two. Sanitizer builds keep the sanitizer's own
+// allocator.
 #if defined(__GNUC__) && !defined(__clang__)
 // The compiler cannot see that these new and delete pair through malloc and free.
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
@@ -157,39 +158,12 @@ void* operator new(std::size_t size)
     throw std::bad_alloc();
 }
 
-void* operator new[](std::size_t size)
-{
-    return operator new(size);
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    ++tAllocations;
-    tBytes += size;
-    return std::malloc(size ? size : 1);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept
-{
-    return operator new(size, tag);
-}
-
 void operator delete(void* block) noexcept
 {
     std::free(block);
 }
 
-void operator delete[](void* block) noexcept
-{
-    std::free(block);
-}
-
 void operator delete(void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
-
-void operator delete[](void* block, std::size_t) noexcept
 {
     std::free(block);
 }

@@ -247,29 +247,6 @@ TEST_F(KeyboardProcessorTest, endlessBurstKeepsOnlyItsNewestStrokes)
     EXPECT_EQ(delivered[0].input, std::string(cap - 2, 'A') + "B");
 }
 
-TEST_F(KeyboardProcessorTest, debugLinesTellTheBurstsFate)
-{
-    std::vector<std::string> lines;
-    keyboard.setDebugMessageHandler(
-        [&lines](const DebugMessageContext&, const std::string& text) { lines.push_back(text); });
-    keyboard.setParameter("Suffix", PVariant("\r"));
-    feed(keyboard, record(29, true, "A") + record(kEnter, true, "\n"), 1);
-    const std::vector<std::string> ours(lines.begin(), lines.end() - 1);  // the base's own last
-    EXPECT_EQ(ours, (std::vector<std::string>{
-                        "PKeyboardInputProcessor::processInput:msgs count = 2 => store data\n"
-                        "(keycode = A;scancode = " + std::string(1, '\0') +
-                            ";ch = 65;flags = 1;timestamp = 0;):"
-                            "(keycode = \r;scancode = " + std::string(1, '\0') +
-                            ";ch = 10;flags = 1;timestamp = 0;):",
-                        "PKeyboardInputProcessor::processInput:  Input finished => processing "
-                        "data.  Stored messages size = 2",
-                        "PKeyboardInputProcessor::processInput: result preview = A\r",
-                        "PKeyboardInputProcessor::processInput:\nprefix = \nsuffix = 0x0D \n"
-                        "output data type = 0\n",
-                        "PKeyboardInputProcessor::processInput: detected parts count = 1",
-                    }));
-}
-
 TEST_F(KeyboardProcessorTest, withoutDebugHandlerNoDebugTextIsMade)
 {
     if (!kelmortest::allocationCountingAvailable())

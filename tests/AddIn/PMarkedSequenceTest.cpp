@@ -144,3 +144,15 @@ TEST(PMarkedSequenceTest, markAccessOnEmptyOrOriginlessSequenceIsSafe)
     copy.popBackMark();
     EXPECT_EQ(marks.count(), 2u);
 }
+
+TEST(PMarkedSequenceTest, countByteCountsPastTheLanesBoundAndAtAnyOffset)
+{
+    // Longer than 255 rounds of 16 bytes, with a byte above 127 and an unaligned tail.
+    std::string data(16 * 255 * 2 + 21, 'x');
+    size_t wanted = 0;
+    for (size_t i = 0; i < data.size(); i += 3, ++wanted)
+        data[i] = '\xe9';
+    EXPECT_EQ(countByte(data.data(), data.size(), 0xe9), wanted);
+    EXPECT_EQ(countByte(data.data() + 1, data.size() - 1, 0xe9), wanted - 1);
+    EXPECT_EQ(countByte(data.data(), 0, 'x'), 0u);
+}

@@ -153,7 +153,7 @@ TEST(PSerialInputProcessorTest, windows1251IsRecodedBeforeTheSecondCut)
 {
     PSerialInputProcessor processor;
     processor.setParameter("COMEncoding", "Windows-1251");
-    Harness h(processor);
+    Harness h(processor, true);
     h.feed("\xc0\xc1\x1d" "1\r");
     EXPECT_EQ(h.messages, Strings{"\xd0\x90\xd0\x91\x1d" "1"});
 
@@ -189,25 +189,6 @@ TEST(PSerialInputProcessorTest, unfinishedMessageOverTheBoundIsDroppedWhole)
     h.feed("Y\r");
     ASSERT_EQ(h.messages.size(), 2u);
     EXPECT_EQ(h.messages[1].size(), PSerialInputProcessor::MaxPendingBytes);
-}
-
-TEST(PSerialInputProcessorTest, debugLinesTellEachStep)
-{
-    PSerialInputProcessor processor;
-    processor.setParameter("Prefix", "X");
-    processor.setParameter("COMEncoding", "Windows-1251");
-    Harness h(processor, true);
-    h.feed("XA\r");
-    const Strings expected = {
-        "PSerialInputProcessor::processInput: input data = 0x58 0x41 0x0D  : XA\r",
-        "PSerialInputProcessor::processInput: processed data = 0x58 0x41 0x0D  : XA\r",
-        "PSerialInputProcessor::processInput: recode intup data from Windows-1251:1251 to UTF-8 ",
-        "PSerialInputProcessor::processInput: \nprefix = 0x58 \nsuffix = 0x0D \n"
-        "output data type = 0\nencoding = Windows-1251\npreview = XA\r",
-        "PSerialInputProcessor::processInput: detected parts count = 1",
-        "Event:DevId:Data =  :  : 0x41  : QQ==",
-    };
-    EXPECT_EQ(h.debug, expected);
 }
 
 TEST(PSerialInputProcessorTest, withoutDebugHandlerNoDebugTextIsBuilt)

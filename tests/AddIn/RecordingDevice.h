@@ -5,8 +5,10 @@
 
 #include "PDeviceFactory.h"
 #include "PEvent.h"
+#include "PPropertyBag.h"
 
 #include <atomic>
+#include <initializer_list>
 #include <mutex>
 #include <vector>
 
@@ -147,6 +149,15 @@ inline void fillFakeLists(RecordingFactory& factory)
         bluetoothEntry("01:02:03:04:05:06", nullptr, nullptr),
         bluetoothEntry("10:20:30:40:50:60", "Сканер <1> & co", "Сканер <1> & co"),
     };
+}
+
+// Settings as the host's SetParameter calls leave them.
+inline PPropertyBag bag(std::initializer_list<std::pair<const char*, PVariant>> values)
+{
+    PPropertyBag result;
+    for (const auto& value : values)
+        result.addValue(PString(value.first), value.second);
+    return result;
 }
 
 }

@@ -48,10 +48,15 @@ def params():
     check(status == 0 and out.startswith("<?xml") and "<Settings" in out, "params --xml", out)
 
 
-def listen(as_json):
+def listen(as_json, peer=None):
     master, slave = pty.openpty()
     path = os.ttyname(slave)
-    args = ["listen", f"BluetoothDevice={path}", "EquipmentType=InputDevice", "Suffix=13",
+    device = [f"BluetoothDevice={path}"]
+    if peer:  # the same scanner reached as a Bluetooth peer whose stream is the tty
+        device = ["--peer", f"{peer}={path}", f"BluetoothDevice={peer}"]
+        status, out, err = run("ports", *device[:2])
+        check(status == 0 and f"{peer}    Peer {peer}" in out, "ports lists the peer", out + err)
+    args = ["listen", *device, "EquipmentType=InputDevice", "Suffix=13",
             "--count", "2", "--seconds", "10"] + (["--json"] if as_json else [])
     process = subprocess.Popen([HOST, *args], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
     # The device is open once the program says what it waits for.
@@ -110,7 +115,8 @@ def errors():
 
 
 CASES = {"demo": demo, "params": params, "listen": lambda: listen(False),
-         "listen_json": lambda: listen(True), "interrupt": interrupt,
+         "listen_json": lambda: listen(True), "listen_peer": lambda: listen(False, "00:1A:7D:DA:71:13"),
+         "interrupt": interrupt,
          "errors": errors}
 CASES[sys.argv[2]]()
 print("1 passed, 0 failed")

@@ -17,41 +17,34 @@
 
 namespace {
 
-class EntryPointsTest : public ::testing::Test {
-protected:
-    static void SetUpTestSuite()
-    {
-        library = dlopen(kelmortest::libraryPath().c_str(), RTLD_NOW | RTLD_LOCAL);
-        ASSERT_NE(library, nullptr) << dlerror();
-        getClassNames = reinterpret_cast<GetClassNamesFn>(dlsym(library, "GetClassNames"));
-        getClassObject = reinterpret_cast<GetClassObjectFn>(dlsym(library, "GetClassObject"));
-        destroyObject = reinterpret_cast<DestroyObjectFn>(dlsym(library, "DestroyObject"));
-        getAttachType = reinterpret_cast<GetAttachTypeFn>(dlsym(library, "GetAttachType"));
-        setPlatformCapabilities =
-            reinterpret_cast<SetPlatformCapabilitiesFn>(dlsym(library, "SetPlatformCapabilities"));
-        ASSERT_TRUE(getClassNames && getClassObject && destroyObject && getAttachType &&
-                    setPlatformCapabilities);
-    }
-
-    static void* library;
-    static GetClassNamesFn getClassNames;
-    static GetClassObjectFn getClassObject;
-    static DestroyObjectFn destroyObject;
-    static GetAttachTypeFn getAttachType;
-    static SetPlatformCapabilitiesFn setPlatformCapabilities;
+// The exported functions of the library. It stays loaded: its threads may outlive a test.
+struct EntryPoints {
+    void* library = dlopen(kelmortest::libraryPath().c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* symbol(const char* name) const { return library ? dlsym(library, name) : nullptr; }
+    GetClassNamesFn getClassNames = reinterpret_cast<GetClassNamesFn>(symbol("GetClassNames"));
+    GetClassObjectFn getClassObject = reinterpret_cast<GetClassObjectFn>(symbol("GetClassObject"));
+    DestroyObjectFn destroyObject = reinterpret_cast<DestroyObjectFn>(symbol("DestroyObject"));
+    GetAttachTypeFn getAttachType = reinterpret_cast<GetAttachTypeFn>(symbol("GetAttachType"));
+    SetPlatformCapabilitiesFn setPlatformCapabilities =
+        reinterpret_cast<SetPlatformCapabilitiesFn>(symbol("SetPlatformCapabilities"));
 };
 
-void* EntryPointsTest::library = nullptr;
-GetClassNamesFn EntryPointsTest::getClassNames = nullptr;
-GetClassObjectFn EntryPointsTest::getClassObject = nullptr;
-DestroyObjectFn EntryPointsTest::destroyObject = nullptr;
-GetAttachTypeFn EntryPointsTest::getAttachType = nullptr;
-SetPlatformCapabilitiesFn EntryPointsTest::setPlatformCapabilities = nullptr;
+class EntryPointsTest : public ::testing::Test, protected EntryPoints {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(getClassNames && getClassObject && destroyObject && getAttachType && setPlatformCapabilities)
+            << dlerror();
+    }
+};
 
-TEST_F(EntryPointsTest, namesBothClassesBeforeAnyObjectExists)
+TEST_F(EntryPointsTest, classNamesAttachTypeAndCapabilitiesAreFixed)
 {
     EXPECT_EQ(std::u16string(getClassNames()), u"InputDevice|CardReaderDevice");
     EXPECT_EQ(getClassNames(), getClassNames());
+    EXPECT_EQ(getAttachType(), 3);
+    for (int capabilities : {-1, 0, 1, 2, 3, 1000})
+        EXPECT_EQ(setPlatformCapabilities(capabilities), 3);
 }
 
 TEST_F(EntryPointsTest, refusesEveryOtherClassName)
@@ -93,19 +86,12 @@ TEST_F(EntryPointsTest, makesDistinctObjectsAndDestroysEachOnce)
     EXPECT_EQ(destroyObject(nullptr), -1);
 }
 
-TEST_F(EntryPointsTest, attachTypeAndCapabilitiesAreAlwaysThree)
-{
-    EXPECT_EQ(getAttachType(), 3);
-    for (int capabilities : {-1, 0, 1, 2, 3, 1000})
-        EXPECT_EQ(setPlatformCapabilities(capabilities), 3);
-}
-
 TEST_F(EntryPointsTest, hostThreadsCreateAndDestroyConcurrently)
 {
     std::atomic<int> failures{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&failures, t] {
+        threads.emplace_back([this, &failures, t] {
             for (int i = 0; i < 200; ++i) {
                 IComponentBase* slot = nullptr;
                 if (getClassObject(t % 2 ? u"InputDevice" : u"CardReaderDevice", &slot) == 0)

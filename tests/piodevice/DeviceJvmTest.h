@@ -9,12 +9,17 @@
 
 #include <jni.h>
 
-#include <cstdarg>
 #include <map>
 #include <string>
 #include <vector>
 
 extern "C" {
+void Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData(JNIEnv*, jclass, jlong, jbyteArray);
+void Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreData(JNIEnv*, jclass, jlong, jbyteArray);
+void Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreError(JNIEnv*, jclass, jlong, jint, jstring);
+void Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreData(JNIEnv*, jclass, jlong, jbyteArray);
+void Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreError(JNIEnv*, jclass, jlong, jint, jstring);
+void Java_com_tavrel_piodevice_PBluetooth_PBluetoothDataSend(JNIEnv*, jclass, jlong, jbyteArray);
 void Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend(JNIEnv*, jobject, jlong, jstring);
 void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(JNIEnv*, jobject, jlong,
                                                                             jbyteArray);
@@ -67,48 +72,32 @@ protected:
 
     static JNIEnv* env() { return PHostJvm::env(); }
 
-    // Static methods of the jars' classes; a Java exception fails the test and is cleared.
-    static void callStatic(const char16_t* className, const char* name, const char* signature, ...)
+    // Static methods of the jars' classes: see kelmortest::callStatic.
+    template <class... Args>
+    static void callStatic(const char16_t* className, const char* name, const char* signature, const Args&... args)
     {
-        va_list args;
-        va_start(args, signature);
-        callStaticWith(className, name, signature, 0, [&](jclass cls, jmethodID method) {
-            env()->CallStaticVoidMethodV(cls, method, args);
-            return 0;
-        });
-        va_end(args);
+        kelmortest::callStatic(className, name, signature, args...);
     }
-    static int callStaticInt(const char16_t* className, const char* name, const char* signature, ...)
+    template <class... Args>
+    static int callStaticInt(const char16_t* className, const char* name, const char* signature, const Args&... args)
     {
-        va_list args;
-        va_start(args, signature);
-        const int result = callStaticWith(className, name, signature, -1,
-                                          [&](jclass cls, jmethodID method) {
-                                              return env()->CallStaticIntMethodV(cls, method, args);
-                                          });
-        va_end(args);
-        return result;
+        return kelmortest::callStatic<int>(className, name, signature, args...);
     }
-    static std::string callStaticString(const char16_t* className, const char* name,
-                                        const char* signature, ...)
+    template <class... Args>
+    static std::string callStaticString(const char16_t* className, const char* name, const char* signature,
+                                        const Args&... args)
     {
-        va_list args;
-        va_start(args, signature);
-        auto read = [&](jclass cls, jmethodID method) {
-            auto text = static_cast<jstring>(env()->CallStaticObjectMethodV(cls, method, args));
-            std::string utf8;
-            if (text && !env()->ExceptionCheck()) {
-                const char* chars = env()->GetStringUTFChars(text, nullptr);
-                utf8 = chars ? chars : "";
-                env()->ReleaseStringUTFChars(text, chars);
-            }
-            drop(text);
-            return utf8;
-        };
-        const std::string result = callStaticWith(className, name, signature, std::string(), read);
-        va_end(args);
-        return result;
+        return kelmortest::callStatic<std::string>(className, name, signature, args...);
     }
+
+    // com.tavrel.kelmortest.RecordingCompanion, a stand-in for any companion class: what it was
+    // asked since the last take, and how the next ones answer (open "true", "false", "throw").
+    static std::string recorderTake() { return callStaticString(kRecorder, "take", "()Ljava/lang/String;"); }
+    static void recorderAnswer(const char* open, bool constructorFails)
+    {
+        callStatic(kRecorder, "answer", "(Ljava/lang/String;Z)V", open, jboolean(constructorFails));
+    }
+    static constexpr const char16_t* kRecorder = u"com.tavrel.kelmortest.RecordingCompanion";
 
     // Local references: the test thread never returns to Java, so each is dropped once used.
     static jstring javaString(const std::string& utf8) { return env()->NewStringUTF(utf8.c_str()); }
@@ -119,11 +108,7 @@ protected:
         env()->SetIntArrayRegion(array, 0, static_cast<jsize>(copy.size()), copy.data());
         return array;
     }
-    static void drop(jobject ref)
-    {
-        if (ref)
-            env()->DeleteLocalRef(ref);
-    }
+    static void drop(jobject ref) { dropLocal(ref); }
 
     // Java threads that send an intent with the extra `name` and a key packet over and over;
     // stopFloods answers whether they ended within ten seconds.
@@ -133,13 +118,7 @@ protected:
                    "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V", action, name,
                    keyPacket);
     }
-    static bool stopFloods()
-    {
-        auto stop = [](jclass cls, jmethodID method) {
-            return env()->CallStaticBooleanMethod(cls, method, jlong(10000)) == JNI_TRUE;
-        };
-        return callStaticWith(kTraffic, "stopFloods", "(J)Z", false, stop);
-    }
+    static bool stopFloods() { return kelmortest::callStatic<bool>(kTraffic, "stopFloods", "(J)Z", jlong(10000)); }
     static constexpr const char16_t* kTraffic = u"com.tavrel.kelmortest.DeviceTraffic";
 
     RedirectingAndroidHelper m_helper;
@@ -148,42 +127,39 @@ protected:
     } m_host{&m_helper};
 
 private:
-    // Finds the method, runs call (its answer or fallback without the method) and fails the
-    // test on a Java exception, which it clears.
-    template <class Result, class Call>
-    static Result callStaticWith(const char16_t* className, const char* name, const char* signature,
-                                 Result fallback, Call call)
-    {
-        jclass cls = PHostJvm::androidHelper().findClass(className);
-        jmethodID method = cls ? env()->GetStaticMethodID(cls, name, signature) : nullptr;
-        EXPECT_NE(method, nullptr) << name;
-        Result result = method ? call(cls, method) : fallback;
-        if (env()->ExceptionCheck()) {
-            env()->ExceptionDescribe();
-            env()->ExceptionClear();
-            ADD_FAILURE() << name << " threw";
-        }
-        drop(cls);
-        return result;
-    }
-
     // The companions' natives resolve to this program's copy of the library, whose device
     // table the tests use, not to a libkelmor.so that Java may have loaded.
     static bool bindNatives()
     {
-        const JNINativeMethod keyboard[] = {
-            {const_cast<char*>("PKeyboardDataSend"), const_cast<char*>("(JLjava/lang/String;)V"),
-             reinterpret_cast<void*>(&Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend)}};
+        auto method = [](const char* name, const char* signature, auto function) {
+            return JNINativeMethod{const_cast<char*>(name), const_cast<char*>(signature),
+                                   reinterpret_cast<void*>(function)};
+        };
+        const JNINativeMethod keyboard[] = {method("PKeyboardDataSend", "(JLjava/lang/String;)V",
+                                                   &Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend)};
         const JNINativeMethod broadcast[] = {
-            {const_cast<char*>("PBroadcastReceaverSendData"), const_cast<char*>("(J[B)V"),
-             reinterpret_cast<void*>(
-                 &Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData)},
-            {const_cast<char*>("PBroadcastReceaverSendString"),
-             const_cast<char*>("(JLjava/lang/String;)V"),
-             reinterpret_cast<void*>(
-                 &Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString)}};
+            method("PBroadcastReceaverSendData", "(J[B)V",
+                   &Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData),
+            method("PBroadcastReceaverSendString", "(JLjava/lang/String;)V",
+                   &Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString)};
+        const JNINativeMethod serial[] = {method("PSerialPortStoreData", "(J[B)V",
+                                                 &Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData)};
+        const JNINativeMethod tcp[] = {
+            method("PTcpSocketStoreData", "(J[B)V", &Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreData),
+            method("PTcpSocketStoreError", "(JILjava/lang/String;)V",
+                   &Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreError)};
+        const JNINativeMethod udp[] = {
+            method("PUdpSocketStoreData", "(J[B)V", &Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreData),
+            method("PUdpSocketStoreError", "(JILjava/lang/String;)V",
+                   &Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreError)};
+        const JNINativeMethod bluetooth[] = {method("PBluetoothDataSend", "(J[B)V",
+                                                    &Java_com_tavrel_piodevice_PBluetooth_PBluetoothDataSend)};
         return bind(u"com.tavrel.piodevice.PKeyboard", keyboard, 1)
-            && bind(u"com.tavrel.piodevice.PBroadcastReceaver", broadcast, 2);
+            && bind(u"com.tavrel.piodevice.PBroadcastReceaver", broadcast, 2)
+            && bind(u"com.tavrel.piodevice.PSerialPort", serial, 1)
+            && bind(u"com.tavrel.piodevice.PTcpSocket", tcp, 2)
+            && bind(u"com.tavrel.piodevice.PUdpSocket", udp, 2)
+            && bind(u"com.tavrel.piodevice.PBluetooth", bluetooth, 1);
     }
     static bool bind(const char16_t* className, const JNINativeMethod* methods, int count)
     {

@@ -17,7 +17,6 @@ using kelmortest::WaitCounter;
 namespace {
 
 const char16_t kReceiver[] = u"com.tavrel.piodevice.PBroadcastReceaver";
-const char16_t kRecorder[] = u"com.tavrel.kelmortest.RecordingCompanion";
 
 struct Inputs : WaitCounter {
     std::mutex mutex;  // guards texts
@@ -68,13 +67,8 @@ protected:
     void send(const char* kind, const char* action, const char* category, const char* name,
               const std::string& value)
     {
-        jstring args[] = {javaString(action), javaString(category), javaString(name),
-                          javaString(value)};
-        callStatic(kTraffic, kind,
-                   "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V",
-                   args[0], args[1], args[2], args[3]);
-        for (jstring arg : args)
-            drop(arg);
+        callStatic(kTraffic, kind, "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V",
+                   action, category, name, value);
     }
     int registeredReceivers() { return callStaticInt(kReceiver, "registeredReceivers", "()I"); }
 };
@@ -130,13 +124,7 @@ TEST_F(PBroadcastReceaverJvmTest, typedExtrasArriveAsOneEventEachWithEveryByteAn
 TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBecomeErrors)
 {
     redirect(kReceiver, kRecorder);
-    auto take = [&] { return callStaticString(kRecorder, "take", "()Ljava/lang/String;"); };
-    auto answer = [&](const char* open, bool constructorFails) {
-        jstring text = javaString(open);
-        callStatic(kRecorder, "answer", "(Ljava/lang/String;Z)V", text, jboolean(constructorFails));
-        drop(text);
-    };
-    take();
+    recorderTake();
     auto inputs = std::make_shared<Inputs>();
     auto device = receiver("SCAN", "C", "data", PBroadcastDataField::String, inputs);
     device->setFieldsDesc({PBroadcastDataField("raw", PBroadcastDataField::ByteArray),
@@ -146,7 +134,7 @@ TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBeco
     device->close();
     device->close();
     ASSERT_TRUE(device->open(1));
-    EXPECT_EQ(take(), "new handle\n"
+    EXPECT_EQ(recorderTake(), "new handle\n"
                       "open action_name=SCAN;action_category_name=C;fields=data(9),raw(65538);\n"
                       "close\n"
                       "open action_name=SCAN;action_category_name=C;fields=data(9),raw(65538);");
@@ -163,7 +151,7 @@ TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBeco
     EXPECT_EQ(inputs->count(), 1);
 
     for (const char* refusal : {"false", "throw"}) {
-        answer(refusal, false);
+        recorderAnswer(refusal, false);
         device->close();
         EXPECT_FALSE(device->open(1)) << refusal;
         EXPECT_FALSE(device->isOpen());
@@ -171,21 +159,21 @@ TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBeco
         EXPECT_EQ(device->getLastError().message(), PString("Broadcast receiver not registered"));
         EXPECT_FALSE(env()->ExceptionCheck());
     }
-    answer("true", true);
+    recorderAnswer("true", true);
     device.reset();
     device = std::make_shared<PBroadcastReceaver>("SCAN");
     device->setFieldsDesc({PBroadcastDataField("data", PBroadcastDataField::String)});
     EXPECT_FALSE(device->open(1));
     EXPECT_EQ(device->getLastError().message(),
               PString("class com.tavrel.piodevice.PBroadcastReceaver could not be made"));
-    answer("true", false);
+    recorderAnswer("true", false);
     EXPECT_TRUE(device->open(1)) << "a companion that could not be made is made again";
     device.reset();
     // The handle of a destroyed device reaches nothing.
     Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(env(), nullptr, handle, bytes);
     EXPECT_EQ(inputs->count(), 1);
     drop(bytes);
-    take();
+    recorderTake();
 }
 
 class PBroadcastReceaverStressJvmTest : public PBroadcastReceaverJvmTest {
@@ -200,8 +188,8 @@ protected:
         ASSERT_TRUE(warm->open(1));
         warm.reset();
         m_refs = PHostJvm::globalRefCount();
-        jstring args[] = {javaString("FLOOD"), javaString("data"), javaString("29:1:QQ==")};
-        startFloods(args[0], args[1], args[2]);
+        jstring args[] = {javaString("FLOOD"), javaString("data")};
+        startFloods(args[0], args[1], nullptr);
         for (jstring arg : args)
             drop(arg);
     }

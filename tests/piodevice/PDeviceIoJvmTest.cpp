@@ -102,7 +102,7 @@ TEST_F(PDeviceIoJvmTest, serialPortOverAPseudoTerminalAppliesTheLineAndCarriesBy
     EXPECT_FALSE(line.c_cflag & PARENB);
     EXPECT_FALSE(line.c_lflag & (ICANON | ECHO)) << "raw bytes, no echo";
 
-    pty.send("4601234567893\r");
+    ASSERT_TRUE(pty.send("4601234567893\r"));
     EXPECT_EQ(recorder.waitForInput(14), "4601234567893\r");
     const auto event = recorder.events().front();
     EXPECT_EQ(event->value(PString("dev_id")).toPString(), PString(pty.slave));
@@ -213,7 +213,7 @@ TEST_F(PDeviceIoJvmTest, bluetoothPeerBehindAPseudoTerminalIsListedOpenedAndSeen
     device->setCallback(recorder.callback());
     ASSERT_TRUE(device->open(PIODevice::OpenRead)) << device->getLastError().toString().toStdString();
     EXPECT_TRUE(device->isOpen());
-    pty.send("AB\r");
+    ASSERT_TRUE(pty.send("AB\r"));
     EXPECT_EQ(recorder.waitForInput(3), "AB\r");
     EXPECT_EQ(recorder.events().front()->value(PString("dev_type")).toPString(), PString("bluetooth"));
     EXPECT_EQ(recorder.events().front()->value(PString("dev_id")).toPString(), PString("00:11:22:33:44:55"));

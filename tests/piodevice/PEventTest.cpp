@@ -1,5 +1,6 @@
 // Tests of PEvent, PIODeviceEvent and the PIODevice / PIOCustomDevice frame.
 #include "PEvent.h"
+#include "PEventKeys.h"
 #include "PIODevice.h"
 
 #include <gtest/gtest.h>
@@ -34,44 +35,32 @@ public:
 
 }
 
-TEST(PEventTest, absentKeyIsInvalidAndStoredEmptyValueIsKept)
+TEST(PEventTest, valuesCopiesAndMovesKeepTheirOwnFields)
 {
     PIODeviceEvent event;
     EXPECT_EQ(event.type(), 17);
-    EXPECT_FALSE(event.value("input").isValid());
     event.setValue("input", PVariant());
     event.setValue("dev_id", "COM1");
     EXPECT_FALSE(event.value("input").isValid());
+    EXPECT_FALSE(event.value("absent").isValid());
     EXPECT_EQ(event.fields().size(), 2u);
-    EXPECT_EQ(event.value("dev_id").toStdString(), "COM1");
-}
 
-TEST(PEventTest, copyKeepsClassAndValuesAndIsIndependent)
-{
-    PIODeviceEvent event;
     event.setValue("input", PByteArray("AB"));
     std::unique_ptr<PEvent> copy(event.copy());
     ASSERT_NE(dynamic_cast<PIODeviceEvent*>(copy.get()), nullptr);
-    EXPECT_EQ(copy->type(), 17);
     event.setValue("input", PByteArray("CD"));
     EXPECT_EQ(copy->value("input").toByteArray().toStdString(), "AB");
-
     std::unique_ptr<PEvent> plain(PEvent(5).copy());
     EXPECT_EQ(plain->type(), 5);
     EXPECT_EQ(dynamic_cast<PIODeviceEvent*>(plain.get()), nullptr);
-}
 
-TEST(PEventTest, movedFromEventIsEmptyAndUsable)
-{
-    PEvent source(17);
-    source.setValue("k", 1);
-    PEvent target(std::move(source));
+    PEvent target(std::move(*copy));
     EXPECT_EQ(target.type(), 17);
-    EXPECT_EQ(target.value("k").toInt(), 1);
-    EXPECT_EQ(source.type(), 0);
-    EXPECT_TRUE(source.fields().empty());
-    source.setValue("again", 2);
-    EXPECT_EQ(source.value("again").toInt(), 2);
+    EXPECT_EQ(target.value("dev_id").toStdString(), "COM1");
+    EXPECT_EQ(copy->type(), 0);
+    EXPECT_TRUE(copy->fields().empty());
+    copy->setValue("again", 2);
+    EXPECT_EQ(copy->value("again").toInt(), 2);
 }
 
 TEST(PIODeviceTest, byteArrayFormsKeepLengthAndSkipEmptyWrites)
@@ -111,4 +100,13 @@ TEST(PIOCustomDeviceTest, parameterGivesStoredValueEvenInvalidElseDefault)
     EXPECT_FALSE(device.parameter("alias", "fallback").isValid());
     device.setParameter("speed", 115200);
     EXPECT_EQ(device.parameter("speed", 9600).toInt(), 115200);
+}
+
+TEST(PEventTest, keyHeldByAddressIsTheSameKeyAsItsText)
+{
+    PIODeviceEvent event(std::vector<PEvent::Field>{{&PEventKeys::InputKey(), PVariant(1)}});
+    EXPECT_EQ(event.value(PString("input")).toInt(), 1);
+    event.setValue(PString("input"), PVariant(2));
+    EXPECT_EQ(event.fields().size(), 1u);
+    EXPECT_EQ(event.value(PEventKeys::InputKey()).toInt(), 2);
 }

@@ -56,19 +56,16 @@ class PKeyboardJvmTest : public kelmortest::DeviceJvmTest {
 protected:
     int sendText(const std::string& text)
     {
-        jstring javaText = javaString(text);
-        const int reached = callStaticInt(kKeyboard, "sendText", "(Ljava/lang/String;)I", javaText);
-        drop(javaText);
-        return reached;
+        return callStaticInt(kKeyboard, "sendText", "(Ljava/lang/String;)I", text);
     }
     std::string packetRecord(int code, int action, int meta, const char* characters)
     {
-        jstring javaText = characters ? javaString(characters) : nullptr;
-        std::string record = callStaticString(kKeyboard, "packetRecord",
-                                              "(IIILjava/lang/String;)Ljava/lang/String;", code,
-                                              action, meta, javaText);
-        drop(javaText);
-        return record;
+        const jstring none = nullptr;
+        auto call = [&](const auto& text) {
+            return callStaticString(kKeyboard, "packetRecord", "(IIILjava/lang/String;)Ljava/lang/String;",
+                                    code, action, meta, text);
+        };
+        return characters ? call(characters) : call(none);
     }
     int openCompanions() { return callStaticInt(kKeyboard, "openCount", "()I"); }
 };
@@ -140,41 +137,34 @@ TEST_F(PKeyboardJvmTest, twoDevicesShareOneCompanionAndEachDeliversTheCode)
 
 TEST_F(PKeyboardJvmTest, companionGetsExactSettingsAndItsRefusalsBecomeErrors)
 {
-    redirect(kKeyboard, u"com.tavrel.kelmortest.RecordingCompanion");
-    const char16_t recorder[] = u"com.tavrel.kelmortest.RecordingCompanion";
-    auto take = [&] { return callStaticString(recorder, "take", "()Ljava/lang/String;"); };
-    auto answer = [&](const char* open, bool constructorFails) {
-        jstring text = javaString(open);
-        callStatic(recorder, "answer", "(Ljava/lang/String;Z)V", text, jboolean(constructorFails));
-        drop(text);
-    };
-    take();
+    redirect(kKeyboard, kRecorder);
+    recorderTake();
     auto device = std::make_shared<PKeyboard>();
     device->setParameter("timeout", PVariant(1000));
     ASSERT_TRUE(device->open(1));
     device->close();
-    EXPECT_EQ(take(), "new handle\nopen timeout=0;ignore_state=0;gs1symbolkey=0000008a;\nclose");
+    EXPECT_EQ(recorderTake(), "new handle\nopen timeout=0;ignore_state=0;gs1symbolkey=0000008a;\nclose");
 
     // A refusal or an exception from open is an error; the companion is asked again later.
     for (const char* refusal : {"false", "throw"}) {
-        answer(refusal, false);
+        recorderAnswer(refusal, false);
         EXPECT_FALSE(device->open(1));
         EXPECT_EQ(device->getLastError().code(), 2) << refusal;
         EXPECT_EQ(device->getLastError().message(), PString("Keyboard companion refused to open"));
         EXPECT_FALSE(env()->ExceptionCheck());
         EXPECT_FALSE(PKeyboardIOQueueService::getInstance().isRunning());
     }
-    answer("true", false);
+    recorderAnswer("true", false);
     ASSERT_TRUE(device->open(1));
     device->close();
-    const std::string log = take();
+    const std::string log = recorderTake();
     EXPECT_EQ(log.find("new"), log.rfind("new")) << "the refused companion is asked again";
 
-    answer("true", true);
+    recorderAnswer("true", true);
     EXPECT_FALSE(device->open(1));
     EXPECT_EQ(device->getLastError().message(),
               PString("class com.tavrel.piodevice.PKeyboard could not be made"));
-    take();
+    recorderTake();
 }
 
 TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCan)
@@ -186,10 +176,8 @@ TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCa
     anchor.device->close();
     const long refs = PHostJvm::globalRefCount();  // with the companion's class pinned
 
-    jstring action = javaString("FLOOD");
-    jstring name = javaString("data");
     jstring packet = javaString("29:1:QQ==");
-    startFloods(action, name, packet);
+    startFloods(nullptr, nullptr, packet);
     // 10,000 cycles, or as many as 40 s allow: about 8,000 under ASan.
     const auto deadline = std::chrono::steady_clock::now() + 40s;
     int cycles = 0;
@@ -213,8 +201,6 @@ TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCa
     }
     anchor.device->close();
     EXPECT_TRUE(stopFloods());
-    drop(action);
-    drop(name);
     drop(packet);
     __android_log_set_minimum_priority(logPriority);
     EXPECT_GE(cycles, 500);

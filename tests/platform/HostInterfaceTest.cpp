@@ -41,28 +41,18 @@ TEST(HostInterfaceTest, connectionOperationsSitInTheirFixedSlots)
     RecordingConnection connection;
     IAddInDefBaseEx* base = &connection;
     char16_t text[] = u"x";
-    callSlot<bool (*)(void*, unsigned short, const char16_t*, const char16_t*, long)>(base, kFirst + 0, 1003, text, text, 1L);
-    EXPECT_EQ(connection.last, "reportError");
-    callSlot<bool (*)(void*, char16_t*, tVariant*, long*, char16_t**)>(base, kFirst + 1, text, nullptr, nullptr, nullptr);
-    EXPECT_EQ(connection.last, "read");
-    callSlot<bool (*)(void*, char16_t*, tVariant*)>(base, kFirst + 2, text, nullptr);
-    EXPECT_EQ(connection.last, "write");
-    callSlot<bool (*)(void*, char16_t*)>(base, kFirst + 3, text);
-    EXPECT_EQ(connection.last, "registerProfileAs");
-    callSlot<bool (*)(void*, long)>(base, kFirst + 4, 10L);
-    EXPECT_EQ(connection.last, "setEventBufferDepth");
+    EXPECT_EQ((callSlot<bool (*)(void*, unsigned short, const char16_t*, const char16_t*, long)>(base, kFirst + 0, 1003, text, text, 1L), connection.last), "reportError");
+    EXPECT_EQ((callSlot<bool (*)(void*, char16_t*, tVariant*, long*, char16_t**)>(base, kFirst + 1, text, nullptr, nullptr, nullptr), connection.last), "read");
+    EXPECT_EQ((callSlot<bool (*)(void*, char16_t*, tVariant*)>(base, kFirst + 2, text, nullptr), connection.last), "write");
+    EXPECT_EQ((callSlot<bool (*)(void*, char16_t*)>(base, kFirst + 3, text), connection.last), "registerProfileAs");
+    EXPECT_EQ((callSlot<bool (*)(void*, long)>(base, kFirst + 4, 10L), connection.last), "setEventBufferDepth");
     EXPECT_EQ((callSlot<long (*)(void*)>(base, kFirst + 5)), 7);
     EXPECT_EQ(connection.last, "getEventBufferDepth");
-    callSlot<bool (*)(void*, char16_t*, char16_t*, char16_t*)>(base, kFirst + 6, text, text, text);
-    EXPECT_EQ(connection.last, "externalEvent");
-    callSlot<void (*)(void*)>(base, kFirst + 7);
-    EXPECT_EQ(connection.last, "cleanEventBuffer");
-    callSlot<bool (*)(void*, char16_t*)>(base, kFirst + 8, text);
-    EXPECT_EQ(connection.last, "setStatusLine");
-    callSlot<void (*)(void*)>(base, kFirst + 9);
-    EXPECT_EQ(connection.last, "resetStatusLine");
-    callSlot<void* (*)(void*, int)>(base, kFirst + 10, 2);
-    EXPECT_EQ(connection.last, "queryInterface2");
+    EXPECT_EQ((callSlot<bool (*)(void*, char16_t*, char16_t*, char16_t*)>(base, kFirst + 6, text, text, text), connection.last), "externalEvent");
+    EXPECT_EQ((callSlot<void (*)(void*)>(base, kFirst + 7), connection.last), "cleanEventBuffer");
+    EXPECT_EQ((callSlot<bool (*)(void*, char16_t*)>(base, kFirst + 8, text), connection.last), "setStatusLine");
+    EXPECT_EQ((callSlot<void (*)(void*)>(base, kFirst + 9), connection.last), "resetStatusLine");
+    EXPECT_EQ((callSlot<void* (*)(void*, int)>(base, kFirst + 10, 2), connection.last), "queryInterface2");
 }
 
 struct RecordingMemory : IMemoryManager {
@@ -76,10 +66,8 @@ TEST(HostInterfaceTest, allocatorSlotsAreAllocThenFree)
     RecordingMemory memory;
     IMemoryManager* base = &memory;
     void* block = nullptr;
-    callSlot<bool (*)(void*, void**, unsigned long)>(base, kFirst, &block, 8ul);
-    EXPECT_EQ(memory.last, "alloc");
-    callSlot<void (*)(void*, void**)>(base, kFirst + 1, &block);
-    EXPECT_EQ(memory.last, "free");
+    EXPECT_EQ((callSlot<bool (*)(void*, void**, unsigned long)>(base, kFirst, &block, 8ul), memory.last), "alloc");
+    EXPECT_EQ((callSlot<void (*)(void*, void**)>(base, kFirst + 1, &block), memory.last), "free");
 }
 
 struct RecordingComponent : IComponentBase {
@@ -124,14 +112,10 @@ TEST(HostInterfaceTest, componentBasesKeepTheirOrderAndSlots)
     EXPECT_EQ(offset(user), 24);
 
     const char* initNames[] = {"Init", "setMemManager", "GetInfo", "Done"};
-    callSlot<bool (*)(void*, void*)>(init, kFirst + 0, nullptr);
-    EXPECT_EQ(component.last, initNames[0]);
-    callSlot<bool (*)(void*, void*)>(init, kFirst + 1, nullptr);
-    EXPECT_EQ(component.last, initNames[1]);
-    callSlot<long (*)(void*)>(init, kFirst + 2);
-    EXPECT_EQ(component.last, initNames[2]);
-    callSlot<void (*)(void*)>(init, kFirst + 3);
-    EXPECT_EQ(component.last, initNames[3]);
+    EXPECT_EQ((callSlot<bool (*)(void*, void*)>(init, kFirst + 0, nullptr), component.last), initNames[0]);
+    EXPECT_EQ((callSlot<bool (*)(void*, void*)>(init, kFirst + 1, nullptr), component.last), initNames[1]);
+    EXPECT_EQ((callSlot<long (*)(void*)>(init, kFirst + 2), component.last), initNames[2]);
+    EXPECT_EQ((callSlot<void (*)(void*)>(init, kFirst + 3), component.last), initNames[3]);
 
     const char* languageNames[] = {"RegisterExtensionAs", "GetNProps", "FindProp", "GetPropName",
                                    "GetPropVal", "SetPropVal", "IsPropReadable", "IsPropWritable",
@@ -139,43 +123,25 @@ TEST(HostInterfaceTest, componentBasesKeepTheirOrderAndSlots)
                                    "GetParamDefValue", "HasRetVal", "CallAsProc", "CallAsFunc"};
     tVariant value{};
     char16_t* name = nullptr;
-    callSlot<bool (*)(void*, char16_t**)>(language, kFirst + 0, &name);
-    EXPECT_EQ(component.last, languageNames[0]);
-    callSlot<long (*)(void*)>(language, kFirst + 1);
-    EXPECT_EQ(component.last, languageNames[1]);
-    callSlot<long (*)(void*, const char16_t*)>(language, kFirst + 2, u"p");
-    EXPECT_EQ(component.last, languageNames[2]);
-    callSlot<const char16_t* (*)(void*, long, long)>(language, kFirst + 3, 0L, 0L);
-    EXPECT_EQ(component.last, languageNames[3]);
-    callSlot<bool (*)(void*, long, tVariant*)>(language, kFirst + 4, 0L, &value);
-    EXPECT_EQ(component.last, languageNames[4]);
-    callSlot<bool (*)(void*, long, tVariant*)>(language, kFirst + 5, 0L, &value);
-    EXPECT_EQ(component.last, languageNames[5]);
-    callSlot<bool (*)(void*, long)>(language, kFirst + 6, 0L);
-    EXPECT_EQ(component.last, languageNames[6]);
-    callSlot<bool (*)(void*, long)>(language, kFirst + 7, 0L);
-    EXPECT_EQ(component.last, languageNames[7]);
-    callSlot<long (*)(void*)>(language, kFirst + 8);
-    EXPECT_EQ(component.last, languageNames[8]);
-    callSlot<long (*)(void*, const char16_t*)>(language, kFirst + 9, u"m");
-    EXPECT_EQ(component.last, languageNames[9]);
-    callSlot<const char16_t* (*)(void*, long, long)>(language, kFirst + 10, 0L, 0L);
-    EXPECT_EQ(component.last, languageNames[10]);
-    callSlot<long (*)(void*, long)>(language, kFirst + 11, 0L);
-    EXPECT_EQ(component.last, languageNames[11]);
-    callSlot<bool (*)(void*, long, long, tVariant*)>(language, kFirst + 12, 0L, 0L, &value);
-    EXPECT_EQ(component.last, languageNames[12]);
-    callSlot<bool (*)(void*, long)>(language, kFirst + 13, 0L);
-    EXPECT_EQ(component.last, languageNames[13]);
-    callSlot<bool (*)(void*, long, tVariant*, long)>(language, kFirst + 14, 0L, &value, 0L);
-    EXPECT_EQ(component.last, languageNames[14]);
-    callSlot<bool (*)(void*, long, tVariant*, tVariant*, long)>(language, kFirst + 15, 0L, &value, &value, 0L);
-    EXPECT_EQ(component.last, languageNames[15]);
+    EXPECT_EQ((callSlot<bool (*)(void*, char16_t**)>(language, kFirst + 0, &name), component.last), languageNames[0]);
+    EXPECT_EQ((callSlot<long (*)(void*)>(language, kFirst + 1), component.last), languageNames[1]);
+    EXPECT_EQ((callSlot<long (*)(void*, const char16_t*)>(language, kFirst + 2, u"p"), component.last), languageNames[2]);
+    EXPECT_EQ((callSlot<const char16_t* (*)(void*, long, long)>(language, kFirst + 3, 0L, 0L), component.last), languageNames[3]);
+    EXPECT_EQ((callSlot<bool (*)(void*, long, tVariant*)>(language, kFirst + 4, 0L, &value), component.last), languageNames[4]);
+    EXPECT_EQ((callSlot<bool (*)(void*, long, tVariant*)>(language, kFirst + 5, 0L, &value), component.last), languageNames[5]);
+    EXPECT_EQ((callSlot<bool (*)(void*, long)>(language, kFirst + 6, 0L), component.last), languageNames[6]);
+    EXPECT_EQ((callSlot<bool (*)(void*, long)>(language, kFirst + 7, 0L), component.last), languageNames[7]);
+    EXPECT_EQ((callSlot<long (*)(void*)>(language, kFirst + 8), component.last), languageNames[8]);
+    EXPECT_EQ((callSlot<long (*)(void*, const char16_t*)>(language, kFirst + 9, u"m"), component.last), languageNames[9]);
+    EXPECT_EQ((callSlot<const char16_t* (*)(void*, long, long)>(language, kFirst + 10, 0L, 0L), component.last), languageNames[10]);
+    EXPECT_EQ((callSlot<long (*)(void*, long)>(language, kFirst + 11, 0L), component.last), languageNames[11]);
+    EXPECT_EQ((callSlot<bool (*)(void*, long, long, tVariant*)>(language, kFirst + 12, 0L, 0L, &value), component.last), languageNames[12]);
+    EXPECT_EQ((callSlot<bool (*)(void*, long)>(language, kFirst + 13, 0L), component.last), languageNames[13]);
+    EXPECT_EQ((callSlot<bool (*)(void*, long, tVariant*, long)>(language, kFirst + 14, 0L, &value, 0L), component.last), languageNames[14]);
+    EXPECT_EQ((callSlot<bool (*)(void*, long, tVariant*, tVariant*, long)>(language, kFirst + 15, 0L, &value, &value, 0L), component.last), languageNames[15]);
 
-    callSlot<void (*)(void*, const char16_t*)>(locale, kFirst, u"ru_RU");
-    EXPECT_EQ(component.last, "SetLocale");
-    callSlot<void (*)(void*, const char16_t*)>(user, kFirst, u"ru");
-    EXPECT_EQ(component.last, "SetUserInterfaceLanguageCode");
+    EXPECT_EQ((callSlot<void (*)(void*, const char16_t*)>(locale, kFirst, u"ru_RU"), component.last), "SetLocale");
+    EXPECT_EQ((callSlot<void (*)(void*, const char16_t*)>(user, kFirst, u"ru"), component.last), "SetUserInterfaceLanguageCode");
 }
 
 TEST(HostInterfaceTest, valueRecordKeepsTheHostsOffsets)

@@ -88,24 +88,16 @@ TEST(PJniSignatureTest, signatureWithoutReturnTypeIsInvalidWithoutError)
     EXPECT_EQ(empty.parametersCount(), 0);
 }
 
-TEST(PJniSignatureTest, parameterTypeOutsideTheListIsZero)
-{
-    PJniSignature signature(PString("(IJ)V"));
-    EXPECT_EQ(signature.parameterType(0), 6);
-    EXPECT_EQ(signature.parameterType(1), 7);
-    EXPECT_EQ(signature.parameterType(2), 0);
-    EXPECT_EQ(signature.parameterType(-1), 0);
-}
-
 TEST(PJniSignatureTest, parsingACopyLeavesTheOriginalAlone)
 {
-    PJniSignature original(PString("(I)V"));
+    PJniSignature original(PString("(IJ)V"));
     PJniSignature copy = original;
     EXPECT_FALSE(copy.parse(PString("(Q)V")));
-    EXPECT_TRUE(original.isValid());
-    EXPECT_EQ(original.parameterTypes(), std::vector<int>{6});
     EXPECT_TRUE(copy.parse(PString("([B)Z")));
-    EXPECT_EQ(original.parameterTypes(), std::vector<int>{6});
+    EXPECT_EQ(original.parameterTypes(), (std::vector<int>{6, 7}));
+    EXPECT_EQ(original.parameterType(1), 7);
+    EXPECT_EQ(original.parameterType(2), 0);
+    EXPECT_EQ(original.parameterType(-1), 0);
 }
 
 }

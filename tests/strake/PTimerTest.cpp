@@ -1,42 +1,24 @@
 // Tests of PTimer's state machine, PTime and PRandom.
 #include "PTimer.h"
+#include "WaitCounter.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <thread>
 
 namespace {
 
-// Counts ticks and lets a test wait, with a generous bound, until a number is reached.
-struct TickCounter {
-    std::mutex mutex;
-    std::condition_variable changed;
-    int ticks = 0;
-
+// Counts ticks; a test waits on it until a number is reached.
+struct TickCounter : kelmortest::WaitCounter {
     std::function<void()> callback()
     {
-        return [this] {
-            std::lock_guard<std::mutex> lock(mutex);
-            ++ticks;
-            changed.notify_all();
-        };
+        return [this] { add(); };
     }
-    bool waitFor(int wanted)
-    {
-        std::unique_lock<std::mutex> lock(mutex);
-        return changed.wait_for(lock, std::chrono::seconds(20), [&] { return ticks >= wanted; });
-    }
-    int value()
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        return ticks;
-    }
+    int value() const { return static_cast<int>(count()); }
 };
 
 TEST(PTimerTest, refusesWithoutCallbackOrWithNothingToCount)
@@ -53,19 +35,22 @@ TEST(PTimerTest, refusesWithoutCallbackOrWithNothingToCount)
     EXPECT_FALSE(zeroCount.isRunning());
 }
 
-TEST(PTimerTest, zeroIntervalRunsCountTimesAndEndsByItself)
+TEST(PTimerTest, countedRunsEndByThemselvesAndAnImmediateFirstRunCountsAsOne)
 {
-    TickCounter counter;
-    PTimer timer(counter.callback());
-    timer.start(0, 0, 3);
-    ASSERT_TRUE(counter.waitFor(3));
-    while (timer.isRunning())
-        PCurrentThread::sleep(1);
-    EXPECT_EQ(counter.value(), 3);
-    // The thread ended by itself and is still to be joined: start does it. Its answer is
-    // whether the new thread still runs, which two quick ticks may have ended: the ticks tell.
-    timer.start(0, 0, 2);
-    ASSERT_TRUE(counter.waitFor(5));
+    // A long interval with a run at once: only that run can have happened when the thread ends.
+    for (const auto& [interval, count] : {std::pair{0, 3}, std::pair{60000, 1}}) {
+        TickCounter counter;
+        PTimer timer(counter.callback());
+        timer.start(interval, interval ? 1 : 0, count);
+        ASSERT_TRUE(counter.waitFor(count));
+        while (timer.isRunning())
+            PCurrentThread::sleep(1);
+        EXPECT_EQ(counter.value(), count);
+        if (interval == 0) {  // the thread ended by itself and is still to be joined: start does it
+            timer.start(0, 0, 2);
+            ASSERT_TRUE(counter.waitFor(count + 2));
+        }
+    }
 }
 
 TEST(PTimerTest, keepsTickingWithStoredIntervalUntilStopped)
@@ -84,18 +69,6 @@ TEST(PTimerTest, keepsTickingWithStoredIntervalUntilStopped)
     EXPECT_FALSE(timer.start(1, 0, 1));  // already running
     timer.stop();
     EXPECT_FALSE(timer.isRunning());
-}
-
-TEST(PTimerTest, immediateFirstRunCountsAsOne)
-{
-    TickCounter counter;
-    PTimer timer(counter.callback());
-    // A long interval: only the run at once can have happened when the thread ends.
-    timer.start(60000, 1, 1);
-    ASSERT_TRUE(counter.waitFor(1));
-    while (timer.isRunning())
-        PCurrentThread::sleep(1);
-    EXPECT_EQ(counter.value(), 1);
 }
 
 TEST(PTimerTest, restartWithFlagOneRunsAtOnceAndZeroOnlyMovesTheTick)

@@ -7,6 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <string>
+#include <type_traits>
+#include <vector>
+
 namespace kelmortest {
 
 class JvmTest : public ::testing::Test {
@@ -29,5 +34,98 @@ protected:
         EXPECT_EQ(output, "") << "the VM reported:\n" << output;
     }
 };
+
+
+// Calls from the test thread to the jars' static methods. The thread never returns to Java, so
+// every local reference is dropped once used; a Java exception fails the test and is cleared.
+inline void dropLocal(jobject ref)
+{
+    if (ref)
+        PHostJvm::env()->DeleteLocalRef(ref);
+}
+
+inline std::string javaUtf8(jobject text)
+{
+    JNIEnv* env = PHostJvm::env();
+    if (!text || env->ExceptionCheck())
+        return std::string();
+    const char* chars = env->GetStringUTFChars(static_cast<jstring>(text), nullptr);
+    std::string utf8(chars ? chars : "");
+    env->ReleaseStringUTFChars(static_cast<jstring>(text), chars);
+    return utf8;
+}
+
+// True when no Java exception is pending; otherwise describes it, clears it and fails the test.
+inline bool javaQuiet(const char* what)
+{
+    JNIEnv* env = PHostJvm::env();
+    if (!env->ExceptionCheck())
+        return true;
+    env->ExceptionDescribe();
+    env->ExceptionClear();
+    ADD_FAILURE() << what << " threw";
+    return false;
+}
+
+// The arguments of one call: texts become Java strings, which go when the call is done.
+class JavaArgs {
+public:
+    JavaArgs() = default;
+    JavaArgs(const JavaArgs&) = delete;
+    JavaArgs& operator=(const JavaArgs&) = delete;
+    ~JavaArgs()
+    {
+        for (jobject ref : m_made)
+            dropLocal(ref);
+    }
+    jobject keep(jobject ref)
+    {
+        m_made.push_back(ref);
+        return ref;
+    }
+    jvalue operator()(const std::string& text) { return object(keep(PHostJvm::env()->NewStringUTF(text.c_str()))); }
+    jvalue operator()(const char* text) { return (*this)(std::string(text)); }
+    jvalue operator()(jobject ref) { return object(ref); }
+    jvalue operator()(std::nullptr_t) { return object(nullptr); }
+    jvalue operator()(jint n) { jvalue v; v.i = n; return v; }
+    jvalue operator()(jlong n) { jvalue v; v.j = n; return v; }
+    jvalue operator()(jboolean b) { jvalue v; v.z = b; return v; }
+
+private:
+    static jvalue object(jobject ref) { jvalue v; v.l = ref; return v; }
+    std::vector<jobject> m_made;
+};
+
+// Result is void, bool, int, long long or std::string (a Java String's UTF-8).
+template <class Result = void, class... Args>
+Result callStatic(const char16_t* className, const char* name, const char* signature, const Args&... args)
+{
+    JNIEnv* env = PHostJvm::env();
+    JavaArgs made;
+    const jvalue values[] = {made(args)..., jvalue{}};
+    auto cls = static_cast<jclass>(made.keep(PHostJvm::androidHelper().findClass(className)));
+    jmethodID method = cls ? env->GetStaticMethodID(cls, name, signature) : nullptr;
+    EXPECT_NE(method, nullptr) << name;
+    if constexpr (std::is_void_v<Result>) {
+        if (method)
+            env->CallStaticVoidMethodA(cls, method, values);
+        javaQuiet(name);
+    } else {
+        Result result{};
+        if constexpr (std::is_same_v<Result, bool>) {
+            result = method && env->CallStaticBooleanMethodA(cls, method, values) == JNI_TRUE;
+        } else if constexpr (std::is_same_v<Result, int>) {
+            result = method ? env->CallStaticIntMethodA(cls, method, values) : -1;
+        } else if constexpr (std::is_same_v<Result, long long>) {
+            result = method ? env->CallStaticLongMethodA(cls, method, values) : -1;
+        } else {
+            static_assert(std::is_same_v<Result, std::string>, "a result of a kind JNI gives");
+            if (method)
+                result = javaUtf8(made.keep(env->CallStaticObjectMethodA(cls, method, values)));
+        }
+        javaQuiet(name);
+        return result;
+    }
+}
 
 }

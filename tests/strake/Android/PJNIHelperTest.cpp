@@ -91,6 +91,21 @@ TEST_F(PJNITest, disconnectDeletesEveryGlobalReferenceAndInvalidatesHandles)
     EXPECT_EQ(first->lastError().message(), PString("Invalid class object to call"));
 }
 
+// A device can outlive a bring-down (a Java thread still holds it); when it goes at last, the
+// object the next connection made, maybe in the VM's reused reference slot, must stay valid.
+TEST_F(PJNITest, objectOutlivingADisconnectLeavesTheNextConnectionsObjectsAlone)
+{
+    for (int round = 0; round < 50; ++round) {
+        PJNIClassObjectPtr stale = newProbe();
+        ASSERT_TRUE(PJNIHelper::disconnect());
+        ASSERT_TRUE(PJNIHelper::connect(&m_host));
+        PJNIClassObjectPtr fresh = newProbe();
+        stale.reset();
+        ASSERT_TRUE(fresh->isValid()) << "round " << round;
+        EXPECT_TRUE(fresh->callBooleanMethod("hasActivity", "()Z"));
+    }
+}
+
 TEST_F(PJNITest, unknownNativeThreadIsAttachedForGoodAndManyThreadsCallTogether)
 {
     JavaVM* vm = PHostJvm::vm();

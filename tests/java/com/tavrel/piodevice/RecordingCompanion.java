@@ -25,6 +25,8 @@ public abstract class RecordingCompanion {
     /** The handle that the last companion was made with. */
     public static volatile long lastHandle;
     public static volatile boolean listThrows = false;
+    /** A block that open delivers before it returns, as a reader that finds data at once. */
+    public static volatile String deliverOnOpen = null;
 
     protected final long handle;
     private volatile boolean open;
@@ -46,6 +48,7 @@ public abstract class RecordingCompanion {
         pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
         listAnswer = "";
         listThrows = false;
+        deliverOnOpen = null;
     }
 
     /** The calls so far, one per line. */
@@ -69,6 +72,9 @@ public abstract class RecordingCompanion {
     public boolean open(String parameters) {
         record("open " + parameters);
         open = openResult;
+        String early = deliverOnOpen;
+        if (open && early != null)
+            deliver(early.getBytes());
         if (open && pumping) {
             byte[] block = pumpBlock;
             CompanionThreads.start("pump", () -> {
