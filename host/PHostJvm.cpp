@@ -111,7 +111,7 @@ jint JNICALL countGlobal(jvmtiHeapReferenceKind kind, const jvmtiHeapReferenceIn
 
 PHostJvmOptions PHostJvm::defaultOptions()
 {
-    return PHostJvmOptions{KELMOR_JAR, KELMOR_LIBRARY_PATH, true};
+    return PHostJvmOptions{KELMOR_JAR, KELMOR_LIBRARY_PATH, true, {}};
 }
 
 bool PHostJvm::configure(const PHostJvmOptions& chosen)

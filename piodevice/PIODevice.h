@@ -18,7 +18,9 @@ struct PIODevicePrivate;
 struct PIOCustomDevicePrivate;
 
 // An object with identity: not copyable. A device does no thread work of its own; received
-// data reaches the callback synchronously on the thread that delivered it.
+// data reaches the callback synchronously on the thread that delivered it. close() waits for
+// no delivery: one that was already under way when it was called is completed, so whatever the
+// callback reaches must outlive the device, not only its open time.
 // Thread-safety: the open state may be asked from any thread. The callbacks, the debug
 // handler and the last error are not guarded: set them before open and leave them alone
 // while the device is open.

@@ -8,13 +8,23 @@ cd "$(dirname "$0")/.."
 flavour=${1:-plain}
 shift || true
 jobs=${KELMOR_JOBS:-$(nproc)}
+# Line tables only (-g1): stack traces and sanitizer reports keep file and line, and the
+# build costs about a third less than with full debug information. For a debugger, configure
+# a build of your own with -DCMAKE_BUILD_TYPE=Debug.
+release=(-DCMAKE_BUILD_TYPE=RelWithDebInfo "-DCMAKE_C_FLAGS_RELWITHDEBINFO=-O2 -g1 -DNDEBUG"
+         "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O2 -g1 -DNDEBUG")
 case "$flavour" in
-    plain) dir=build; options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo) ;;
-    asan)  dir=build-asan; options=(-DCMAKE_BUILD_TYPE=Debug -DKELMOR_SANITIZE=address -DKELMOR_BENCH=OFF) ;;
-    tsan)  dir=build-tsan; options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELMOR_SANITIZE=thread
-                                    -DKELMOR_BENCH=OFF
+    plain) dir=build; options=("${release[@]}") ;;
+    # -O1 with the asserts on: the sanitizer's own advice, and the stress tests run twice as fast
+    # as unoptimised.
+    asan)  dir=build-asan; options=(-DCMAKE_BUILD_TYPE=Debug "-DCMAKE_C_FLAGS_DEBUG=-O1 -g1"
+                                    "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g1"
+                                    -DKELMOR_SANITIZE=address -DKELMOR_BENCH=OFF) ;;
+    tsan)  dir=build-tsan; options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo "-DCMAKE_C_FLAGS_RELWITHDEBINFO=-O1 -g1 -DNDEBUG"
+                                    "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -g1 -DNDEBUG"
+                                    -DKELMOR_SANITIZE=thread -DKELMOR_BENCH=OFF
                                     -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++) ;;
-    arm64) dir=build-arm64; options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELMOR_BENCH=OFF -DKELMOR_JVM=OFF
+    arm64) dir=build-arm64; options=("${release[@]}" -DKELMOR_BENCH=OFF -DKELMOR_JVM=OFF
                                      -DCMAKE_TOOLCHAIN_FILE=scripts/aarch64-linux-gnu.cmake) ;;
     fuzz)  dir=build-fuzz; options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELMOR_FUZZ=ON -DKELMOR_SANITIZE=address
                                     -DKELMOR_TESTS=OFF -DKELMOR_BENCH=OFF -DKELMOR_JVM=OFF

@@ -6,6 +6,7 @@
 #include "PKeyboard.h"
 #include "PKeyboardIOQueueService.h"
 #include "PKeyboardInputProcessor.h"
+#include "TestSupport.h"
 #include "WaitCounter.h"
 
 #include <android/log.h>
@@ -178,8 +179,7 @@ TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCa
 
     jstring packet = javaString("29:1:QQ==");
     startFloods(nullptr, nullptr, packet);
-    // 10,000 cycles, or as many as 40 s allow: about 8,000 under ASan.
-    const auto deadline = std::chrono::steady_clock::now() + 40s;
+    const auto deadline = std::chrono::steady_clock::now() + kelmortest::kStressTime;
     int cycles = 0;
     for (; cycles < 10000 && std::chrono::steady_clock::now() < deadline; ++cycles) {
         // Every tenth cycle the device is alone, and its companion comes and goes with it.

@@ -99,10 +99,12 @@ TEST_F(StrakeVariantTest, hostValuesBecomePVariants)
         v.vt = static_cast<uint16_t>(c.vt);
         const PVariant value = strake::var2var(&v);
         EXPECT_EQ(value.type(), c.type);
-        if (c.type == PVariant::Int)
+        if (c.type == PVariant::Int) {
             EXPECT_EQ(value.toInt(), static_cast<int32_t>(c.raw));
-        if (c.type == PVariant::Long)
+        }
+        if (c.type == PVariant::Long) {
             EXPECT_EQ(value.toLongLong(), c.raw);
+        }
     }
     EXPECT_FALSE(strake::var2var(nullptr).isValid());
 
@@ -142,18 +144,20 @@ TEST_F(StrakeVariantTest, pVariantsGoToTheHostAndComeBack)
         tVariant v = hostEmptyValue();
         ASSERT_TRUE(strake::make_variant(&v, values[i], &memory));
         EXPECT_EQ(v.vt, hostTypes[i]);
-        if (hostValueHoldsBlock(v))
+        if (hostValueHoldsBlock(v)) {
             EXPECT_TRUE(memory.owns(v.pstrVal));
+        }
         const PVariant back = strake::var2var(&v);
-        if (values[i].isText())
+        if (values[i].isText()) {
             EXPECT_EQ(back.toPString(), values[i].toPString());
-        else if (values[i].type() == PVariant::Bytes)
+        } else if (values[i].type() == PVariant::Bytes) {
             EXPECT_EQ(back.toByteArray(), values[i].toByteArray());
-        else if (v.vt == VTYPE_I2)
+        } else if (v.vt == VTYPE_I2) {
             // Reading back takes 32 bits; the host reads the 16 it was given.
             EXPECT_EQ(v.shortVal, values[i].toShort());
-        else
+        } else {
             EXPECT_EQ(back.toDouble(), values[i].toDouble());
+        }
         memory.release(v);
     }
     tVariant text = hostEmptyValue();

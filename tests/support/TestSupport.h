@@ -1,9 +1,26 @@
 // Helpers shared by the test programs: where the built library lies.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 namespace kelmortest {
+
+// How long a stress loop may run before it stops short of its cycle count. Under TSan every
+// thread start and JNI call costs many times more, so there a loop runs as many cycles as a
+// quarter minute allows; elsewhere the cycle count ends it.
+#if defined(__SANITIZE_THREAD__)
+#define KELMOR_TEST_UNDER_TSAN 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define KELMOR_TEST_UNDER_TSAN 1
+#endif
+#endif
+#if defined(KELMOR_TEST_UNDER_TSAN)
+inline constexpr std::chrono::seconds kStressTime{15};
+#else
+inline constexpr std::chrono::seconds kStressTime{120};
+#endif
 
 // Path of the built libkelmor.so (the KELMOR_LIBRARY environment variable wins).
 std::string libraryPath();
