@@ -190,10 +190,15 @@ void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval,
             d->state.store(3);
     }
 
+    // Ticks keep their rate: each is due one interval after the previous one was due, not
+    // after it ended, so the callback's own time doesn't stretch the period. A timer that fell
+    // a whole interval behind (a long callback, a stalled machine) starts afresh from now
+    // rather than ticking in a burst to catch up. A steady clock: a change of the wall clock
+    // must not stretch or skip a tick.
+    const auto period = std::chrono::milliseconds(interval);
+    auto deadline = std::chrono::steady_clock::now() + period;
     while (d->state.load() == 2) {
         std::unique_lock<std::mutex> lock(d->mutex);
-        // A steady clock: a change of the wall clock must not stretch or skip a tick.
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(interval);
         const bool woken = d->condition.wait_until(
             lock, deadline, [d] { return d->state.load() != 2 || d->restartPending; });
         if (!woken) {
@@ -201,15 +206,23 @@ void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval,
             runSafely(callback);
             if (!countDown(remaining))
                 break;
+            deadline += period;
+            const auto now = std::chrono::steady_clock::now();
+            if (deadline < now)
+                deadline = now + period;
         } else if (d->restartPending && d->state.load() == 2) {
             remaining = d->count;
-            if (d->restartFlags & 1) {
+            const bool tickNow = (d->restartFlags & 1) != 0;
+            d->restartFlags = 0;
+            d->restartPending = false;
+            // Outside the lock: the callback may stop or restart its own timer.
+            lock.unlock();
+            if (tickNow) {
                 runSafely(callback);
                 if (remaining > 0)
                     --remaining;
             }
-            d->restartFlags = 0;
-            d->restartPending = false;
+            deadline = std::chrono::steady_clock::now() + period;
         } else {
             break;
         }

@@ -87,6 +87,19 @@ TEST(PTimerTest, restartWithFlagOneRunsAtOnceAndZeroOnlyMovesTheTick)
     // Not running: restart starts with the stored values.
     EXPECT_TRUE(timer.restart(1));
     ASSERT_TRUE(counter.waitFor(2));
+
+    // The tick that a restart runs at once may stop its own timer: it held the timer's lock.
+    TickCounter stopped;
+    PTimer selfStopping;
+    selfStopping.setCallback([&] {
+        selfStopping.stop();
+        stopped.add();
+    });
+    ASSERT_TRUE(selfStopping.start(60000, 0, -1));
+    EXPECT_TRUE(selfStopping.restart(1));
+    ASSERT_TRUE(stopped.waitFor(1));
+    selfStopping.stop();
+    EXPECT_FALSE(selfStopping.isRunning());
 }
 
 TEST(PTimerTest, movedTimerKeepsRunningAndSourceIsInert)
