@@ -1,22 +1,19 @@
 // End to end: the library loaded in the VM, the test host calling only the driver's methods
 // by name, the desktop companions doing real I/O on pseudo-terminals and sockets.
 #include "JvmTest.h"
+#include "LoopbackSocket.h"
 #include "PHostDriver.h"
 #include "PHostLibrary.h"
-#include "PseudoTerminal.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
 #include <atomic>
 #include <chrono>
 #include <fcntl.h>
 #include <memory>
-#include <netinet/in.h>
 #include <stdlib.h>
 #include <string>
-#include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -69,28 +66,6 @@ int typeText(const std::string& typed)
     return callStatic<int>(u"com.tavrel.piodevice.PKeyboard", "sendText", "(Ljava/lang/String;)I", typed);
 }
 
-// A TCP scanner on 127.0.0.1 that the device connects to.
-struct TcpScanner {
-    TcpScanner()
-    {
-        fd = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        if (bind(fd, reinterpret_cast<sockaddr*>(&address), size) == 0 && listen(fd, 128) == 0 &&
-            getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0)
-            port = ntohs(address.sin_port);
-    }
-    ~TcpScanner()
-    {
-        if (peer >= 0)
-            ::close(peer);
-        ::close(fd);
-    }
-    int fd = -1, peer = -1, port = 0;
-};
-
 std::u16string u16(const std::string& ascii)
 {
     return std::u16string(ascii.begin(), ascii.end());
@@ -128,6 +103,14 @@ protected:
                                   << hostToUtf8(driver.lastError().text);
             }
             return driver.open();
+        }
+        // open(), with a failure naming the host's error when the device is refused.
+        std::u16string opened(const std::vector<std::pair<std::u16string, std::u16string>>& settings)
+        {
+            const std::u16string id = open(settings);
+            if (id.empty())
+                ADD_FAILURE() << "Open refused: " << hostToUtf8(driver.lastError().text);
+            return id;
         }
         // Waits for count events; the failure output lists what came.
         ::testing::AssertionResult received(size_t count)
@@ -176,8 +159,7 @@ TEST_F(DeviceEndToEndJvmTest, serialScannerGivesOneEventPerCodeInOrderWhateverTh
     setProperty("kelmor.serial.ports", pty.slave);
     auto host = session();
     const std::u16string id =
-        host->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
-    ASSERT_FALSE(id.empty()) << hostToUtf8(host->driver.lastError().text);
+        host->opened({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
 
     for (const char* piece : {"ABC", "123\r\n", "ONE\r\nTWO\r\n", "THREE\r", "\nFOUR\r\n",
                               "0104601234567890\x1d", "21ABC\r\n"}) {
@@ -199,34 +181,34 @@ TEST_F(DeviceEndToEndJvmTest, bluetoothPeerAndTcpScannerDeliverTheSameWay)
     Pty pty;
     const std::string address = "00:11:22:33:44:55";
     registerBluetooth(address, pty.slave);
-    TcpScanner tcp;
-    ASSERT_NE(tcp.port, 0);
+    kelmortest::LoopbackSocket tcp(SOCK_STREAM);
+    const unsigned short port = tcp.listenAny();
+    ASSERT_NE(port, 0);
     auto host = session(u"CardReaderDevice");
 
     const std::u16string bluetooth =
-        host->open({{u"EquipmentType", u"CardReaderDevice"}, {u"BluetoothDevice", u16(address)}});
-    ASSERT_FALSE(bluetooth.empty()) << hostToUtf8(host->driver.lastError().text);
+        host->opened({{u"EquipmentType", u"CardReaderDevice"}, {u"BluetoothDevice", u16(address)}});
     ASSERT_TRUE(pty.send("TRACK1\r\nTRA"));
     ASSERT_TRUE(pty.send("CK2\r\n"));
     ASSERT_TRUE(host->received(2));
     expectCodes(host->connection.events(), bluetooth, u"TrackData", {"TRACK1", "TRACK2"});
     host->connection.clear();
 
-    const std::u16string network = host->open(
+    const std::u16string network = host->opened(
         {{u"EquipmentType", u"InputDevice"},
-         {u"BluetoothDevice", u"tcp://127.0.0.1:" + u16(std::to_string(tcp.port))}});
-    ASSERT_FALSE(network.empty()) << hostToUtf8(host->driver.lastError().text);
-    tcp.peer = accept(tcp.fd, nullptr, nullptr);
-    ASSERT_GE(tcp.peer, 0);
+         {u"BluetoothDevice", u"tcp://127.0.0.1:" + u16(std::to_string(port))}});
+    const int peer = tcp.accept();
+    ASSERT_GE(peer, 0);
     const std::string stream = "N1\r\nN2\r\n" + kGs1 + "\r\n";
     for (char byte : stream)  // the worst split: one byte a segment
-        ASSERT_EQ(::send(tcp.peer, &byte, 1, MSG_NOSIGNAL), 1);
+        ASSERT_EQ(::send(peer, &byte, 1, MSG_NOSIGNAL), 1);
     ASSERT_TRUE(host->received(3));
     expectCodes(host->connection.events(), network, u"Barcode", {"N1", "N2", kGs1});
 
     EXPECT_TRUE(host->driver.close(bluetooth));
     EXPECT_TRUE(host->driver.close(network));
     EXPECT_TRUE(companionThreadsEnded());
+    ::close(peer);
 }
 
 TEST_F(DeviceEndToEndJvmTest, broadcastIntentsGiveOneEventEachFromStringAndBytes)
@@ -238,12 +220,11 @@ TEST_F(DeviceEndToEndJvmTest, broadcastIntentsGiveOneEventEachFromStringAndBytes
     } cases[] = {{u"String", "STRING1"}, {u"ByteArray", nullptr}};
     for (const Case& c : cases) {
         host->connection.clear();
-        const std::u16string id = host->open({{u"EquipmentType", u"InputDevice"},
-                                              {u"BluetoothDevice", u"BROADCAST"},
-                                              {u"Action", u"com.scanner.SCAN"},
-                                              {u"Extra", u"barcode"},
-                                              {u"ExtraType", c.type}});
-        ASSERT_FALSE(id.empty()) << hostToUtf8(host->driver.lastError().text);
+        const std::u16string id = host->opened({{u"EquipmentType", u"InputDevice"},
+                                                {u"BluetoothDevice", u"BROADCAST"},
+                                                {u"Action", u"com.scanner.SCAN"},
+                                                {u"Extra", u"barcode"},
+                                                {u"ExtraType", c.type}});
         sendIntent("com.scanner.SCAN", "barcode", c.text, kGs1);
         sendIntent("com.other.SCAN", "barcode", "IGNORED", kGs1);
         ASSERT_TRUE(host->received(1));
@@ -255,9 +236,8 @@ TEST_F(DeviceEndToEndJvmTest, broadcastIntentsGiveOneEventEachFromStringAndBytes
 TEST_F(DeviceEndToEndJvmTest, keyboardBurstsEndedByAPauseGiveTheCodeWithItsGsOnce)
 {
     auto host = session();
-    const std::u16string id = host->open(
+    const std::u16string id = host->opened(
         {{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"DEV_KEYBOARD"}, {u"Suffix", u"-1"}});
-    ASSERT_FALSE(id.empty()) << hostToUtf8(host->driver.lastError().text);
     // Typed with the GS key of the settings (F8); then "1", GS by Alt held over 0 2 9, "2";
     // then the same with GS by Ctrl held over ].
     const std::string one = "8:1:MQ==;8:0:MQ==;", two = ";9:1:Mg==;9:0:Mg==";
@@ -281,9 +261,8 @@ TEST_F(DeviceEndToEndJvmTest, keyboardCodeEndedByEnterIsCutAtTheSuffix)
 {
     for (const char16_t* suffix : {u"3338", u"13"}) {
         auto host = session();
-        const std::u16string id = host->open(
+        const std::u16string id = host->opened(
             {{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"DEV_KEYBOARD"}, {u"Suffix", suffix}});
-        ASSERT_FALSE(id.empty()) << hostToUtf8(host->driver.lastError().text);
         ASSERT_EQ(typeText("4600000000001\r"), 1);
         ASSERT_TRUE(host->received(1)) << hostToUtf8(suffix);
         expectCodes(host->connection.events(), id, u"Barcode", {"4600000000001"});
@@ -314,8 +293,7 @@ TEST_F(DeviceEndToEndJvmTest, outputOptionsShapeTheEventUnderRussianNames)
         host->connection.clear();
         c.settings.insert(c.settings.begin(), {{u"EquipmentType", u"СканерШтрихкода"},
                                                {u"BluetoothDevice", u"1"}});
-        const std::u16string id = host->open(c.settings);
-        ASSERT_FALSE(id.empty()) << hostToUtf8(host->driver.lastError().text);
+        const std::u16string id = host->opened(c.settings);
         ASSERT_TRUE(pty.send(c.bytes));
         std::vector<std::u16string> wanted;
         for (size_t from = 0, bar; from <= c.data.size(); from = bar + 1) {
@@ -363,16 +341,14 @@ TEST_F(DeviceEndToEndJvmTest, withoutEquipmentTypeTheCodeSetsBadEventNameAndNoEv
     Pty quiet, loud;
     setProperty("kelmor.serial.ports", quiet.slave + "," + loud.slave);
     auto host = session();
-    const std::u16string unnamed = host->open({{u"BluetoothDevice", u"1"}});
-    ASSERT_FALSE(unnamed.empty());
+    const std::u16string unnamed = host->opened({{u"BluetoothDevice", u"1"}});
     std::u16string text;
     bool secondEmpty = false;
     EXPECT_TRUE(host->driver.deviceTest(&text, &secondEmpty));
     EXPECT_EQ(text, u"Successfull connect");
     EXPECT_TRUE(secondEmpty);
     const std::u16string named =
-        host->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"2"}});
-    ASSERT_FALSE(named.empty());
+        host->opened({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"2"}});
 
     // The unnamed device's code goes first on its own thread; the named one's event proves
     // the library is past it only once the last error says so.
@@ -398,11 +374,9 @@ TEST_F(DeviceEndToEndJvmTest, devicesOutliveTheirComponentUntilTheLastOneGoes)
         auto a = session(u"InputDevice");
         auto b = session(u"CardReaderDevice", u"ru_RU", true);
         const std::u16string idA =
-            a->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
+            a->opened({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
         const std::u16string idB =
-            b->open({{u"EquipmentType", u"CardReaderDevice"}, {u"BluetoothDevice", u"2"}});
-        ASSERT_FALSE(idA.empty());
-        ASSERT_FALSE(idB.empty());
+            b->opened({{u"EquipmentType", u"CardReaderDevice"}, {u"BluetoothDevice", u"2"}});
         ASSERT_TRUE(first.send("A1\r\n"));
         ASSERT_TRUE(a->received(1));
 
@@ -434,8 +408,7 @@ TEST_F(DeviceEndToEndJvmTest, deliveriesRacingComponentDestructionTouchNothingFr
     for (int round = 0; round < 20; ++round) {
         auto doomed = session();
         const std::u16string id =
-            doomed->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
-        ASSERT_FALSE(id.empty()) << hostToUtf8(doomed->driver.lastError().text);
+            doomed->opened({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
         std::atomic<bool> stop{false};
         std::thread scanner([&] {
             while (!stop)
@@ -456,8 +429,7 @@ TEST_F(DeviceEndToEndJvmTest, aFloodReachesASlowHostWholeAndInOrder)
     setProperty("kelmor.serial.ports", pty.slave);
     auto host = session();
     const std::u16string id =
-        host->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
-    ASSERT_FALSE(id.empty());
+        host->opened({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
     host->connection.setEventDelay(std::chrono::microseconds(20));
     constexpr int kCodes = 5000;
     std::thread scanner([&] {  // blocks whenever the pty is full: the only queue is the kernel's
@@ -484,14 +456,16 @@ TEST_F(DeviceEndToEndJvmTest, aFloodReachesASlowHostWholeAndInOrder)
 
 TEST_F(DeviceEndToEndJvmTest, openAThousandTimesReusesIdsAndLeavesNothingBehind)
 {
-    TcpScanner server;
+    kelmortest::LoopbackSocket server(SOCK_STREAM);
+    const unsigned short port = server.listenAny();
+    ASSERT_NE(port, 0);
     std::vector<int> peers;  // kept open: a peer that hangs up would end its device's reading
     std::thread acceptor([&] {
-        for (int peer; (peer = accept(server.fd, nullptr, nullptr)) >= 0;)
+        for (int peer; (peer = ::accept(server.fd, nullptr, nullptr)) >= 0;)
             peers.push_back(peer);
     });
     struct Stop {
-        TcpScanner& server;
+        kelmortest::LoopbackSocket& server;
         std::thread& acceptor;
         std::vector<int>& peers;
         ~Stop()
@@ -506,7 +480,7 @@ TEST_F(DeviceEndToEndJvmTest, openAThousandTimesReusesIdsAndLeavesNothingBehind)
     host->driver.getParameters();
     ASSERT_TRUE(host->driver.setParameter(u"EquipmentType", u"InputDevice"));
     ASSERT_TRUE(host->driver.setParameter(u"BluetoothDevice",
-                                          u"tcp://127.0.0.1:" + u16(std::to_string(server.port))));
+                                          u"tcp://127.0.0.1:" + u16(std::to_string(port))));
     long refs = 0;  // after the first round: class handles are cached once
     std::vector<std::u16string> firstIds;
     for (int round = 0; round < 10; ++round) {

@@ -43,16 +43,8 @@ private:
     std::vector<PError> errors_;
 };
 
-// A count that one thread raises and another waits on.
-struct Counter : kelmortest::WaitCounter {
-    void raise() { add(); }
-    long value() const { return count(); }
-    // Waits until the count is above `floor`; false at the deadline.
-    bool waitAbove(long floor) const { return waitFor(floor + 1, kDeadline); }
-};
-
 // Waits, polling, until the condition holds; false at the deadline. For states that only a
-// Java call can tell (a link that went down); anything that raises an event uses a Counter.
+// Java call can tell (a link that went down); anything that raises an event uses a WaitCounter.
 template <class Condition>
 bool eventually(Condition condition)
 {

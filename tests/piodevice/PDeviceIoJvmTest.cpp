@@ -1,14 +1,12 @@
 // The devices with the real desktop companions: a serial port and a Bluetooth peer behind
 // pseudo-terminals, a TCP echo server and a UDP sender on 127.0.0.1.
 #include "DeviceJvmFixture.h"
+#include "LoopbackSocket.h"
 #include "PBluetooth.h"
 #include "PSerialPort.h"
 #include "PTcpSocket.h"
 #include "PUdpSocket.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <termios.h>
 
 #include <cstring>
@@ -16,51 +14,8 @@
 namespace devicetest {
 namespace {
 
-// A socket of the test on 127.0.0.1, closed with the object.
-struct TestSocket {
-    explicit TestSocket(int type) : fd(socket(AF_INET, type, 0)) {}
-    ~TestSocket()
-    {
-        if (fd >= 0)
-            ::close(fd);
-    }
-    // Binds to a free port of 127.0.0.1 and answers it.
-    unsigned short bindAny()
-    {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-        return ntohs(address.sin_port);
-    }
-    // Accepts one connection; -1 at the deadline.
-    int accept()
-    {
-        pollfd ready{fd, POLLIN, 0};
-        if (poll(&ready, 1, static_cast<int>(kDeadline.count() * 1000)) <= 0)
-            return -1;
-        return ::accept(fd, nullptr, nullptr);
-    }
-    int fd;
-};
-
-std::string receiveFrom(int fd, size_t size)
-{
-    std::string got;
-    while (got.size() < size) {
-        pollfd ready{fd, POLLIN, 0};
-        if (poll(&ready, 1, static_cast<int>(kDeadline.count() * 1000)) <= 0)
-            break;
-        char buffer[256];
-        const ssize_t count = recv(fd, buffer, sizeof buffer, 0);
-        if (count <= 0)
-            break;
-        got.append(buffer, static_cast<size_t>(count));
-    }
-    return got;
-}
+using kelmortest::LoopbackSocket;
+using kelmortest::readFor;
 
 using PDeviceIoJvmTest = DeviceJvmTest;
 
@@ -123,9 +78,9 @@ TEST_F(PDeviceIoJvmTest, serialPortOverAPseudoTerminalAppliesTheLineAndCarriesBy
 
 TEST_F(PDeviceIoJvmTest, tcpSocketTalksToAnEchoServerAndReportsThePeerLeaving)
 {
-    TestSocket server(SOCK_STREAM);
-    const unsigned short port = server.bindAny();
-    ASSERT_EQ(listen(server.fd, 2), 0);
+    LoopbackSocket server(SOCK_STREAM);
+    const unsigned short port = server.listenAny();
+    ASSERT_NE(port, 0);
 
     Recorder recorder;
     auto tcp = std::make_shared<PTcpSocket>(PString("127.0.0.1"), port);
@@ -136,7 +91,7 @@ TEST_F(PDeviceIoJvmTest, tcpSocketTalksToAnEchoServerAndReportsThePeerLeaving)
     ASSERT_GE(peer, 0);
 
     EXPECT_EQ(tcp->write(PByteArray("ping")), 4u);
-    const std::string echoed = receiveFrom(peer, 4);
+    const std::string echoed = readFor(peer, 4);
     ASSERT_EQ(echoed, "ping");
     ASSERT_EQ(send(peer, echoed.data(), echoed.size(), 0), 4);
     EXPECT_EQ(recorder.waitForInput(4), "ping");
@@ -164,11 +119,11 @@ TEST_F(PDeviceIoJvmTest, tcpSocketTalksToAnEchoServerAndReportsThePeerLeaving)
 
 TEST_F(PDeviceIoJvmTest, udpSocketKeepsEachDatagramWholeAndAnswersItsSender)
 {
-    TestSocket sender(SOCK_DGRAM);
+    LoopbackSocket sender(SOCK_DGRAM);
     sender.bindAny();
     unsigned short port = 0;
     {
-        TestSocket probe(SOCK_DGRAM);
+        LoopbackSocket probe(SOCK_DGRAM);
         port = probe.bindAny();
     }
     Recorder recorder;
@@ -192,7 +147,7 @@ TEST_F(PDeviceIoJvmTest, udpSocketKeepsEachDatagramWholeAndAnswersItsSender)
     EXPECT_EQ(udp->availibleBytes(), 6u);
 
     EXPECT_EQ(udp->write(PByteArray("reply")), 5u);
-    EXPECT_EQ(receiveFrom(sender.fd, 5), "reply");
+    EXPECT_EQ(readFor(sender.fd, 5), "reply");
     udp->close();
 }
 
@@ -228,9 +183,9 @@ TEST_F(PDeviceIoJvmTest, bluetoothPeerBehindAPseudoTerminalIsListedOpenedAndSeen
 
 TEST_F(PDeviceIoJvmTest, bluetoothLinkThatDropsIsMadeAgainWhileOpen)
 {
-    TestSocket server(SOCK_STREAM);
-    const unsigned short port = server.bindAny();
-    ASSERT_EQ(listen(server.fd, 2), 0);
+    LoopbackSocket server(SOCK_STREAM);
+    const unsigned short port = server.listenAny();
+    ASSERT_NE(port, 0);
     const std::string endpoint = "tcp:127.0.0.1:" + std::to_string(port);
     registerBluetooth("AA:BB:CC:DD:EE:FF", "", endpoint.c_str());
 

@@ -288,15 +288,15 @@ TEST_P(PJavaDeviceStressJvmTest, openStreamCloseCyclesLeakNothing)
     const size_t handles = PJavaHandles::count();
     // Shared with the callbacks: a delivery that began before a close may end after it, and
     // after this test's frame.
-    const auto events = std::make_shared<Counter>();
+    const auto events = std::make_shared<kelmortest::WaitCounter>();
     const auto deadline = Clock::now() + kelmortest::kStressTime;
     int cycle = 0;
     for (; cycle < kCycles && Clock::now() < deadline; ++cycle) {
         auto device = kind.make();
-        device->setCallback([events](PEvent*) { events->raise(); });
-        const long before = events->value();
+        device->setCallback([events](PEvent*) { events->add(); });
+        const long before = events->count();
         ASSERT_TRUE(device->open(PIODevice::OpenReadWrite));
-        ASSERT_TRUE(events->waitAbove(before));
+        ASSERT_TRUE(events->waitFor(before + 1));
         device->close();
     }
     EXPECT_GE(cycle, 500);
@@ -322,9 +322,9 @@ TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceFromInsideItsCallback)
             std::shared_ptr<PIODevice> owner = kind.make();
             std::weak_ptr<PIODevice> watched = owner;
             PIODevice* raw = owner.get();
-            Counter calls;
+            kelmortest::WaitCounter calls;
             owner->setCallback([&, raw, drop](PEvent*) {
-                calls.raise();
+                calls.add();
                 if (drop) {
                     std::lock_guard<std::mutex> lock(mutex);
                     owner.reset();
@@ -333,12 +333,12 @@ TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceFromInsideItsCallback)
                 }
             });
             ASSERT_TRUE(owner->open(PIODevice::OpenReadWrite));
-            ASSERT_TRUE(calls.waitAbove(0));
+            ASSERT_TRUE(calls.waitFor(1));
             if (drop) {
                 EXPECT_TRUE(eventually([&] { return watched.expired(); }));
             }
             EXPECT_TRUE(companionThreadsEnded());
-            EXPECT_EQ(calls.value(), 1) << "nothing more reaches a closed device";
+            EXPECT_EQ(calls.count(), 1) << "nothing more reaches a closed device";
             std::lock_guard<std::mutex> lock(mutex);
             owner.reset();
         }

@@ -2,7 +2,6 @@
 // companion opens the slave by its path.
 #pragma once
 
-#include <chrono>
 #include <fcntl.h>
 #include <poll.h>
 #include <stdlib.h>
@@ -10,6 +9,23 @@
 #include <unistd.h>
 
 namespace kelmortest {
+
+// Reads from fd (a terminal or a socket) until size bytes came; what came within ten seconds.
+inline std::string readFor(int fd, size_t size)
+{
+    std::string got;
+    while (got.size() < size) {
+        pollfd ready{fd, POLLIN, 0};
+        if (poll(&ready, 1, 10000) <= 0)
+            break;
+        char buffer[256];
+        const ssize_t count = ::read(fd, buffer, sizeof buffer);
+        if (count <= 0)
+            break;
+        got.append(buffer, static_cast<size_t>(count));
+    }
+    return got;
+}
 
 struct PseudoTerminal {
     PseudoTerminal()
@@ -34,22 +50,7 @@ struct PseudoTerminal {
         return ::write(master, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
     }
     // Reads from the master until size bytes came; what came within ten seconds.
-    std::string receive(size_t size) const
-    {
-        std::string got;
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (got.size() < size && std::chrono::steady_clock::now() < deadline) {
-            pollfd ready{master, POLLIN, 0};
-            if (poll(&ready, 1, 100) <= 0)
-                continue;
-            char buffer[256];
-            const ssize_t count = ::read(master, buffer, sizeof buffer);
-            if (count <= 0)
-                break;
-            got.append(buffer, static_cast<size_t>(count));
-        }
-        return got;
-    }
+    std::string receive(size_t size) const { return readFor(master, size); }
 
     int master = -1;
     std::string slave;
