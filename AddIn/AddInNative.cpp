@@ -389,21 +389,51 @@ bool KelmorNative::test(tVariant* result, tVariant* params, long, IMemoryManager
     return true;
 }
 
+namespace {
+
+// The texts handed to the host with an event. They are not const for the host, so it gets
+// copies; kept per thread, so that a code costs no allocation once they have grown. A call
+// made from inside the host's handler on the same thread (depth above 0) has its own.
+struct HostTexts {
+    std::u16string source;
+    std::u16string message;
+    std::u16string data;
+    int depth = 0;
+};
+thread_local HostTexts hostTexts;
+
+// The bytes as UTF-16, as PString reads UTF-8; plain ASCII, the common code, is widened as it is.
+void utf16Of(const PByteArray& bytes, std::u16string& out)
+{
+    const unsigned char* begin = bytes.constData();
+    const unsigned char* end = begin + bytes.size();
+    bool ascii = true;
+    for (const unsigned char* at = begin; at != end && ascii; ++at)
+        ascii = *at < 0x80;
+    if (ascii)
+        out.assign(begin, end);
+    else
+        out = PString(reinterpret_cast<const char*>(begin), bytes.size()).toTavrelString();
+}
+
+}
+
 void KelmorNative::onInputEvent(PEvent* event)
 {
     if (!event)
         return;
-    PVariant inputValue, eventNameValue, deviceIdValue;
-    event->readValues({{&PEventKeys::InputKey(), &inputValue},
-                       {&PEventKeys::EventNameKey(), &eventNameValue},
-                       {&PEventKeys::DevIdKey(), &deviceIdValue}});
-    const PByteArray input = inputValue.toByteArray();
+    // The event is the processor's, held for the length of this call: its values are borrowed.
+    static const PVariant absent;
+    const auto borrow = [event](const PString& key) {
+        const PVariant* value = event->borrowValue(key);
+        return value ? value : &absent;
+    };
+    const PByteArray input = borrow(PEventKeys::InputKey())->toByteArray();
     IAddInDefBase* host = connection();
     if (!host || input.isEmpty())
         return;
-    const PString eventName = eventNameValue.toPString();
-    const PString deviceId = deviceIdValue.toPString();
-    const PString data = PString(reinterpret_cast<const char*>(input.constData()), input.size());
+    const PString eventName = borrow(PEventKeys::EventNameKey())->toPString();
+    const PString deviceId = borrow(PEventKeys::DevIdKey())->toPString();
     if (eventName.isEmpty()) {
         setLastError(P_ERROR(PError::BadArgument, PString("bad event name")));
         return;
@@ -412,14 +442,20 @@ void KelmorNative::onInputEvent(PEvent* event)
         setLastError(P_ERROR(PError::BadArgument, PString(" obtained bad device id")));
         return;
     }
-    if (data.isEmpty())
+    HostTexts nested;
+    HostTexts& texts = hostTexts.depth == 0 ? hostTexts : nested;
+    utf16Of(input, texts.data);
+    if (texts.data.empty())
         return;
-    // The host's texts are not const: it gets copies of the shared names, and the data's own
-    // units, which nothing else shares.
-    std::u16string source = deviceId.toTavrelString();
-    std::u16string message = eventName.toTavrelString();
+    texts.source = deviceId.toTavrelString();
+    texts.message = eventName.toTavrelString();
+    struct Depth {
+        int& depth;
+        explicit Depth(int& d) : depth(d) { ++depth; }
+        ~Depth() { --depth; }
+    } inside(hostTexts.depth);
     // The last thing done here: the host may destroy this component from inside the call.
-    host->externalEvent(&source[0], &message[0], const_cast<char16_t*>(data.utf16()));
+    host->externalEvent(&texts.source[0], &texts.message[0], &texts.data[0]);
 }
 
 void KelmorNative::onDeviceError(const PError&) {}

@@ -139,12 +139,14 @@ struct StoringSink {
 };
 
 // Takes the messages out of the runs as they come: a text run is sent when a terminator run
-// follows it and it carries the prefix (then removed); outputType 1 sends Base64.
+// follows it and it carries the prefix (then removed); outputType 1 sends Base64. Each
+// message goes to emit(begin, size), valid for the call only.
+template <class Emit>
 class CuttingSink {
 public:
-    static constexpr bool sized = true;
-    CuttingSink(std::vector<std::string>& messages, const std::string& prefix, int outputType)
-        : messages_(messages), prefix_(prefix), outputType_(outputType)
+    static constexpr bool sized = Emit::sized;
+    CuttingSink(Emit& emit, const std::string& prefix, int outputType)
+        : emit_(emit), prefix_(prefix), outputType_(outputType)
     {
     }
     void operator()(const Span& span)
@@ -155,7 +157,7 @@ public:
         text_ = span;
     }
     // The messages are sized by the terminators, as the stored runs would be.
-    void reserveRuns(size_t count) { messages_.reserve(count / 2 + 1); }
+    void reserveRuns(size_t count) { emit_.reserve(count / 2 + 1); }
 
 private:
     void send(const Span& text)
@@ -166,17 +168,41 @@ private:
                 || std::memcmp(text.begin, prefix_.data(), prefix_.size()) != 0))
             return;
         const char* begin = text.begin + prefix_.size();
-        if (outputType_ == 1)
-            messages_.push_back(
-                strake::base64_encode(begin, static_cast<unsigned long>(text.end - begin)));
-        else
-            messages_.emplace_back(begin, text.end);
+        const size_t size = static_cast<size_t>(text.end - begin);
+        if (outputType_ == 1) {
+            const std::string encoded =
+                strake::base64_encode(begin, static_cast<unsigned long>(size));
+            emit_(encoded.data(), encoded.size());
+        } else {
+            emit_(begin, size);
+        }
     }
 
-    std::vector<std::string>& messages_;
+    Emit& emit_;
     const std::string& prefix_;
     const int outputType_;
     Span text_{nullptr, nullptr, kTerminator};
+};
+
+// Collects the messages, sized before the cut.
+struct CollectingEmit {
+    static constexpr bool sized = true;
+    std::vector<std::string>& messages;
+    void operator()(const char* begin, size_t size) { messages.emplace_back(begin, size); }
+    void reserve(size_t count) { messages.reserve(count); }
+};
+
+// Hands each message on as it is cut.
+struct ForwardingEmit {
+    static constexpr bool sized = false;
+    const PMessageSink& send;
+    size_t count = 0;
+    void operator()(const char* begin, size_t size)
+    {
+        ++count;
+        send(begin, size);
+    }
+    void reserve(size_t) {}
 };
 
 // Keeps the first run and the last terminator run.
@@ -250,7 +276,8 @@ std::vector<std::string> prepareDataForSend(const PMarkedSequence<char, const ch
             cutWhole(messages, &spans.front(), &spans.back());
         return messages;
     }
-    CuttingSink sink(messages, prefix, outputType);
+    CollectingEmit emit{messages};
+    CuttingSink<CollectingEmit> sink(emit, prefix, outputType);
     sink.reserveRuns(spans.size());
     for (const Span& span : spans)
         sink(span);
@@ -274,10 +301,27 @@ std::vector<std::string> prepareDataForSend(const char* data, size_t size,
             messages.emplace_back(data, size);
         return messages;
     }
-    CuttingSink sink(messages, prefix, outputType);
+    CollectingEmit emit{messages};
+    CuttingSink<CollectingEmit> sink(emit, prefix, outputType);
     markInto(sink, data, static_cast<unsigned long>(size), suffix.data(),
              static_cast<unsigned long>(suffix.size()), suffix == "\r\n" ? 1 : 0);
     return messages;
+}
+
+size_t cutMessages(const char* data, size_t size, const std::string& prefix,
+                   const std::string& suffix, int outputType, const PMessageSink& send)
+{
+    if (suffix.empty()) {
+        if (size == 0)
+            return 0;
+        send(data, size);
+        return 1;
+    }
+    ForwardingEmit emit{send};
+    CuttingSink<ForwardingEmit> sink(emit, prefix, outputType);
+    markInto(sink, data, static_cast<unsigned long>(size), suffix.data(),
+             static_cast<unsigned long>(suffix.size()), suffix == "\r\n" ? 1 : 0);
+    return emit.count;
 }
 
 PMarkBounds markBoundsBy(const char* data, unsigned long size, const char* sequence,

@@ -5,6 +5,7 @@
 #include "PSharedDataPtr.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -139,6 +140,12 @@ std::vector<std::string> prepareDataForSend(const std::string& data, const std::
 std::vector<std::string> prepareDataForSend(const char* data, size_t size,
                                             const std::string& prefix, const std::string& suffix,
                                             int outputType);
+
+// Cuts as prepareDataForSend(data, size, ...) does, handing each message to send as it is
+// cut, in order (the bytes are valid for the call only); answers how many were sent.
+using PMessageSink = std::function<void(const char* begin, size_t size)>;
+size_t cutMessages(const char* data, size_t size, const std::string& prefix,
+                   const std::string& suffix, int outputType, const PMessageSink& send);
 
 // How many bytes of data equal byte: a cut sizes its results by it before it cuts.
 size_t countByte(const char* data, size_t size, unsigned char byte);

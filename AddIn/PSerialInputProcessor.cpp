@@ -124,13 +124,17 @@ void PSerialInputProcessor::processInput(PEvent* event)
     if (event == nullptr || event->type() != PIODeviceEvent::EventType)
         return;
 
-    // What the messages of this event share with it, read with the input under one lock.
-    PVariant inputValue, devId, devType, devState, devAlias;
-    event->readValues({{&PEventKeys::InputKey(), &inputValue},
-                       {&PEventKeys::DevIdEventKey(), &devId},
-                       {&PEventKeys::DevTypeEventKey(), &devType},
-                       {&PEventKeys::DevStateEventKey(), &devState},
-                       {&PEventKeys::DevAliasEventKey(), &devAlias}});
+    // What the messages of this event share with it, borrowed: the device that hands the
+    // event over holds it for the length of this call, and nothing here writes it.
+    const auto borrow = [event](const PString& key) {
+        const PVariant* value = event->borrowValue(key);
+        return value ? value : &invalidValue();
+    };
+    const PVariant& inputValue = *borrow(PEventKeys::InputKey());
+    const PVariant& devId = *borrow(PEventKeys::DevIdEventKey());
+    const PVariant& devType = *borrow(PEventKeys::DevTypeEventKey());
+    const PVariant& devState = *borrow(PEventKeys::DevStateEventKey());
+    const PVariant& devAlias = *borrow(PEventKeys::DevAliasEventKey());
     const PByteArray input = inputValue.toByteArray();
     const char* data = input.constChars();
     const size_t size = input.size();
@@ -142,7 +146,9 @@ void PSerialInputProcessor::processInput(PEvent* event)
         return;
 
     const PSerialSettings& settings = this->settings();
-    const std::string& suffix = settings.suffix;
+    // Copies (short texts, kept in place): the messages go out during the cut, and nothing
+    // the host does from its handler may change what the cut reads.
+    const std::string suffix = settings.suffix;
     // The finished text: a part of the input itself when nothing was pending before it, so
     // that the common block of whole messages is cut where it lies; else gathered in text.
     std::string text;
@@ -189,7 +195,7 @@ void PSerialInputProcessor::processInput(PEvent* event)
     if (finishedSize == 0)
         return;
 
-    const std::string& prefix = settings.prefix;
+    const std::string prefix = settings.prefix;
     const int outputType = settings.outputType;
     const std::string& encoding = settings.encoding;
     if (encoding == "Windows-1251") {
@@ -209,41 +215,46 @@ void PSerialInputProcessor::processInput(PEvent* event)
                          << "encoding = " << encoding << "\n"
                          << "preview = " << std::string(finished, finishedSize);
 
-    const std::vector<std::string> messages =
-        prepareDataForSend(finished, finishedSize, prefix, suffix, outputType);
-    if (handler)
-        pDebug(*handler) << "PSerialInputProcessor::processInput: detected parts count = "
-                         << static_cast<unsigned long>(messages.size());
-    if (messages.empty())
-        return;
-
     // The input itself when the finished text is the whole of it.
     const bool wholeInput =
         finished == data && finishedSize == size && inputValue.type() == PVariant::Bytes;
-    PVariant unprocessed =
+    const PVariant unprocessed =
         wholeInput ? inputValue
                    : PVariant(PByteArray(reinterpret_cast<const unsigned char*>(finished),
                                          static_cast<unsigned long>(finishedSize)));
-
-    for (const std::string& message : messages) {
-        // The last message takes the shared values over: each copy is a count changed
-        // atomically, and this is the road of every scanned code.
-        const bool last = &message == &messages.back();
-        auto share = [last](PVariant& value) { return last ? std::move(value) : value; };
+    // Each message becomes an event as it is cut; with a log, the messages are counted first,
+    // so that the count is written before they go. An event lives for the call that takes it,
+    // so it borrows what it shares: the values read above and the settings, which only this
+    // thread writes, and not while a message is out.
+    const auto send = [&](const char* message, size_t messageSize) {
         std::vector<PEvent::Field> fields;
         fields.reserve(10);
-        fields.emplace_back(&PEventKeys::DevIdEventKey(), share(devId));
-        fields.emplace_back(&PEventKeys::DevTypeEventKey(), share(devType));
-        fields.emplace_back(&PEventKeys::DevStateEventKey(), share(devState));
-        fields.emplace_back(&PEventKeys::DevAliasEventKey(), share(devAlias));
-        fields.emplace_back(&PEventKeys::InputKey(), PVariant(PByteArray(message)));
-        fields.emplace_back(&PEventKeys::OutputDataTypeKey(), settings.outputDataType);
-        fields.emplace_back(&PEventKeys::EquipmentTypeKey(), settings.equipmentType);
-        fields.emplace_back(&PEventKeys::DevIdKey(), settings.deviceId);
-        fields.emplace_back(&PEventKeys::EventNameKey(), settings.eventName);
-        fields.emplace_back(&PEventKeys::UnprocessedInputKey(), share(unprocessed));
+        fields.emplace_back(&PEventKeys::DevIdEventKey(), &devId);
+        fields.emplace_back(&PEventKeys::DevTypeEventKey(), &devType);
+        fields.emplace_back(&PEventKeys::DevStateEventKey(), &devState);
+        fields.emplace_back(&PEventKeys::DevAliasEventKey(), &devAlias);
+        fields.emplace_back(&PEventKeys::InputKey(),
+                            PVariant(PByteArray(reinterpret_cast<const unsigned char*>(message),
+                                                static_cast<unsigned long>(messageSize))));
+        fields.emplace_back(&PEventKeys::OutputDataTypeKey(), &settings.outputDataType);
+        fields.emplace_back(&PEventKeys::EquipmentTypeKey(), &settings.equipmentType);
+        fields.emplace_back(&PEventKeys::DevIdKey(), &settings.deviceId);
+        fields.emplace_back(&PEventKeys::EventNameKey(), &settings.eventName);
+        fields.emplace_back(&PEventKeys::UnprocessedInputKey(), &unprocessed);
         PIODeviceEvent out(std::move(fields));
         PInputProcessor::processInput(&out);
+    };
+    if (handler) {
+        const std::vector<std::string> messages =
+            prepareDataForSend(finished, finishedSize, prefix, suffix, outputType);
+        pDebug(*handler) << "PSerialInputProcessor::processInput: detected parts count = "
+                         << static_cast<unsigned long>(messages.size());
+        for (const std::string& message : messages)
+            send(message.data(), message.size());
+    } else {
+        // By reference: the closure is too big to sit in the function object without an
+        // allocation of its own.
+        cutMessages(finished, finishedSize, prefix, suffix, outputType, std::cref(send));
     }
 }
 

@@ -7,10 +7,8 @@
 #include "PVariant.h"
 
 #include <initializer_list>
-#include <memory>
+#include <mutex>
 #include <vector>
-
-struct PEventPrivate;
 
 // An event type and a map of PString to PVariant. Moved, never copied except by copy().
 // An event holds a handful of keys: they are kept in order of first writing and found by
@@ -21,7 +19,10 @@ class PEvent {
 public:
     // One key and its value. A key that lives as long as the library (the keys of
     // PEventKeys) is held by address, so that making and dropping a field does not touch the
-    // key's shared count; any other key is held by a copy.
+    // key's shared count; any other key is held by a copy. A value may be borrowed the same
+    // way, by whoever makes an event that dies before the value and while it stays unchanged
+    // (a device's event made and dropped within one delivery): every shared count changed
+    // costs an atomic operation, and the road of a scanned code has dozens of them.
     class Field {
     public:
         Field(const PString& key, PVariant value) : own_(key), value_(std::move(value)) {}
@@ -29,12 +30,21 @@ public:
             : lasting_(lastingKey), value_(std::move(value))
         {
         }
+        Field(const PString* lastingKey, const PVariant* lastingValue)
+            : lasting_(lastingKey), borrowed_(lastingValue)
+        {
+        }
         const PString& key() const { return lasting_ ? *lasting_ : own_; }
-        const PVariant& value() const { return value_; }
-        void setValue(const PVariant& value) { value_ = value; }
+        const PVariant& value() const { return borrowed_ ? *borrowed_ : value_; }
+        void setValue(const PVariant& value)
+        {
+            value_ = value;
+            borrowed_ = nullptr;
+        }
 
     private:
         const PString* lasting_ = nullptr;
+        const PVariant* borrowed_ = nullptr;
         PString own_;
         PVariant value_;
     };
@@ -64,11 +74,23 @@ public:
     // Reads several values under one lock: each key's value (invalid when absent) into the
     // PVariant paired with it.
     void readValues(std::initializer_list<std::pair<const PString*, PVariant*>> reads) const;
+    // The stored value itself, or null when the key is absent, read without the lock: for
+    // the one that holds the event while no other thread can write it (a processor reading
+    // the event a device hands it). Valid until the key is written or the event dies.
+    const PVariant* borrowValue(const PString& key) const;
     // The keys, in the order they were first written.
     std::vector<PString> fields() const;
 
 private:
-    std::unique_ptr<PEventPrivate> d;
+    // The field of the key, or null. Call under the lock, or while no other thread can see
+    // the event.
+    const Field* find(const PString& key) const;
+
+    // The record is the event's own, not behind a pointer: an event is made and dropped for
+    // every block a device delivers, and this spares each an allocation.
+    int type_ = 0;  // never changes after construction, so it is read without a lock
+    mutable std::mutex mutex_;  // guards values_
+    std::vector<Field> values_;
 };
 
 // The data event of a device, type 17: the only type that the input processors accept.

@@ -179,6 +179,19 @@ PIODeviceEvent deviceEvent(const PByteArray& input, const EventHeader& header)
     return PIODeviceEvent(std::move(fields));
 }
 
+PIODeviceEvent borrowingDeviceEvent(const PByteArray& input, const EventHeader& header)
+{
+    std::vector<PEvent::Field> fields;
+    fields.reserve(6);
+    fields.emplace_back(&PEventKeys::KeyboardInputKey(), &noKeyboardInput());
+    fields.emplace_back(&PEventKeys::InputKey(), PVariant(input));
+    fields.emplace_back(&PEventKeys::DevIdEventKey(), &header.id);
+    fields.emplace_back(&PEventKeys::DevTypeEventKey(), &header.type);
+    fields.emplace_back(&PEventKeys::DevStateEventKey(), &header.state);
+    fields.emplace_back(&PEventKeys::DevAliasEventKey(), &header.alias);
+    return PIODeviceEvent(std::move(fields));
+}
+
 PIODeviceEvent socketEvent(const PByteArray& input, const char* id, const char* type)
 {
     std::vector<PEvent::Field> fields;

@@ -115,6 +115,8 @@ EventHeader eventHeader(const PString& id, const char* type, const PVariant& ali
 
 // The data event of a serial or Bluetooth device.
 PIODeviceEvent deviceEvent(const PByteArray& input, const EventHeader& header);
+// The same event borrowing the header's values: the header must outlive the event unchanged.
+PIODeviceEvent borrowingDeviceEvent(const PByteArray& input, const EventHeader& header);
 // The data event of a socket device; a null type leaves "type" out.
 PIODeviceEvent socketEvent(const PByteArray& input, const char* id, const char* type);
 

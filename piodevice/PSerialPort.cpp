@@ -7,6 +7,8 @@
 #include "PXmlNodes.h"
 #include "StrakeText.h"
 
+#include <memory>
+
 const char* const PSerialPort::JavaClass = "com.tavrel.piodevice.PSerialPort";
 
 struct PSerialPortPrivate {
@@ -20,7 +22,10 @@ struct PSerialPortPrivate {
     PDeviceBuffers buffers;
     PDeviceCompanion companion;
     // What each event says of the port, made at open (the settings don't change while open).
-    PJavaDevice::EventHeader eventHeader;
+    // Swapped whole and read by atomic access: a delivery pins the one it reads and its
+    // event borrows the values, while a late delivery may race with a new open.
+    std::shared_ptr<const PJavaDevice::EventHeader> eventHeader =
+        std::make_shared<PJavaDevice::EventHeader>();
 };
 
 PSerialPort::PSerialPort() : d(new PSerialPortPrivate) {}
@@ -103,8 +108,10 @@ bool PSerialPort::open(int flags)
             {"parity", PString(std::to_string(d->parity))},
             {"flags", PString(std::to_string(flags))},
         });
-        d->eventHeader =
-            PJavaDevice::eventHeader(PString(d->portId), "serial", parameter(PString("alias")));
+        std::atomic_store(&d->eventHeader,
+                          std::shared_ptr<const PJavaDevice::EventHeader>(
+                              std::make_shared<PJavaDevice::EventHeader>(PJavaDevice::eventHeader(
+                                  PString(d->portId), "serial", parameter(PString("alias"))))));
         // Open before the companion starts its reader: a block it reads at once (codes a
         // scanner kept while the link was down) must reach the callback, not be dropped.
         PIODevice::open(flags);
@@ -191,9 +198,12 @@ void PSerialPort::onReceive(const PByteArray& data)
 {
     if (data.isEmpty())
         return;
-    if (isOpen()) {
+    // The delivery comes from the companion itself, so only the open state is asked: the
+    // companion's own check costs three locks per block.
+    if (PIODevice::isOpen()) {
         if (const Callback notify = callback()) {
-            PIODeviceEvent event = PJavaDevice::deviceEvent(data, d->eventHeader);
+            const auto header = std::atomic_load(&d->eventHeader);
+            PIODeviceEvent event = PJavaDevice::borrowingDeviceEvent(data, *header);
             notify(&event);
         }
     }

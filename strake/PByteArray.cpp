@@ -12,32 +12,51 @@ PByteArrayPrivate::PByteArrayPrivate(const PByteArrayPrivate& other)
     assign(other.data, other.size);
 }
 
-PByteArrayPrivate::PByteArrayPrivate(PByteArrayPrivate&& other) noexcept
-    : data(other.data), size(other.size)
+PByteArrayPrivate::PByteArrayPrivate(PByteArrayPrivate&& other) noexcept : size(other.size)
 {
+    if (other.data == other.inlineBlock) {
+        std::memcpy(inlineBlock, other.inlineBlock, size + 1);
+        data = inlineBlock;
+    } else {
+        data = other.data;
+    }
     other.data = nullptr;
     other.size = 0;
 }
 
 PByteArrayPrivate::~PByteArrayPrivate()
 {
-    delete[] data;
+    if (data != inlineBlock)
+        delete[] data;
+}
+
+unsigned char* PByteArrayPrivate::blockFor(unsigned long count)
+{
+    if (count < InlineSize && data != inlineBlock)
+        return inlineBlock;
+    return new unsigned char[count + 1];
+}
+
+void PByteArrayPrivate::adopt(unsigned char* block, unsigned long count)
+{
+    if (data != inlineBlock && data != block)
+        delete[] data;
+    data = block;
+    size = count;
 }
 
 void PByteArrayPrivate::assign(const unsigned char* bytes, unsigned long count)
 {
     unsigned char* block = nullptr;
     if (count > 0) {
-        block = new unsigned char[count + 1];
+        block = blockFor(count);
         if (bytes)
             std::memcpy(block, bytes, count);
         else
             std::memset(block, 0, count);
         block[count] = 0;
     }
-    delete[] data;
-    data = block;
-    size = count;
+    adopt(block, count);
 }
 
 PByteArray::PByteArray() = default;
@@ -114,17 +133,23 @@ PByteArray& PByteArray::add(const unsigned char* bytes, unsigned long count)
 {
     if (!bytes || count == 0)
         return *this;
-    const unsigned long oldSize = d->size;
-    auto* block = new unsigned char[oldSize + count + 1];
+    PByteArrayPrivate* record = d.data();
+    const unsigned long oldSize = record->size;
+    const unsigned long newSize = oldSize + count;
+    if (newSize < PByteArrayPrivate::InlineSize && record->data == record->inlineBlock) {
+        // Grows in place; a source inside the block lies before the bytes written.
+        std::memmove(record->inlineBlock + oldSize, bytes, count);
+        record->inlineBlock[newSize] = 0;
+        record->size = newSize;
+        return *this;
+    }
+    unsigned char* block = record->blockFor(newSize);
     if (oldSize > 0)
-        std::memcpy(block, d->data, oldSize);
+        std::memcpy(block, record->data, oldSize);
     // The source may lie inside this array's own block: copy before the old block goes.
     std::memcpy(block + oldSize, bytes, count);
-    block[oldSize + count] = 0;
-    PByteArrayPrivate* record = d.data();
-    delete[] record->data;
-    record->data = block;
-    record->size = oldSize + count;
+    block[newSize] = 0;
+    record->adopt(block, newSize);
     return *this;
 }
 

@@ -17,18 +17,26 @@ public:
     virtual unsigned long size() const = 0;
 };
 
-// The block is allocated as size + 1 bytes; the byte behind the last is always 0.
-// An empty array has no block.
+// The block holds size + 1 bytes; the byte behind the last is always 0. An empty array has
+// no block. A block of fewer than InlineSize bytes is the record's own: a scanned code is
+// short, and this saves it an allocation of its own.
 struct PByteArrayPrivate {
+    static constexpr unsigned long InlineSize = 64;
+
     PByteArrayPrivate() = default;
     PByteArrayPrivate(const PByteArrayPrivate& other);
     PByteArrayPrivate(PByteArrayPrivate&& other) noexcept;
     PByteArrayPrivate& operator=(const PByteArrayPrivate&) = delete;
     ~PByteArrayPrivate();
     void assign(const unsigned char* bytes, unsigned long count);
+    // Takes over a block of count + 1 bytes from blockFor, dropping the one it had.
+    void adopt(unsigned char* block, unsigned long count);
+    // A block for count + 1 bytes: the record's own when it fits and is free, else new[].
+    unsigned char* blockFor(unsigned long count);
 
     unsigned char* data = nullptr;
     unsigned long long size = 0;
+    unsigned char inlineBlock[InlineSize];
 };
 
 // Bytes with a terminating 0 behind them. Thread-safety: as any value handle.

@@ -32,12 +32,12 @@ PCallGate::~PCallGate()
 
 bool PCallGate::enter()
 {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (!open_)
+    long state = state_.load(std::memory_order_acquire);
+    do {
+        if (state & Closed)
             return false;
-        ++inside_;
-    }
+    } while (!state_.compare_exchange_weak(state, state + 1, std::memory_order_acq_rel,
+                                           std::memory_order_acquire));
     heldByThisThread.push_back(this);
     return true;
 }
@@ -48,22 +48,27 @@ void PCallGate::leave()
     const auto held = std::find(heldByThisThread.rbegin(), heldByThisThread.rend(), this);
     if (held != heldByThisThread.rend())
         heldByThisThread.erase(std::next(held).base());
+    long state = state_.load(std::memory_order_acquire);
+    while (!(state & Closed)) {
+        if (state_.compare_exchange_weak(state, state - 1, std::memory_order_acq_rel,
+                                         std::memory_order_acquire))
+            return;
+    }
     std::lock_guard<std::mutex> lock(mutex_);
-    --inside_;
-    // Notified under the lock: the closer may free the gate as soon as it sees inside_ drop.
+    state_.fetch_sub(1, std::memory_order_acq_rel);
+    // Notified under the lock: the closer may free the gate as soon as it sees the count drop.
     left_.notify_all();
 }
 
 void PCallGate::close()
 {
-    const int mine = heldHere(this);
+    const long mine = heldHere(this);
     std::unique_lock<std::mutex> lock(mutex_);
-    open_ = false;
-    left_.wait(lock, [&] { return inside_ <= mine; });
+    state_.fetch_or(Closed, std::memory_order_acq_rel);
+    left_.wait(lock, [&] { return (state_.load(std::memory_order_acquire) & ~Closed) <= mine; });
 }
 
 bool PCallGate::isOpen() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return open_;
+    return !(state_.load(std::memory_order_acquire) & Closed);
 }

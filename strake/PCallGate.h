@@ -2,6 +2,7 @@
 // destroy at any moment.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 
@@ -42,8 +43,13 @@ private:
     bool enter();
     void leave();
 
-    mutable std::mutex mutex_;        // guards open_ and inside_
-    std::condition_variable left_;    // signalled when a pass is given back
-    bool open_ = true;
-    int inside_ = 0;
+    // The passes held, and Closed once the gate is closed. A pass is taken and, while the
+    // gate is open, given back by a compare-and-swap alone: a scanned code passes on its way
+    // to the host, and two lock round trips per code cost more than the rest of the gate.
+    // Once closed, a pass is given back under mutex_, so that the closer, which looks at the
+    // count under mutex_ only, can't see it drop and free the gate before the leaver is done.
+    static constexpr long Closed = 1L << 40;
+    std::atomic<long> state_{0};
+    std::mutex mutex_;              // held by close() while it looks, and by a late leave()
+    std::condition_variable left_;  // signalled when a pass is given back after close()
 };

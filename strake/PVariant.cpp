@@ -87,6 +87,13 @@ PVariant::PVariant(const PByteArray& bytes)
     record->bytes = bytes;
 }
 
+PVariant::PVariant(PByteArray&& bytes)
+{
+    PVariantPrivate* record = d.data();
+    record->type = Bytes;
+    record->bytes = std::move(bytes);
+}
+
 PVariant::PVariant(const unsigned char* bytes, unsigned long size)
     : PVariant(PByteArray(bytes, size))
 {

@@ -60,6 +60,7 @@ public:
     PVariant(const char16_t* utf16);
     PVariant(const PString& text);
     PVariant(const PByteArray& bytes);
+    PVariant(PByteArray&& bytes);
     PVariant(const unsigned char* bytes, unsigned long size);
 
     int type() const { return d->type; }
