@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -24,8 +25,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         int infos = 0;
         for (size_t piece = from; piece < end;) {
             infos += text.compare(piece, 5, "info:") == 0 && piece + 5 <= end;
-            const size_t hash = text.find('#', piece);
-            piece = hash == std::string::npos ? end : hash + 1;
+            // Searched within the part: a search to the end of the text for each part made
+            // the check quadratic in the number of parts.
+            const void* hash = std::memchr(text.data() + piece, '#', end - piece);
+            piece = hash ? static_cast<size_t>(static_cast<const char*>(hash) - text.data()) + 1
+                         : end;
         }
         if (infos == 1 && device.hasKey(PString("name"))) {
             const PByteArray info = device.value(PString("info")).toByteArray();
