@@ -227,8 +227,7 @@ void PSerialInputProcessor::processInput(PEvent* event)
     // so it borrows what it shares: the values read above and the settings, which only this
     // thread writes, and not while a message is out.
     const auto send = [&](const char* message, size_t messageSize) {
-        std::vector<PEvent::Field> fields;
-        fields.reserve(10);
+        std::vector<PEvent::Field> fields = PEvent::newFields(10);
         fields.emplace_back(&PEventKeys::DevIdEventKey(), &devId);
         fields.emplace_back(&PEventKeys::DevTypeEventKey(), &devType);
         fields.emplace_back(&PEventKeys::DevStateEventKey(), &devState);

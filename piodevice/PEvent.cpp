@@ -1,6 +1,50 @@
 // PEvent and PIODeviceEvent: a typed event with a small locked list of values.
 #include "PEvent.h"
 
+namespace {
+
+// The emptied field lists of the events that this thread dropped, a few, none too big.
+struct SpareFields {
+    static constexpr int Kept = 4;
+    static constexpr std::size_t MaxCapacity = 32;
+    std::vector<PEvent::Field> lists[Kept];
+    int count = 0;
+    ~SpareFields();
+};
+thread_local SpareFields spareFields;
+// False once this thread's spares are gone: an event dropped after that (in a destructor run
+// at the thread's or the process's end) frees its list as usual.
+thread_local bool spareFieldsLive = true;
+
+SpareFields::~SpareFields()
+{
+    spareFieldsLive = false;
+}
+
+void keepSpare(std::vector<PEvent::Field>& fields) noexcept
+{
+    fields.clear();
+    if (!spareFieldsLive || fields.capacity() == 0 || fields.capacity() > SpareFields::MaxCapacity)
+        return;
+    SpareFields& spares = spareFields;
+    if (spares.count < SpareFields::Kept)
+        spares.lists[spares.count++].swap(fields);
+}
+
+}
+
+std::vector<PEvent::Field> PEvent::newFields(std::size_t capacity)
+{
+    std::vector<Field> fields;
+    if (spareFieldsLive) {
+        SpareFields& spares = spareFields;
+        if (spares.count > 0)
+            fields.swap(spares.lists[--spares.count]);
+    }
+    fields.reserve(capacity);
+    return fields;
+}
+
 const PEvent::Field* PEvent::find(const PString& key) const
 {
     // The keys of PEventKeys are found by address first, without comparing any text.
@@ -43,7 +87,10 @@ PEvent& PEvent::operator=(PEvent&& other) noexcept
     return *this;
 }
 
-PEvent::~PEvent() = default;
+PEvent::~PEvent()
+{
+    keepSpare(values_);
+}
 
 PEvent* PEvent::copy() const
 {

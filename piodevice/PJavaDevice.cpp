@@ -181,8 +181,7 @@ PIODeviceEvent deviceEvent(const PByteArray& input, const EventHeader& header)
 
 PIODeviceEvent borrowingDeviceEvent(const PByteArray& input, const EventHeader& header)
 {
-    std::vector<PEvent::Field> fields;
-    fields.reserve(6);
+    std::vector<PEvent::Field> fields = PEvent::newFields(6);
     fields.emplace_back(&PEventKeys::KeyboardInputKey(), &noKeyboardInput());
     fields.emplace_back(&PEventKeys::InputKey(), PVariant(input));
     fields.emplace_back(&PEventKeys::DevIdEventKey(), &header.id);
