@@ -1,12 +1,14 @@
 // Fuzz target: markSequenceBy and both forms of prepareDataForSend over arbitrary data,
 // prefix, suffix, flags and output type. The runs must tile the data exactly, alternate in
-// type and never hand out a message that holds the suffix (in the set way) or the prefix.
+// type and never hand out a message that holds the suffix (in the set way) or the prefix;
+// the streaming cut gives what the collecting one does.
 #include "PMarkedSequence.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 {
@@ -38,6 +40,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 
     const auto fromMarks = prepareDataForSend(marks, prefix, suffix, outputType);
     const auto fromText = prepareDataForSend(data, prefix, suffix, outputType);
+    // The streaming cut hands out the same messages, in the same order.
+    std::vector<std::string> streamed;
+    const size_t count = cutMessages(data.data(), data.size(), prefix, suffix, outputType,
+                                     [&](const char* begin, size_t length) {
+                                         streamed.emplace_back(begin, length);
+                                     });
+    if (streamed != fromText || count != streamed.size())
+        std::abort();
     if ((suffix == "\r\n") == (flags == 1)) {
         if (fromMarks != fromText)
             std::abort();
