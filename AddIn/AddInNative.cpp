@@ -428,7 +428,9 @@ void KelmorNative::onInputEvent(PEvent* event)
         const PVariant* value = event->borrowValue(key);
         return value ? value : &absent;
     };
-    const PByteArray input = borrow(PEventKeys::InputKey())->toByteArray();
+    const PVariant& inputValue = *borrow(PEventKeys::InputKey());
+    const PByteArray converted = inputValue.bytesOf() ? PByteArray() : inputValue.toByteArray();
+    const PByteArray& input = inputValue.bytesOf() ? *inputValue.bytesOf() : converted;
     IAddInDefBase* host = connection();
     if (!host || input.isEmpty())
         return;

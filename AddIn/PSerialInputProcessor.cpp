@@ -135,7 +135,10 @@ void PSerialInputProcessor::processInput(PEvent* event)
     const PVariant& devType = *borrow(PEventKeys::DevTypeEventKey());
     const PVariant& devState = *borrow(PEventKeys::DevStateEventKey());
     const PVariant& devAlias = *borrow(PEventKeys::DevAliasEventKey());
-    const PByteArray input = inputValue.toByteArray();
+    // Bytes, as devices send them, are read in place; anything else is converted.
+    const PByteArray converted =
+        inputValue.bytesOf() ? PByteArray() : inputValue.toByteArray();
+    const PByteArray& input = inputValue.bytesOf() ? *inputValue.bytesOf() : converted;
     const char* data = input.constChars();
     const size_t size = input.size();
     if (auto handler = debugHandler())

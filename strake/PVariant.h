@@ -89,6 +89,9 @@ public:
     std::wstring toStdWString() const;
     PString toPString() const;
     PByteArray toByteArray() const;
+    // The bytes a Bytes value holds, without a copy: valid while this value lives; null for
+    // any other type.
+    const PByteArray* bytesOf() const { return d->type == Bytes ? &d->bytes : nullptr; }
 
     friend bool operator==(const PVariant& a, const PVariant& b);
     friend bool operator!=(const PVariant& a, const PVariant& b) { return !(a == b); }
