@@ -11,7 +11,7 @@ struct PIODevicePrivate {
     std::atomic<bool> open{false};
     std::atomic<int> flags{0};
     PError lastError;
-    PIODevice::Callback callback;
+    std::shared_ptr<const PIODevice::Callback> callback;  // null, or holding a target
     PIODevice::ErrorCallback errorCallback;
     PIODevice::DebugMessageHandler debugHandler;
     // Guards nothing of its own: a device takes it around its error handling.
@@ -97,12 +97,18 @@ int PIODevice::openFlags() const
 
 PIODevice::Callback PIODevice::callback() const
 {
+    const std::shared_ptr<const Callback> held = d->callback;
+    return held ? *held : Callback();
+}
+
+std::shared_ptr<const PIODevice::Callback> PIODevice::sharedCallback() const
+{
     return d->callback;
 }
 
 void PIODevice::setCallback(Callback callback)
 {
-    d->callback = std::move(callback);
+    d->callback = callback ? std::make_shared<const Callback>(std::move(callback)) : nullptr;
 }
 
 PIODevice::ErrorCallback PIODevice::errorCallback() const

@@ -89,6 +89,10 @@ public:
 
     Callback callback() const;
     void setCallback(Callback callback);
+    // The callback as the device holds it, for a delivery: sharing it costs one count round
+    // trip where a copy of the function object may cost an allocation, and it stays alive if
+    // the callback replaces itself. Null when none is set.
+    std::shared_ptr<const Callback> sharedCallback() const;
     ErrorCallback errorCallback() const;
     void setErrorCallback(ErrorCallback callback);
     DebugMessageHandler debugMessageHandler() const;

@@ -201,10 +201,10 @@ void PSerialPort::onReceive(const PByteArray& data)
     // The delivery comes from the companion itself, so only the open state is asked: the
     // companion's own check costs three locks per block.
     if (PIODevice::isOpen()) {
-        if (const Callback notify = callback()) {
+        if (const auto notify = sharedCallback()) {
             const auto header = std::atomic_load(&d->eventHeader);
             PIODeviceEvent event = PJavaDevice::borrowingDeviceEvent(data, *header);
-            notify(&event);
+            (*notify)(&event);
         }
     }
     d->buffers.read.write(data.constChars(), data.size());
