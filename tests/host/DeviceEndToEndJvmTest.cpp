@@ -24,26 +24,9 @@ using namespace std::chrono_literals;
 constexpr auto kDeadline = 10s;
 
 using kelmortest::callStatic;
+using kelmortest::companionThreadsEnded;
+using kelmortest::setProperty;
 using Pty = kelmortest::PseudoTerminal;
-
-void setProperty(const std::string& key, const std::string& value)
-{
-    callStatic<std::string>(u"java.lang.System", "setProperty",
-                            "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;", key, value);
-}
-
-void registerBluetooth(const std::string& address, const std::string& endpoint)
-{
-    callStatic(u"com.tavrel.piodevice.PBluetooth", "registerDevice",
-               "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V", address, "Scanner", endpoint);
-}
-
-// Every companion reader thread has ended, waiting at most the deadline.
-bool companionThreadsEnded()
-{
-    return callStatic<bool>(u"com.tavrel.piodevice.CompanionThreads", "awaitNone", "(J)Z",
-                            jlong(std::chrono::milliseconds(kDeadline).count()));
-}
 
 // An intent with the action and one extra, sent on the in-JVM bus: a String, or with a null
 // text the bytes as a byte array.
@@ -180,7 +163,7 @@ TEST_F(DeviceEndToEndJvmTest, bluetoothPeerAndTcpScannerDeliverTheSameWay)
 {
     Pty pty;
     const std::string address = "00:11:22:33:44:55";
-    registerBluetooth(address, pty.slave);
+    kelmortest::registerBluetooth(address, "Scanner", pty.slave);
     kelmortest::LoopbackSocket tcp(SOCK_STREAM);
     const unsigned short port = tcp.listenAny();
     ASSERT_NE(port, 0);
@@ -233,7 +216,7 @@ TEST_F(DeviceEndToEndJvmTest, broadcastIntentsGiveOneEventEachFromStringAndBytes
     }
 }
 
-TEST_F(DeviceEndToEndJvmTest, keyboardBurstsEndedByAPauseGiveTheCodeWithItsGsOnce)
+TEST_F(DeviceEndToEndJvmTest, keyboardCodesEndedByAPauseOrByEnterGiveTheCodeWithItsGsOnce)
 {
     auto host = session();
     const std::u16string id = host->opened(
@@ -254,19 +237,16 @@ TEST_F(DeviceEndToEndJvmTest, keyboardBurstsEndedByAPauseGiveTheCodeWithItsGsOnc
     }
     expectCodes(host->connection.events(), id, u"Barcode", wanted);
     EXPECT_TRUE(host->driver.close(id));
-}
 
-// A scanner that ends its code with Enter, cut by the suffix the form offers for it.
-TEST_F(DeviceEndToEndJvmTest, keyboardCodeEndedByEnterIsCutAtTheSuffix)
-{
+    // A scanner that ends its code with Enter, cut by either suffix the form offers for it.
     for (const char16_t* suffix : {u"3338", u"13"}) {
-        auto host = session();
-        const std::u16string id = host->opened(
+        host->connection.clear();
+        const std::u16string cut = host->opened(
             {{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"DEV_KEYBOARD"}, {u"Suffix", suffix}});
         ASSERT_EQ(typeText("4600000000001\r"), 1);
         ASSERT_TRUE(host->received(1)) << hostToUtf8(suffix);
-        expectCodes(host->connection.events(), id, u"Barcode", {"4600000000001"});
-        EXPECT_TRUE(host->driver.close(id));
+        expectCodes(host->connection.events(), cut, u"Barcode", {"4600000000001"});
+        EXPECT_TRUE(host->driver.close(cut));
     }
 }
 
@@ -371,8 +351,17 @@ TEST_F(DeviceEndToEndJvmTest, devicesOutliveTheirComponentUntilTheLastOneGoes)
     Pty first, second;
     setProperty("kelmor.serial.ports", first.slave + "," + second.slave);
     for (int round = 0; round < 2; ++round) {  // the second round proves everything came back
+        // The first attach connects Java and registers the library with the Java loader; a
+        // second component adds no reference.
         auto a = session(u"InputDevice");
+        const long connected = PHostJvm::globalRefCount();
+        EXPECT_GE(connected, m_baseRefs + 2);
+        EXPECT_TRUE(PHostJvm::androidHelper().callStaticBoolean(u"com.tavrel.strake.PLibLoader",
+                                                                "isRegistered", "com_tavrel_Kelmor"));
         auto b = session(u"CardReaderDevice", u"ru_RU", true);
+        EXPECT_EQ(PHostJvm::globalRefCount(), connected);
+        // The Java logger's native resolves in the library: a link error would fail the call.
+        callStatic(u"com.tavrel.strake.PLogger", "PLoggerWrite", "(JLjava/lang/String;)V", jlong(0), "from Java");
         const std::u16string idA =
             a->opened({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
         const std::u16string idB =
