@@ -73,10 +73,8 @@ TEST(PXmlNodesTest, plainNodesHaveNoChildElementsButTheirElementHandlesDo)
     EXPECT_TRUE(root.parent().isValid());
     EXPECT_FALSE(root.parentElement().isValid());
     EXPECT_FALSE(root.parent().value().isValid());
-}
 
-TEST(PXmlNodesTest, invalidHandlesChainToInvalidHandles)
-{
+    // Invalid handles chain to invalid handles.
     PXmlElement none;
     EXPECT_EQ(none.type(), PXmlNode::ElementNode);
     EXPECT_FALSE(none.isValid());
@@ -149,7 +147,7 @@ TEST(PXmlNodesTest, appendChildRefusesMovesThatWouldBreakTheTree)
 
 // ---- Lifetime
 
-TEST(PXmlNodesTest, handlesGoInvalidWhenTheDocumentIsClearedOrReparsed)
+TEST(PXmlNodesTest, handlesGoInvalidWhenTheDocumentIsClearedOrReparsedAndKeepItAliveOtherwise)
 {
     PXmlDocument document = parsed("<a><b/></a>");
     PXmlDocument copy = document;
@@ -174,10 +172,8 @@ TEST(PXmlNodesTest, handlesGoInvalidWhenTheDocumentIsClearedOrReparsed)
     EXPECT_TRUE(document.setContent(std::string("<n/>")));
     EXPECT_TRUE(copy.getElement(PString("n")).isValid());
     EXPECT_FALSE(b.isValid());
-}
 
-TEST(PXmlNodesTest, nodeHandleKeepsItsDocumentAlive)
-{
+    // A node handle keeps its document alive.
     PXmlElement field;
     {
         PXmlDocument document = parsed("<action><fields><field key=\"k\"/></fields></action>");
