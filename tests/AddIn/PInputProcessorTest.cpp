@@ -35,7 +35,7 @@ TEST(PInputProcessorTest, parameterGivesStoredValueEvenInvalidAndNeverAddsTheDef
     EXPECT_EQ(processor.parameter("Prefix", "X").toStdString(), "Y");
 }
 
-TEST(PInputProcessorTest, onlyDeviceDataEventsReachTheCallback)
+TEST(PInputProcessorTest, onlyDeviceDataEventsReachTheCallbackAndErrorsTheErrorCallback)
 {
     PInputProcessor processor;
     PIODeviceEvent good;
@@ -58,13 +58,9 @@ TEST(PInputProcessorTest, onlyDeviceDataEventsReachTheCallback)
     processor.processInput(&good);
     ASSERT_EQ(received, std::vector<PEvent*>{&good}) << "the event itself, not a copy";
     EXPECT_EQ(debug.lines.back(), "Event:DevId:Data = Barcode : InputDevice#1 : 0x41 0x42  : QUI=");
-}
 
-TEST(PInputProcessorTest, errorsReachTheErrorCallbackWithADebugLine)
-{
-    PInputProcessor processor;
-    DebugLines debug;
-    processor.setDebugMessageHandler(debug.handler());
+    // Errors reach the error callback, with a debug line.
+    debug.lines.clear();
     std::vector<int> codes;
     processor.setErrorCallback([&](const PError& error) { codes.push_back(error.code()); });
     const PError error(200, "lost");

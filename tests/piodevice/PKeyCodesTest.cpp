@@ -67,10 +67,8 @@ TEST(PKeyCodes, keyNamesShowDirection)
     EXPECT_EQ(getKeyName(126), PString("~"));
     for (unsigned int unnamed : {1u, 97u, 122u, 135u, 187u, 253u, 256u})
         EXPECT_TRUE(getKeyName(unnamed).isEmpty()) << unnamed;
-}
 
-TEST(PKeyCodes, gsKeysByIndexAndBack)
-{
+    // GS keys by index and back.
     for (unsigned int i = 0; i < 27; ++i)
         EXPECT_EQ(getGSKeyCodeIndex(unsigned(getGSKeyCodeForIndex(i))), int(i));
     EXPECT_EQ(getGSKeyCodeForIndex(0), 241);
