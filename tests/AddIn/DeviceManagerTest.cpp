@@ -111,11 +111,7 @@ TEST_F(DeviceManagerTest, keyboardPortWithoutSuffixIsRefusedWhateverTheValueType
         PError error;
         EXPECT_EQ(DeviceManager::isSettingsAllowed(c.settings, &error), c.allowed);
         EXPECT_EQ(DeviceManager::isSettingsAllowed(c.settings, nullptr), c.allowed);
-        EXPECT_EQ(error.code(), c.allowed ? 0 : 100);
-        if (!c.allowed) {
-            EXPECT_EQ(error.message(),
-                      PString("Keyboard mode without suffix is not allowed. Set suffix in settings."));
-        }
+        EXPECT_EQ(error.code(), c.allowed ? 0 : 100);  // the text: DeviceTest, in both languages
     }
     EXPECT_FALSE(DeviceManager::isAlreadyOpened(cases[4].settings));
 }

@@ -141,35 +141,6 @@ TEST(PEncodingTest, directEncodeThrowsOneWhenTheRowCannotEncode)
 
 // ---- Vietnamese tables ----
 
-TEST(PEncodingTest, everyVietnameseTableGivesItsRow)
-{
-    struct Row {
-        wchar_t ch;
-        std::string vni, vniShort, vps, tcvn3, tcvn3Short, tcvn3Low, viscii, vilat;
-    };
-    const Row rows[] = {
-        {0x1EA4, bytes({0x41, 0xC1}), "\xC1", "\x83", bytes({0xA2, 0xCA}), "\xA2", "\xCA", "\x84", "A"},
-        {0x00E0, bytes({0x61, 0xF8}), "\xF8", "\xE0", "\xB5", "\xB5", "\xB5", "\xE0", "a"},
-        {0x0110, "\xD1", "\xD1", "\xF1", "\xA7", "\xA7", "\xAE", "\xD0", "D"},
-        {0x1EEE, bytes({0xD6, 0xD5}), "\xD5", "\x1D", bytes({0xA6, 0xF7}), "\xA6", "\xF7", "\xFF", "U"},
-        {0x1EF4, "\xCE", "\xCE", "\x19", bytes({0x59, 0xFE}), "\x59", "\xFE", "\x1E", "Y"},
-        {0x00D5, bytes({0x4F, 0xD5}), "\xD5", "\xBE", bytes({0x4F, 0xE2}), "\x4F", "\xE2", "\xA0", "O"},
-        {0x1EF9, bytes({0x79, 0xF5}), "\xF5", "\xCF", "\xFC", "\xFC", "\xFC", "\xDB", "y"},
-    };
-    for (const Row& row : rows) {
-        const std::wstring text(1, row.ch);
-        SCOPED_TRACE(testing::Message() << std::hex << static_cast<int>(row.ch));
-        EXPECT_EQ(strake::unicode2vni(text), row.vni);
-        EXPECT_EQ(strake::unicode2vnishort(text), row.vniShort);
-        EXPECT_EQ(strake::unicode2vps(text), row.vps);
-        EXPECT_EQ(strake::unicode2tcvn3(text), row.tcvn3);
-        EXPECT_EQ(strake::unicode2tcvn3short(text), row.tcvn3Short);
-        EXPECT_EQ(strake::unicode2tcvn3low(text), row.tcvn3Low);
-        EXPECT_EQ(strake::unicode2viscii(text), row.viscii);
-        EXPECT_EQ(strake::unicode2vilat(text), row.vilat);
-    }
-}
-
 TEST(PEncodingTest, everyVietnameseTableCoversTheSame135Characters)
 {
     std::string (*const tables[])(const std::wstring&) = {strake::unicode2vni,
