@@ -15,7 +15,7 @@ PXmlDocument parsed(const char* text)
 
 // ---- Reading
 
-TEST(PXmlNodesTest, childrenOfAnyNameAreWalkedWithTheirAttributes)
+TEST(PXmlNodesTest, childrenAreWalkedWithTheirAttributesAndFoundByTheFirstOfEachName)
 {
     PXmlDocument document = parsed(
         "<Devices><usb id=\"1\" productName=\"Сканер\"/><x id=\"2\" vendorId=\"\"/></Devices>");
@@ -35,10 +35,8 @@ TEST(PXmlNodesTest, childrenOfAnyNameAreWalkedWithTheirAttributes)
     EXPECT_EQ(usb.attribute(PString("id")).type(), PVariant::String);
     EXPECT_EQ(PXmlElement().attribute(PString("id"), PVariant(7)).toInt(), 7);
     EXPECT_TRUE(PXmlElement().attributes().empty());
-}
 
-TEST(PXmlNodesTest, getElementFollowsTheFirstChildOfEachName)
-{
+    // getElement follows the first child of each name.
     PXmlDocument extras = parsed("<action><fields><field key=\"k1\" value=\"QQ==\"/>"
                                  "<field key=\"k2\"/></fields></action>");
     EXPECT_EQ(extras.getElement(PString("action/fields/field")).attribute(PString("key")).toPString(),
