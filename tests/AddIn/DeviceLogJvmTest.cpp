@@ -2,43 +2,23 @@
 // the Java log reach com.tavrel.strake.PLogger.
 #include "Device.h"
 
-#include "JvmTest.h"
-#include "PHostConnection.h"
-#include "PJNIHelper.h"
+#include "../strake/Android/PJNITestFixture.h"
 #include "RecordingDevice.h"
 
 #include <gtest/gtest.h>
 
 #include <unistd.h>
 
-extern "C" jint JNI_OnLoad(JavaVM*, void*);
-
 namespace {
 
-struct AndroidHost : PHostConnection {
-    AndroidHost() { setAndroidHelper(&PHostJvm::androidHelper()); }
-};
-
-class DeviceLogJvmTest : public kelmortest::JvmTest {
+class DeviceLogJvmTest : public kelmortest::PJNITest {
 protected:
-    void SetUp() override
-    {
-        JvmTest::SetUp();
-        JNI_OnLoad(PHostJvm::vm(), nullptr);
-        ASSERT_TRUE(PJNIHelper::connect(&m_host));
-    }
-    void TearDown() override
-    {
-        PJNIHelper::disconnect();
-        JvmTest::TearDown();
-    }
     // PLogger's static getter of that name.
     static std::string javaLogger(const char* getter)
     {
         PJNIClass logger = PJNIHelper::getClass(PString("com.tavrel.strake.PLogger"));
         return logger.callStaticStringMethod(PString(getter), "()Ljava/lang/String;").toStdString();
     }
-    AndroidHost m_host;
     kelmortest::FactoryScope scope{std::make_shared<kelmortest::RecordingFactory>()};
 };
 

@@ -74,14 +74,14 @@ TEST_F(DeviceManagerTest, numbersCountTheWholeTableAndARepeatedIdLeavesTheLiveDe
     EXPECT_EQ(DeviceManager::getLastError().message(), PString("Cant create device Id"));
 }
 
-TEST_F(DeviceManagerTest, badIdsAnswerWithTheirOwnTextsInEitherLanguage)
+TEST_F(DeviceManagerTest, badIdsAnswerWithTheirOwnTextsInEitherLanguageAndEachThreadReadsItsOwn)
 {
     const struct {
         int locale;
         const char* getText;
         const char* destroyText;
-    } cases[] = {{PLocale::English, "Bad device Id", "Bad device id"},
-                 {PLocale::Russian, "Неверный Id устройства", "Неверный Id"}};
+    } cases[] = {{PLocale::Russian, "Неверный Id устройства", "Неверный Id"},
+                 {PLocale::English, "Bad device Id", "Bad device id"}};
     for (const auto& c : cases) {
         PLocale::setDefaultLocaleId(c.locale);
         EXPECT_EQ(DeviceManager::get("InputDevice#9"), nullptr);
@@ -90,6 +90,28 @@ TEST_F(DeviceManagerTest, badIdsAnswerWithTheirOwnTextsInEitherLanguage)
         EXPECT_EQ(DeviceManager::getLastError().message(), PString(c.destroyText));
         EXPECT_EQ(DeviceManager::getLastError().code(), 2);
     }
+
+    // Two threads failing at once each read their own error.
+    std::atomic<int> ready{0};
+    std::atomic<int> mixed{0};
+    auto run = [&](bool viaGet) {
+        ++ready;
+        while (ready < 2) {
+        }
+        for (int i = 0; i < 2000; ++i) {
+            if (viaGet)
+                DeviceManager::get("none");
+            else
+                DeviceManager::destroy("none");
+            const PString expected(viaGet ? "Bad device Id" : "Bad device id");
+            if (DeviceManager::getLastError().message() != expected)
+                ++mixed;
+        }
+    };
+    std::thread a(run, true), b(run, false);
+    a.join();
+    b.join();
+    EXPECT_EQ(mixed, 0);
 }
 
 TEST_F(DeviceManagerTest, keyboardPortWithoutSuffixIsRefusedWhateverTheValueTypes)
@@ -111,11 +133,7 @@ TEST_F(DeviceManagerTest, keyboardPortWithoutSuffixIsRefusedWhateverTheValueType
         PError error;
         EXPECT_EQ(DeviceManager::isSettingsAllowed(c.settings, &error), c.allowed);
         EXPECT_EQ(DeviceManager::isSettingsAllowed(c.settings, nullptr), c.allowed);
-        EXPECT_EQ(error.code(), c.allowed ? 0 : 100);
-        if (!c.allowed) {
-            EXPECT_EQ(error.message(),
-                      PString("Keyboard mode without suffix is not allowed. Set suffix in settings."));
-        }
+        EXPECT_EQ(error.code(), c.allowed ? 0 : 100);  // the text: DeviceTest, in both languages
     }
     EXPECT_FALSE(DeviceManager::isAlreadyOpened(cases[4].settings));
 }
@@ -135,30 +153,6 @@ TEST_F(DeviceManagerTest, aTestIsOneAttemptThatLeavesTheTableAsItWas)
     EXPECT_EQ(factory->count(), 2);
     EXPECT_EQ(DeviceManager::getLastError().message(), PString("Failed to open device. Check connection"));
     EXPECT_EQ(ids(), std::vector<std::string>{"InputDevice#1"});
-}
-
-TEST_F(DeviceManagerTest, twoThreadsFailingAtOnceEachReadTheirOwnError)
-{
-    std::atomic<int> ready{0};
-    std::atomic<int> mixed{0};
-    auto run = [&](bool viaGet) {
-        ++ready;
-        while (ready < 2) {
-        }
-        for (int i = 0; i < 2000; ++i) {
-            if (viaGet)
-                DeviceManager::get("none");
-            else
-                DeviceManager::destroy("none");
-            const PString expected(viaGet ? "Bad device Id" : "Bad device id");
-            if (DeviceManager::getLastError().message() != expected)
-                ++mixed;
-        }
-    };
-    std::thread a(run, true), b(run, false);
-    a.join();
-    b.join();
-    EXPECT_EQ(mixed, 0);
 }
 
 }

@@ -35,7 +35,7 @@ TEST(PInputProcessorTest, parameterGivesStoredValueEvenInvalidAndNeverAddsTheDef
     EXPECT_EQ(processor.parameter("Prefix", "X").toStdString(), "Y");
 }
 
-TEST(PInputProcessorTest, onlyDeviceDataEventsReachTheCallback)
+TEST(PInputProcessorTest, onlyDeviceDataEventsReachTheCallbackAndErrorsTheErrorCallback)
 {
     PInputProcessor processor;
     PIODeviceEvent good;
@@ -58,13 +58,9 @@ TEST(PInputProcessorTest, onlyDeviceDataEventsReachTheCallback)
     processor.processInput(&good);
     ASSERT_EQ(received, std::vector<PEvent*>{&good}) << "the event itself, not a copy";
     EXPECT_EQ(debug.lines.back(), "Event:DevId:Data = Barcode : InputDevice#1 : 0x41 0x42  : QUI=");
-}
 
-TEST(PInputProcessorTest, errorsReachTheErrorCallbackWithADebugLine)
-{
-    PInputProcessor processor;
-    DebugLines debug;
-    processor.setDebugMessageHandler(debug.handler());
+    // Errors reach the error callback, with a debug line.
+    debug.lines.clear();
     std::vector<int> codes;
     processor.setErrorCallback([&](const PError& error) { codes.push_back(error.code()); });
     const PError error(200, "lost");
@@ -74,20 +70,7 @@ TEST(PInputProcessorTest, errorsReachTheErrorCallbackWithADebugLine)
     EXPECT_EQ(debug.lines[0], "PInputProcessor::processError" + error.toString().toStdString());
 }
 
-TEST(PInputProcessorTest, throwingCallbackReleasesTheLock)
-{
-    PInputProcessor processor;
-    processor.setCallback([](PEvent*) { throw std::runtime_error("host failed"); });
-    PIODeviceEvent event;
-    EXPECT_THROW(processor.processInput(&event), std::runtime_error);
-    // Would deadlock if the lock were still held.
-    processor.setParameter("Prefix", "X");
-    processor.setCallback(nullptr);
-    processor.processInput(&event);
-    EXPECT_EQ(processor.parameter("Prefix").toStdString(), "X");
-}
-
-TEST(PInputProcessorTest, callbackMayReadAndWriteTheParameters)
+TEST(PInputProcessorTest, callbackMayUseTheParametersAndAThrowReleasesTheLock)
 {
     PInputProcessor processor;
     processor.setParameter("Prefix", "X");
@@ -100,6 +83,15 @@ TEST(PInputProcessorTest, callbackMayReadAndWriteTheParameters)
     processor.processInput(&event);
     EXPECT_EQ(seen, "X");
     EXPECT_EQ(processor.parameter("Prefix").toStdString(), "Y");
+
+    // A throwing callback releases the lock.
+    processor.setCallback([](PEvent*) { throw std::runtime_error("host failed"); });
+    EXPECT_THROW(processor.processInput(&event), std::runtime_error);
+    // Would deadlock if the lock were still held.
+    processor.setParameter("Prefix", "X");
+    processor.setCallback(nullptr);
+    processor.processInput(&event);
+    EXPECT_EQ(processor.parameter("Prefix").toStdString(), "X");
 }
 
 TEST(PInputProcessorTest, withoutDebugHandlerNothingIsFormatted)

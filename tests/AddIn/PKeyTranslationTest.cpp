@@ -62,7 +62,7 @@ const unsigned int F8 = 248, F9 = 249, ENTER = 13;
 
 }  // namespace
 
-TEST(PKeyTranslation, altWithDecimalCodeGivesThatByte)
+TEST(PKeyTranslation, altWithDecimalCodeGivesThatByteAndWithoutDigitsNothing)
 {
     for (bool numpad : {false, true}) {
         SCOPED_TRACE(numpad ? "numeric pad" : "digit row");
@@ -88,11 +88,9 @@ TEST(PKeyTranslation, altWithDecimalCodeGivesThatByte)
     tap(messages, NUM0 + 1);
     release(messages, ALTR);
     EXPECT_EQ(translate2Preview(messages, workMode()), "A");
-}
 
-TEST(PKeyTranslation, altWithoutDigitsGivesNothing)
-{
-    std::vector<PKeyMSG> messages;
+    // Alt without digits gives nothing.
+    messages.clear();
     press(messages, ALT);
     tap(messages, '6', '6');
     tap(messages, '5', '5');
@@ -178,11 +176,9 @@ TEST(PKeyTranslation, workModeCharactersAndControlKeys)
         tap(messages, code);
     EXPECT_EQ(translate2Preview(messages, workMode(-1)),
               std::string("\rz\xD0\x0C\x0E\x11\x0A\x16\x1F\x10\x15"));
-}
 
-TEST(PKeyTranslation, withoutTranslatorsOnlySequencesMakeOutput)
-{
-    std::vector<PKeyMSG> messages;
+    // Without translators only the sequences make output.
+    messages.clear();
     typeText(messages, "AB");
     tap(messages, 241);
     tap(messages, F8);
@@ -209,6 +205,14 @@ TEST(PKeyTranslation, testModeNamesKeysWithoutCharacter)
     EXPECT_EQ(translate2Preview(messages, testMode(0)), "A'F1'''\r");
     // When Base64 is wanted the names would spoil the coded text.
     EXPECT_EQ(translate2Preview(messages, testMode(1)), "A\r");
+
+    // Control characters have names and previews.
+    std::string names;
+    for (int byte : {0, 9, 13, 29, 31, 32, 127, 65, 0x80, 0xD0, 0xFF})
+        names += getCharName(static_cast<char>(byte)) + ",";
+    EXPECT_EQ(names, "NUL,TAB,CR,GS,US,SPACE,DEL,,,,,");
+    EXPECT_EQ(getCharPreview(13) + getCharPreview('A') + getCharPreview(char(0xD0)),
+              "'CR'A\xD0");
 }
 
 TEST(PKeyTranslation, translate2CharsHonoursModeAndCase)
@@ -227,12 +231,3 @@ TEST(PKeyTranslation, translate2CharsHonoursModeAndCase)
     EXPECT_EQ(keyMsgsTranslatePrintableWorkMode(upper, nullptr), "q");
 }
 
-TEST(PKeyTranslation, controlCharactersHaveNamesAndPreviews)
-{
-    std::string names;
-    for (int byte : {0, 9, 13, 29, 31, 32, 127, 65, 0x80, 0xD0, 0xFF})
-        names += getCharName(static_cast<char>(byte)) + ",";
-    EXPECT_EQ(names, "NUL,TAB,CR,GS,US,SPACE,DEL,,,,,");
-    EXPECT_EQ(getCharPreview(13) + getCharPreview('A') + getCharPreview(char(0xD0)),
-              "'CR'A\xD0");
-}

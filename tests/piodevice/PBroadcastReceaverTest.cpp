@@ -25,16 +25,6 @@ std::string field(const std::string& bytes)
 
 }
 
-TEST(PBroadcastReceaverTest, parameterTextAndTypeNames)
-{
-    PBroadcastReceaver device("com.scanner.ACTION");
-    device.setFieldsDesc({PBroadcastDataField("data", PBroadcastDataField::String)});
-    EXPECT_EQ(device.parametersText(), PString("action_name=com.scanner.ACTION;fields=data(9);"));
-    EXPECT_EQ(PBroadcastDataField::typeName(9), PString("string"));
-    EXPECT_EQ(PBroadcastDataField::typeName(0x10002), PString("byte[]"));
-    EXPECT_EQ(PBroadcastDataField::typeName(12), PString());
-}
-
 TEST(PBroadcastReceaverTest, openRefusesMissingSettingsAndAMissingVmInTheLanguageOfTheMoment)
 {
     struct Case {
@@ -82,4 +72,12 @@ TEST(PBroadcastReceaverTest, extrasXmlGivesTheFirstFieldWithTheSuffixUnlessItEnd
     EXPECT_EQ(xmlInput("<action><fields/></action>", "\r"), "<none>");
     EXPECT_EQ(xmlInput("<action><fields><field", "\r"), "<none>");
     EXPECT_EQ(xmlInput("", "\r"), "<none>");
+
+    // The parameter text and the type names.
+    PBroadcastReceaver device("com.scanner.ACTION");
+    device.setFieldsDesc({PBroadcastDataField("data", PBroadcastDataField::String)});
+    EXPECT_EQ(device.parametersText(), PString("action_name=com.scanner.ACTION;fields=data(9);"));
+    EXPECT_EQ(PBroadcastDataField::typeName(9), PString("string"));
+    EXPECT_EQ(PBroadcastDataField::typeName(0x10002), PString("byte[]"));
+    EXPECT_EQ(PBroadcastDataField::typeName(12), PString());
 }

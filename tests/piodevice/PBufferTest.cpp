@@ -48,34 +48,16 @@ TEST(PBufferTest, writeStoresWhatFitsAndDropsTheRest)
     EXPECT_EQ(readAllText(buffer), "abc12345");
     // Without OpenRewindEmpty the drained space stays used.
     EXPECT_EQ(buffer.write("x", 1), 0u);
-}
 
-TEST(PBufferTest, drainedBufferRewindsOnlyWhenEmpty)
-{
-    PBuffer buffer(4);
-    ASSERT_TRUE(buffer.open(kDeviceBuffer));
-    EXPECT_EQ(buffer.write("abcd", 4), 4u);
+    PBuffer rewinding(4);
+    ASSERT_TRUE(rewinding.open(kDeviceBuffer));
+    EXPECT_EQ(rewinding.write("abcd", 4), 4u);
     char out[4];
-    EXPECT_EQ(buffer.read(out, 3), 3u);
-    EXPECT_EQ(buffer.write("e", 1), 0u) << "one byte unread: no rewind";
-    EXPECT_EQ(buffer.skip(10), 1u);
-    EXPECT_EQ(buffer.write("wxyz", 4), 4u);
-    EXPECT_EQ(readAllText(buffer), "wxyz");
-}
-
-TEST(PBufferTest, closedOrWrongModeBufferMovesNoBytes)
-{
-    PBuffer buffer(8);
-    EXPECT_EQ(buffer.write("ab", 2), 0u);
-    EXPECT_FALSE(buffer.close());
-
-    ASSERT_TRUE(buffer.open(PIODevice::OpenWrite));
-    EXPECT_EQ(buffer.write("ab", 2), 2u);
-    char out[2];
-    EXPECT_EQ(buffer.read(out, 2), 0u);
-    EXPECT_EQ(buffer.peek(out, 2), 0u);
-    EXPECT_EQ(buffer.availibleBytes(), 2u);
-    EXPECT_EQ(buffer.write(PByteArray()), 0u);
+    EXPECT_EQ(rewinding.read(out, 3), 3u);
+    EXPECT_EQ(rewinding.write("e", 1), 0u) << "one byte unread: no rewind";
+    EXPECT_EQ(rewinding.skip(10), 1u);
+    EXPECT_EQ(rewinding.write("wxyz", 4), 4u);
+    EXPECT_EQ(readAllText(rewinding), "wxyz");
 }
 
 TEST(PBufferTest, readOnlyReopenExposesWhatWasHeldAtClose)
@@ -96,6 +78,18 @@ TEST(PBufferTest, readOnlyReopenExposesWhatWasHeldAtClose)
     ASSERT_TRUE(buffer.close());
     ASSERT_TRUE(buffer.open(kReadWrite));
     EXPECT_EQ(buffer.availibleBytes(), 0u);
+
+    PBuffer closed(8);
+    EXPECT_EQ(closed.write("ab", 2), 0u);
+    EXPECT_FALSE(closed.close());
+
+    ASSERT_TRUE(closed.open(PIODevice::OpenWrite));
+    EXPECT_EQ(closed.write("ab", 2), 2u);
+    char out[2];
+    EXPECT_EQ(closed.read(out, 2), 0u);
+    EXPECT_EQ(closed.peek(out, 2), 0u);
+    EXPECT_EQ(closed.availibleBytes(), 2u);
+    EXPECT_EQ(closed.write(PByteArray()), 0u);
 }
 
 TEST(PBufferTest, capacityChangeKeepsLeadingBytesAndClampsPositions)
@@ -131,24 +125,6 @@ TEST(PBufferTest, unwrittenCapacityCostsNoResidentMemory)
     EXPECT_LT(residentBytes() - before, 16L * 1024 * 1024);
 }
 
-TEST(PThreadSafeBufferTest, zeroTimeWaitAnswersAtOnce)
-{
-    PThreadSafeBuffer buffer(8);
-    EXPECT_FALSE(buffer.waitForReadyRead(0)) << "closed";
-    ASSERT_TRUE(buffer.open(kDeviceBuffer));
-    EXPECT_FALSE(buffer.waitForReadyRead(0));
-    buffer.write("a", 1);
-    EXPECT_TRUE(buffer.waitForReadyRead(0));
-    EXPECT_TRUE(buffer.waitForBytesWriten(-1)) << "bytes available end any wait";
-
-    PThreadSafeBuffer empty(0);
-    ASSERT_TRUE(empty.open(kDeviceBuffer));
-    EXPECT_FALSE(empty.waitForReadyRead(-1));
-    PThreadSafeBuffer writeOnly(8);
-    ASSERT_TRUE(writeOnly.open(PIODevice::OpenWrite));
-    EXPECT_FALSE(writeOnly.waitForReadyRead(-1));
-}
-
 TEST(PThreadSafeBufferTest, closeEndsAnEndlessWaitWithFalse)
 {
     PThreadSafeBuffer buffer(8);
@@ -173,6 +149,21 @@ TEST(PThreadSafeBufferTest, timedWaitEndsTrueOnDataAndFalseOnTimeout)
     waiter.join();
     EXPECT_TRUE(result);
     EXPECT_EQ(buffer.availibleBytes(), 3u);
+
+    PThreadSafeBuffer idle(8);
+    EXPECT_FALSE(idle.waitForReadyRead(0)) << "closed";
+    ASSERT_TRUE(idle.open(kDeviceBuffer));
+    EXPECT_FALSE(idle.waitForReadyRead(0));
+    idle.write("a", 1);
+    EXPECT_TRUE(idle.waitForReadyRead(0));
+    EXPECT_TRUE(idle.waitForBytesWriten(-1)) << "bytes available end any wait";
+
+    PThreadSafeBuffer empty(0);
+    ASSERT_TRUE(empty.open(kDeviceBuffer));
+    EXPECT_FALSE(empty.waitForReadyRead(-1));
+    PThreadSafeBuffer writeOnly(8);
+    ASSERT_TRUE(writeOnly.open(PIODevice::OpenWrite));
+    EXPECT_FALSE(writeOnly.waitForReadyRead(-1));
 }
 
 TEST(PThreadSafeBufferTest, concurrentWriterAndReaderLoseNoByte)

@@ -23,9 +23,9 @@ TEST_F(PDeviceIoJvmTest, serialPortOverAPseudoTerminalAppliesTheLineAndCarriesBy
 {
     PseudoTerminal pty;
     ASSERT_FALSE(pty.slave.empty());
-    setProperty("kelmor.serial.ports", pty.slave.c_str());
+    setProperty("kelmor.serial.ports", pty.slave);
     const auto ports = getAvailibleSerialPorts();
-    setProperty("kelmor.serial.ports", nullptr);
+    kelmortest::clearProperty("kelmor.serial.ports");
     ASSERT_FALSE(ports.empty());
     EXPECT_EQ(ports.back().portId, PString(pty.slave));
     EXPECT_EQ(ports.back().name, PString("COM") + PString(std::to_string(ports.size())));
@@ -155,7 +155,7 @@ TEST_F(PDeviceIoJvmTest, bluetoothPeerBehindAPseudoTerminalIsListedOpenedAndSeen
 {
     PseudoTerminal pty;
     ASSERT_FALSE(pty.slave.empty());
-    registerBluetooth("00:11:22:33:44:55", "Scanner", pty.slave.c_str());
+    registerBluetooth("00:11:22:33:44:55", "Scanner", pty.slave);
     const auto devices = PBluetooth::availibleDevices();
     ASSERT_FALSE(devices.empty());
     const PBluetoothDeviceInfo& listed = devices.back();
@@ -187,7 +187,7 @@ TEST_F(PDeviceIoJvmTest, bluetoothLinkThatDropsIsMadeAgainWhileOpen)
     const unsigned short port = server.listenAny();
     ASSERT_NE(port, 0);
     const std::string endpoint = "tcp:127.0.0.1:" + std::to_string(port);
-    registerBluetooth("AA:BB:CC:DD:EE:FF", "", endpoint.c_str());
+    registerBluetooth("AA:BB:CC:DD:EE:FF", "", endpoint);
 
     Recorder recorder;
     auto device = std::make_shared<PBluetooth>(PString("AA:BB:CC:DD:EE:FF"));

@@ -61,21 +61,12 @@ TEST(PEventTest, valuesCopiesAndMovesKeepTheirOwnFields)
     EXPECT_TRUE(copy->fields().empty());
     copy->setValue("again", 2);
     EXPECT_EQ(copy->value("again").toInt(), 2);
-}
 
-TEST(PIODeviceTest, byteArrayFormsKeepLengthAndSkipEmptyWrites)
-{
-    RecordingDevice device;
-    EXPECT_EQ(device.write(PByteArray()), 0u);
-    EXPECT_EQ(device.writes, 0);
-    EXPECT_EQ(device.write(PByteArray("abc")), 3u);
-    EXPECT_EQ(device.writes, 1);
-
-    EXPECT_TRUE(device.read(0).isEmpty());
-    EXPECT_EQ(device.reads, 0);
-    const PByteArray all = device.readAll();
-    EXPECT_EQ(all.size(), 3u) << "the requested length stays even when fewer bytes came";
-    EXPECT_EQ(all[0], 'r');
+    // A key held by address is the same key as its text.
+    PIODeviceEvent byAddress(std::vector<PEvent::Field>{{&PEventKeys::InputKey(), PVariant(1)}});
+    byAddress.setValue(PString("input"), PVariant(2));
+    EXPECT_EQ(byAddress.fields().size(), 1u);
+    EXPECT_EQ(byAddress.value(PEventKeys::InputKey()).toInt(), 2);
 }
 
 TEST(PIODeviceTest, openKeepsFlagsAndBaseWaitsAnswerFalse)
@@ -90,23 +81,24 @@ TEST(PIODeviceTest, openKeepsFlagsAndBaseWaitsAnswerFalse)
     EXPECT_TRUE(device.close());
     EXPECT_TRUE(device.close()) << "closing again is harmless";
     EXPECT_FALSE(device.isOpen());
+
+    RecordingDevice io;
+    EXPECT_EQ(io.write(PByteArray()), 0u);
+    EXPECT_EQ(io.writes, 0);
+    EXPECT_EQ(io.write(PByteArray("abc")), 3u);
+    EXPECT_EQ(io.writes, 1);
+
+    EXPECT_TRUE(io.read(0).isEmpty());
+    EXPECT_EQ(io.reads, 0);
+    const PByteArray all = io.readAll();
+    EXPECT_EQ(all.size(), 3u) << "the requested length stays even when fewer bytes came";
+    EXPECT_EQ(all[0], 'r');
+
+    // A parameter gives the stored value, even an invalid one, else the default.
+    EXPECT_EQ(io.parameter("speed", 9600).toInt(), 9600);
+    io.setParameter("alias", PVariant());
+    EXPECT_FALSE(io.parameter("alias", "fallback").isValid());
+    io.setParameter("speed", 115200);
+    EXPECT_EQ(io.parameter("speed", 9600).toInt(), 115200);
 }
 
-TEST(PIOCustomDeviceTest, parameterGivesStoredValueEvenInvalidElseDefault)
-{
-    RecordingDevice device;
-    EXPECT_EQ(device.parameter("speed", 9600).toInt(), 9600);
-    device.setParameter("alias", PVariant());
-    EXPECT_FALSE(device.parameter("alias", "fallback").isValid());
-    device.setParameter("speed", 115200);
-    EXPECT_EQ(device.parameter("speed", 9600).toInt(), 115200);
-}
-
-TEST(PEventTest, keyHeldByAddressIsTheSameKeyAsItsText)
-{
-    PIODeviceEvent event(std::vector<PEvent::Field>{{&PEventKeys::InputKey(), PVariant(1)}});
-    EXPECT_EQ(event.value(PString("input")).toInt(), 1);
-    event.setValue(PString("input"), PVariant(2));
-    EXPECT_EQ(event.fields().size(), 1u);
-    EXPECT_EQ(event.value(PEventKeys::InputKey()).toInt(), 2);
-}

@@ -37,17 +37,6 @@ TEST(PGlobalKeyEventsQueueTest, bufferIsLinearAndRefusesSeriesThatWouldFillItsLa
     EXPECT_EQ(pkeymsgbuff::popMSG(nullptr).keycode, 0);
 }
 
-TEST(PGlobalKeyEventsQueueTest, facadeWithoutImplementationGivesEmptyResults)
-{
-    ASSERT_FALSE(PGlobalKeyEventsQueue::initialize(-1));
-    EXPECT_FALSE(PGlobalKeyEventsQueue::initialize(1)) << "the shared queue never initialises";
-    EXPECT_FALSE(PGlobalKeyEventsQueue::isInitialized());
-    EXPECT_FALSE(PGlobalKeyEventsQueue::addMessage(keyMessage(1)));
-    EXPECT_TRUE(PGlobalKeyEventsQueue::popMessages().empty());
-    EXPECT_EQ(PGlobalKeyEventsQueue::mapMSG(keyMessage(1)), -1);
-    EXPECT_TRUE(PGlobalKeyEventsQueue::deinitialize());
-}
-
 TEST(PGlobalKeyEventsQueueTest, localQueueQueuesMapsAndTellsSubscribers)
 {
     std::atomic<int> told{0};
@@ -87,4 +76,12 @@ TEST(PGlobalKeyEventsQueueTest, localQueueQueuesMapsAndTellsSubscribers)
     EXPECT_TRUE(PGlobalKeyEventsQueue::unregisterSubscriber(first));
     EXPECT_TRUE(PGlobalKeyEventsQueue::unregisterSubscriber(first + 1));
     EXPECT_FALSE(PGlobalKeyEventsQueue::unregisterSubscriber(first));
+
+    ASSERT_FALSE(PGlobalKeyEventsQueue::initialize(-1));
+    EXPECT_FALSE(PGlobalKeyEventsQueue::initialize(1)) << "the shared queue never initialises";
+    EXPECT_FALSE(PGlobalKeyEventsQueue::isInitialized());
+    EXPECT_FALSE(PGlobalKeyEventsQueue::addMessage(keyMessage(1)));
+    EXPECT_TRUE(PGlobalKeyEventsQueue::popMessages().empty());
+    EXPECT_EQ(PGlobalKeyEventsQueue::mapMSG(keyMessage(1)), -1);
+    EXPECT_TRUE(PGlobalKeyEventsQueue::deinitialize());
 }

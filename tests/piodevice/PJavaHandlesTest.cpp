@@ -38,17 +38,15 @@ TEST(PJavaHandlesTest, handleFindsOnlyItsOwnLiveObjectOfItsOwnClass)
     object.reset();
     EXPECT_EQ(PJavaHandles::find<Target>(second), nullptr) << "the table keeps nothing alive";
     PJavaHandles::remove(second);
-}
 
-TEST(PJavaHandlesTest, guardRegistersForItsLifeAndReattachGivesANewHandle)
-{
-    auto object = std::make_shared<Target>(1);
+    // A guard registers for its life; attaching again gives a new handle.
+    object = std::make_shared<Target>(1);
     const std::size_t before = PJavaHandles::count();
     int64_t first = 0;
     {
-        PJavaHandle handle;
-        first = handle.attach(object);
-        const int64_t again = handle.attach(object);
+        PJavaHandle guard;
+        first = guard.attach(object);
+        const int64_t again = guard.attach(object);
         EXPECT_NE(first, again);
         EXPECT_EQ(PJavaHandles::find<Target>(first), nullptr);
         EXPECT_EQ(PJavaHandles::find<Target>(again), object);

@@ -23,7 +23,7 @@ std::string readPacket(const char* packet, uint32_t flags = 1)
 
 }  // namespace
 
-TEST(PKeyCodes, packetRecordsBecomeKeyMessages)
+TEST(PKeyCodes, packetRecordsBecomeKeyMessagesThatPackInTheirLayout)
 {
     EXPECT_EQ(readPacket("29:1:QQ=="), "65/65 ");
     // Several characters on one key event: the first names the key, the rest ride alone.
@@ -38,6 +38,24 @@ TEST(PKeyCodes, packetRecordsBecomeKeyMessages)
     EXPECT_EQ(readPacket("29:1:QQ==;999:1;30;31:1:Qw==;66:1"), "65/65 67/67 13/0 ");
     // UTF-8 D0 90: ch reads as a negative byte on every CPU, whatever plain char is there.
     EXPECT_EQ(readPacket("30:1:0JA="), "66/-48 0/-112 ");
+
+    // Packed messages keep their layout.
+    const std::vector<PKeyMSG> messages = rawInputToStandart(PString("29:3:QQ==;0:1:0A=="), 15);
+    PByteArray packed = packKeyMessages(messages);
+    ASSERT_EQ(packed.size(), 80u);
+    const unsigned char* bytes = packed.constData();
+    EXPECT_EQ(bytes[12], 3);
+    EXPECT_EQ(bytes[16], 65);
+    EXPECT_EQ(bytes[17], 1);
+    EXPECT_EQ(bytes[33], 65);
+    EXPECT_EQ(bytes[40 + 33], 0xD0);
+
+    // A remainder short of a whole record is ignored.
+    packed.add(reinterpret_cast<const unsigned char*>("x"), 1);
+    const std::vector<PKeyMSG> back = unpackKeyMessages(packed);
+    ASSERT_EQ(back.size(), 2u);
+    EXPECT_EQ(std::memcmp(back.data(), messages.data(), 80), 0);
+    EXPECT_TRUE(unpackKeyMessages(PByteArray("0123456789")).empty());
 }
 
 TEST(PKeyCodes, androidCodesMapAtTheEdgesOfEveryRange)
@@ -67,10 +85,8 @@ TEST(PKeyCodes, keyNamesShowDirection)
     EXPECT_EQ(getKeyName(126), PString("~"));
     for (unsigned int unnamed : {1u, 97u, 122u, 135u, 187u, 253u, 256u})
         EXPECT_TRUE(getKeyName(unnamed).isEmpty()) << unnamed;
-}
 
-TEST(PKeyCodes, gsKeysByIndexAndBack)
-{
+    // GS keys by index and back.
     for (unsigned int i = 0; i < 27; ++i)
         EXPECT_EQ(getGSKeyCodeIndex(unsigned(getGSKeyCodeForIndex(i))), int(i));
     EXPECT_EQ(getGSKeyCodeForIndex(0), 241);
@@ -82,22 +98,3 @@ TEST(PKeyCodes, gsKeysByIndexAndBack)
     EXPECT_EQ(getGSKeyCodeIndex(248 + 256), -1);
 }
 
-TEST(PKeyCodes, packedMessagesKeepTheirLayout)
-{
-    const std::vector<PKeyMSG> messages = rawInputToStandart(PString("29:3:QQ==;0:1:0A=="), 15);
-    PByteArray packed = packKeyMessages(messages);
-    ASSERT_EQ(packed.size(), 80u);
-    const unsigned char* bytes = packed.constData();
-    EXPECT_EQ(bytes[12], 3);
-    EXPECT_EQ(bytes[16], 65);
-    EXPECT_EQ(bytes[17], 1);
-    EXPECT_EQ(bytes[33], 65);
-    EXPECT_EQ(bytes[40 + 33], 0xD0);
-
-    // A remainder short of a whole record is ignored.
-    packed.add(reinterpret_cast<const unsigned char*>("x"), 1);
-    const std::vector<PKeyMSG> back = unpackKeyMessages(packed);
-    ASSERT_EQ(back.size(), 2u);
-    EXPECT_EQ(std::memcmp(back.data(), messages.data(), 80), 0);
-    EXPECT_TRUE(unpackKeyMessages(PByteArray("0123456789")).empty());
-}

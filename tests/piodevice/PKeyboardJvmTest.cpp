@@ -12,7 +12,6 @@
 #include <android/log.h>
 
 #include <chrono>
-#include <mutex>
 
 using namespace std::chrono_literals;
 
@@ -20,21 +19,10 @@ namespace {
 
 const char16_t kKeyboard[] = u"com.tavrel.piodevice.PKeyboard";
 
-// The messages a processor gave, in order.
-struct Messages : kelmortest::WaitCounter {
-    std::mutex mutex;  // guards texts
-    std::vector<std::string> texts;
-    std::string at(size_t i)
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        return i < texts.size() ? texts[i] : "<none>";
-    }
-};
-
 // A keyboard device wired to a keyboard processor, as a Device wires them.
 struct Wired {
     std::shared_ptr<PKeyboard> device = std::make_shared<PKeyboard>();
-    std::shared_ptr<Messages> messages = std::make_shared<Messages>();
+    std::shared_ptr<kelmortest::TextLog> messages = std::make_shared<kelmortest::TextLog>();
 
     explicit Wired(int timeout)
     {
@@ -42,11 +30,7 @@ struct Wired {
         processor->setParameter("Suffix", PVariant("\r\n"));
         processor->setParameter("GSKeyCode", PVariant(248));
         processor->setCallback([messages = messages](PEvent* event) {
-            {
-                std::lock_guard<std::mutex> lock(messages->mutex);
-                messages->texts.push_back(event->value(PEventKeys::InputKey()).toByteArray().toStdString());
-            }
-            messages->add();
+            messages->record(event->value(PEventKeys::InputKey()).toByteArray().toStdString());
         });
         device->setParameter("timeout", PVariant(timeout));
         device->setCallback([processor](PEvent* event) { processor->processInput(event); });
@@ -57,18 +41,18 @@ class PKeyboardJvmTest : public kelmortest::DeviceJvmTest {
 protected:
     int sendText(const std::string& text)
     {
-        return callStaticInt(kKeyboard, "sendText", "(Ljava/lang/String;)I", text);
+        return callStatic<int>(kKeyboard, "sendText", "(Ljava/lang/String;)I", text);
     }
     std::string packetRecord(int code, int action, int meta, const char* characters)
     {
         const jstring none = nullptr;
         auto call = [&](const auto& text) {
-            return callStaticString(kKeyboard, "packetRecord", "(IIILjava/lang/String;)Ljava/lang/String;",
+            return callStatic<std::string>(kKeyboard, "packetRecord", "(IIILjava/lang/String;)Ljava/lang/String;",
                                     code, action, meta, text);
         };
         return characters ? call(characters) : call(none);
     }
-    int openCompanions() { return callStaticInt(kKeyboard, "openCount", "()I"); }
+    int openCompanions() { return callStatic<int>(kKeyboard, "openCount", "()I"); }
 };
 
 }
@@ -96,7 +80,7 @@ TEST_F(PKeyboardJvmTest, keyEventsFromJavaReachAnOpenDeviceOnTheTimerAsTheScanne
     jintArray codes = javaInts({59, 29, 29, 59, 66, 66});
     jintArray actions = javaInts({0, 0, 1, 1, 0, 1});
     jintArray metas = javaInts({1, 1, 1, 0, 0, 0});
-    EXPECT_EQ(callStaticInt(kKeyboard, "sendKeyEvents", "([I[I[I[Ljava/lang/String;)I", codes,
+    EXPECT_EQ(callStatic<int>(kKeyboard, "sendKeyEvents", "([I[I[I[Ljava/lang/String;)I", codes,
                             actions, metas, nullptr),
               1);
     drop(codes);
@@ -114,26 +98,6 @@ TEST_F(PKeyboardJvmTest, keyEventsFromJavaReachAnOpenDeviceOnTheTimerAsTheScanne
     wired.device->close();
     EXPECT_EQ(openCompanions(), 0);
     EXPECT_EQ(sendText("late\r"), 0);
-}
-
-TEST_F(PKeyboardJvmTest, twoDevicesShareOneCompanionAndEachDeliversTheCode)
-{
-    Wired first(100), second(1000);
-    ASSERT_TRUE(first.device->open(1));
-    const long refs = PHostJvm::globalRefCount();
-    ASSERT_TRUE(second.device->open(1));
-    EXPECT_EQ(PHostJvm::globalRefCount(), refs) << "the second device makes no companion";
-    EXPECT_EQ(sendText("CODE\r"), 1);
-    ASSERT_TRUE(first.messages->waitFor(1));
-    ASSERT_TRUE(second.messages->waitFor(1));
-    EXPECT_EQ(first.messages->at(0), "CODE");
-    EXPECT_EQ(second.messages->at(0), "CODE");
-
-    first.device->close();
-    EXPECT_EQ(openCompanions(), 1);
-    second.device->close();
-    EXPECT_EQ(openCompanions(), 0);
-    EXPECT_EQ(PHostJvm::globalRefCount(), refs - 1) << "the companion's reference is gone";
 }
 
 TEST_F(PKeyboardJvmTest, companionGetsExactSettingsAndItsRefusalsBecomeErrors)

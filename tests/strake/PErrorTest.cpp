@@ -1,7 +1,6 @@
-// Tests of PError, PDebug, PLogger, PLocale and the log helpers.
+// Tests of PError, PDebug, PLogger and the log helpers.
 #include "PDebug.h"
 #include "PError.h"
-#include "PLocale.h"
 #include "PLogger.h"
 #include "StrakeText.h"
 
@@ -17,7 +16,7 @@
 
 namespace {
 
-TEST(PErrorTest, textFormWithAndWithoutPlace)
+TEST(PErrorTest, textFormWithAndWithoutPlaceAndCopiesApart)
 {
     EXPECT_EQ(PError().code(), 0);
     EXPECT_EQ(PError().toString(), PString("[0]"));
@@ -26,10 +25,8 @@ TEST(PErrorTest, textFormWithAndWithoutPlace)
     EXPECT_EQ(full.toString(), PString("strake/PMethod:bool f():42[2]x"));
     full.clear();
     EXPECT_EQ(full.toString(), PString("[0]"));
-}
 
-TEST(PErrorTest, copiesAreIndependent)
-{
+    // Copies are independent.
     PError a(100, "bad");
     PError b(a);
     b.setError(200, "device");
@@ -37,17 +34,15 @@ TEST(PErrorTest, copiesAreIndependent)
     EXPECT_EQ(a.code(), 100);
     EXPECT_EQ(a.message(), PString("bad"));
     EXPECT_TRUE(a.module().isEmpty());
-}
 
-TEST(PErrorTest, stampsTheSourcePlaceWithoutExtension)
-{
+    // P_ERROR stamps the source place, without the file's extension.
     PError e = P_ERROR(100, "here");
     EXPECT_EQ(e.module(), PString("tests/strake/PErrorTest"));
     EXPECT_GT(e.line(), 0);
     EXPECT_TRUE(e.method().contains("TestBody"));
 }
 
-TEST(PErrorTest, ladderTurnsEveryExceptionIntoAnError)
+TEST(PErrorTest, ladderTurnsEveryExceptionIntoAnErrorAndRaiseStoresOrThrows)
 {
     auto caught = [](auto thrower, auto ladder) {
         try {
@@ -78,24 +73,13 @@ TEST(PErrorTest, ladderTurnsEveryExceptionIntoAnError)
     EXPECT_TRUE(other.message().isEmpty());
     EXPECT_EQ(caught([] { throw 7; }, named).message(), PString("Unexpected"));
     EXPECT_EQ(caught([] { throw 7; }, placed).line(), 7);
-}
 
-TEST(PErrorTest, raiseStoresOrThrows)
-{
+    // raise stores the error where it can, throws it where it cannot.
     PError out;
     EXPECT_FALSE(PError::raise(PError(100, "x"), &out));
     EXPECT_EQ(out.code(), 100);
     EXPECT_THROW(PError::raise(PError(100, "x"), nullptr), PError);
     EXPECT_NO_THROW(PError::raise(PError(), nullptr));
-}
-
-TEST(PLocaleTest, choosesTheTextOfTheDefaultLanguage)
-{
-    EXPECT_EQ(PLocale::getDefaultLocaleId(), PLocale::English);
-    EXPECT_EQ(pTr("Port", "Порт"), PString("Port"));
-    PLocale::setDefaultLocaleId(PLocale::Russian);
-    EXPECT_EQ(pTr("Port", "Порт"), PString("Порт"));
-    PLocale::setDefaultLocaleId(PLocale::English);
 }
 
 // ---- debug messages ----
@@ -121,19 +105,6 @@ PDebug& operator<<(PDebug& debug, const Expensive& value)
     return debug;
 }
 
-TEST(PDebugTest, ownHandlerGetsTextWhateverTheLevel)
-{
-    Delivered delivered;
-    {
-        PDebug message = pDebug(delivered.handler());
-        message << "PSerialInputProcessor::processInput: input data = " << 42;
-        message.write(" %s", "end");
-    }
-    ASSERT_EQ(delivered.lines.size(), 1u);
-    EXPECT_EQ(delivered.lines[0].first, 0);
-    EXPECT_EQ(delivered.lines[0].second, "PSerialInputProcessor::processInput: input data = 42 end");
-}
-
 TEST(PDebugTest, messageAboveTheLevelFormatsAndDeliversNothing)
 {
     Delivered global;
@@ -155,6 +126,17 @@ TEST(PDebugTest, messageAboveTheLevelFormatsAndDeliversNothing)
     EXPECT_EQ(global.lines[0].second, "within");
     gDebugGlobal.reset();
     EXPECT_EQ(PDebug::debugLevel(), -1);
+
+    // An own handler gets the text whatever the level.
+    Delivered delivered;
+    {
+        PDebug message = pDebug(delivered.handler());
+        message << "PSerialInputProcessor::processInput: input data = " << 42;
+        message.write(" %s", "end");
+    }
+    ASSERT_EQ(delivered.lines.size(), 1u);
+    EXPECT_EQ(delivered.lines[0].first, 0);
+    EXPECT_EQ(delivered.lines[0].second, "PSerialInputProcessor::processInput: input data = 42 end");
 }
 
 TEST(PDebugTest, defaultHandlerWritesLinesToTheGlobalLogger)
@@ -176,17 +158,6 @@ TEST(PDebugTest, defaultHandlerWritesLinesToTheGlobalLogger)
 }
 
 // ---- logger ----
-
-TEST(PLoggerTest, closedLoggerDropsEverything)
-{
-    PLogger logger("", std::ios::app);
-    EXPECT_FALSE(logger.isOpened());
-    logger << std::string("x") << 1;
-    EXPECT_EQ(logger.addNote("%d", 1), -1);
-    PLogger none;
-    EXPECT_FALSE(none.isOpened());
-    none << "y";
-}
 
 TEST(PLoggerTest, writesFromManyThreadsArriveWhole)
 {
@@ -231,6 +202,15 @@ TEST(PLoggerTest, logFileNamesAndTimeStamps)
     trace(nullptr, "never written");
     trace("Strake", "trace reaches the Android log");
     tracef("Strake", "%s %d", "tracef", 1);
+
+    // A closed logger drops everything.
+    PLogger logger("", std::ios::app);
+    EXPECT_FALSE(logger.isOpened());
+    logger << std::string("x") << 1;
+    EXPECT_EQ(logger.addNote("%d", 1), -1);
+    PLogger none;
+    EXPECT_FALSE(none.isOpened());
+    none << "y";
 }
 
 }

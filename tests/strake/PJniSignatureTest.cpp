@@ -40,6 +40,16 @@ TEST(PJniSignatureTest, wellFormedSignaturesGiveTheirTypeCodes)
         EXPECT_EQ(signature.retValueType(), c.returnType);
         EXPECT_EQ(PJniSignature(PString(c.text)).parameterTypes(), c.parameters);
     }
+
+    // Parsing a copy leaves the original alone.
+    PJniSignature original(PString("(IJ)V"));
+    PJniSignature copy = original;
+    EXPECT_FALSE(copy.parse(PString("(Q)V")));
+    EXPECT_TRUE(copy.parse(PString("([B)Z")));
+    EXPECT_EQ(original.parameterTypes(), (std::vector<int>{6, 7}));
+    EXPECT_EQ(original.parameterType(1), 7);
+    EXPECT_EQ(original.parameterType(2), 0);
+    EXPECT_EQ(original.parameterType(-1), 0);
 }
 
 TEST(PJniSignatureTest, malformedSignaturesFailWithTheirReasonAndKeepNothing)
@@ -71,10 +81,8 @@ TEST(PJniSignatureTest, malformedSignaturesFailWithTheirReasonAndKeepNothing)
         EXPECT_EQ(signature.retValueType(), 0);
         EXPECT_EQ(signature.parametersCount(), 0);
     }
-}
 
-TEST(PJniSignatureTest, signatureWithoutReturnTypeIsInvalidWithoutError)
-{
+    // Without a return type a signature is invalid, but no error.
     for (const char* text : {"()", "(I)", "(I)["}) {
         SCOPED_TRACE(text);
         PError why;
@@ -86,18 +94,6 @@ TEST(PJniSignatureTest, signatureWithoutReturnTypeIsInvalidWithoutError)
     PJniSignature empty;
     EXPECT_FALSE(empty.isValid());
     EXPECT_EQ(empty.parametersCount(), 0);
-}
-
-TEST(PJniSignatureTest, parsingACopyLeavesTheOriginalAlone)
-{
-    PJniSignature original(PString("(IJ)V"));
-    PJniSignature copy = original;
-    EXPECT_FALSE(copy.parse(PString("(Q)V")));
-    EXPECT_TRUE(copy.parse(PString("([B)Z")));
-    EXPECT_EQ(original.parameterTypes(), (std::vector<int>{6, 7}));
-    EXPECT_EQ(original.parameterType(1), 7);
-    EXPECT_EQ(original.parameterType(2), 0);
-    EXPECT_EQ(original.parameterType(-1), 0);
 }
 
 }

@@ -46,23 +46,19 @@ TEST(PPropertyTest, writesAreCheckedAndNotifiedOnlyWhenTheSetterTakesThem)
     EXPECT_EQ(property.getValue(&error).lVal, 9600);
     EXPECT_FALSE(property.getValue(nullptr, &error));
     EXPECT_EQ(error.code(), 101);
-}
 
-TEST(PPropertyTest, readOnlyAndUnreadablePropertiesAnswerAsSuch)
-{
+    // Read-only and unreadable properties answer as such.
     PProperty readOnly(PString("Name"), PSemanticEntry(VTYPE_PWSTR, false),
                        [](tVariant* value, IMemoryManager* manager) {
                            return strake::wstr2var(value, L"scanner", manager);
                        });
     EXPECT_TRUE(readOnly.isReadable());
     EXPECT_FALSE(readOnly.isWritable());
-    tVariant value;
     std::memset(&value, 0, sizeof value);
     EXPECT_TRUE(readOnly.setValue(&value, nullptr));
 
     PHostMemoryManager memory;
     readOnly.setAllocator(&memory);
-    PError error;
     ASSERT_TRUE(readOnly.getValue(&value, &error));
     EXPECT_EQ(hostTextOf(value), u"scanner");
     memory.release(value);

@@ -24,7 +24,7 @@ std::vector<int> parameterTypes(const PMethodSemantic& semantic)
     return types;
 }
 
-TEST(PSemanticEntryTest, signaturesParseIntoTypedEntries)
+TEST(PSemanticEntryTest, signaturesParseIntoTypedEntriesOrTheDefault)
 {
     struct Case {
         const char* text;
@@ -54,10 +54,8 @@ TEST(PSemanticEntryTest, signaturesParseIntoTypedEntries)
         for (const PSemanticEntry& entry : semantic.parameters())
             EXPECT_FALSE(entry.mandatory());
     }
-}
 
-TEST(PSemanticEntryTest, badSignaturesGiveTheDefaultWithoutAnError)
-{
+    // Bad signatures give the default, without an error.
     for (const char* text : {"", "bool()", "FOO()", "BOOL", "BOOL(WSTR", "BOOL)WSTR(", "BOOL(wstr)",
                              "BOOL(WSTR,FOO)", "B OOL()"}) {
         SCOPED_TRACE(text);
@@ -81,6 +79,16 @@ TEST(PSemanticEntryTest, entriesFromSignaturesAcceptAnyPresentValue)
     EXPECT_FALSE(semantic.check(2, params, &error));
     EXPECT_EQ(error.code(), 111);
     EXPECT_THROW(semantic.check(5, params, nullptr), PError);
+
+    // Defaults are per parameter, invalid beyond the last.
+    const PMethodSemantic withDefaults({PSemanticEntry(VTYPE_I4, false, PVariant(7)),
+                                        PSemanticEntry(VTYPE_PWSTR, false)},
+                                       PSemanticEntry(VTYPE_BOOL, true));
+    EXPECT_EQ(withDefaults.defValue(0).toInt(), 7);
+    EXPECT_FALSE(withDefaults.defValue(1).isValid());
+    EXPECT_FALSE(withDefaults.defValue(2).isValid());
+    EXPECT_FALSE(PSemanticEntry(VTYPE_EMPTY, true).isValid());
+    EXPECT_TRUE(PSemanticEntry(VTYPE_NULL, false).isValid());
 }
 
 TEST(PSemanticEntryTest, mandatoryEntriesCheckFamilyLengthAndUsability)
@@ -146,18 +154,6 @@ TEST(PSemanticEntryTest, checkerDecidesThroughItsErrorNotItsAnswer)
     EXPECT_FALSE(semantic.check(params, &error));
     EXPECT_EQ(error.code(), 100);
     EXPECT_EQ(error.message(), PString("Parameter failed with error: [index = 1] too big"));
-}
-
-TEST(PSemanticEntryTest, defaultsArePerParameterAndInvalidBeyondTheLast)
-{
-    const PMethodSemantic semantic({PSemanticEntry(VTYPE_I4, false, PVariant(7)),
-                                    PSemanticEntry(VTYPE_PWSTR, false)},
-                                   PSemanticEntry(VTYPE_BOOL, true));
-    EXPECT_EQ(semantic.defValue(0).toInt(), 7);
-    EXPECT_FALSE(semantic.defValue(1).isValid());
-    EXPECT_FALSE(semantic.defValue(2).isValid());
-    EXPECT_FALSE(PSemanticEntry(VTYPE_EMPTY, true).isValid());
-    EXPECT_TRUE(PSemanticEntry(VTYPE_NULL, false).isValid());
 }
 
 }

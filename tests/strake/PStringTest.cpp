@@ -28,6 +28,14 @@ TEST(PStringTest, copyThenChangeLeavesSourceAlone)
     *viaIterator.begin() = u'x';
     EXPECT_EQ(source, PString("scan"));
     EXPECT_EQ(viaIterator, PString("xcan"));
+
+    // Appending a text to itself doubles it.
+    PString s("ab");
+    s += s;
+    EXPECT_EQ(s, PString("abab"));
+    PByteArray b("ab");
+    b += b;
+    EXPECT_EQ(b.toStdString(), "abab");
 }
 
 TEST(PStringTest, movedFromHandlesAreEmptyAndUsable)
@@ -49,19 +57,9 @@ TEST(PStringTest, movedFromHandlesAreEmptyAndUsable)
     EXPECT_EQ(taken.toStdString(), "xyz");
 }
 
-TEST(PStringTest, appendingToItselfDoublesTheText)
-{
-    PString s("ab");
-    s += s;
-    EXPECT_EQ(s, PString("abab"));
-    PByteArray b("ab");
-    b += b;
-    EXPECT_EQ(b.toStdString(), "abab");
-}
-
 // ---- construction and conversion ----
 
-TEST(PStringTest, buildsFromEveryEncodingAndLength)
+TEST(PStringTest, buildsFromEveryEncodingComparesAndHashes)
 {
     const PString expected(u"Сканер 1");
     EXPECT_EQ(PString("Сканер 1"), expected);
@@ -76,6 +74,16 @@ TEST(PStringTest, buildsFromEveryEncodingAndLength)
     EXPECT_EQ(expected.size(), 8u);
     // A code point beyond the basic plane counts two units.
     EXPECT_EQ(PString("\xF0\x9F\x98\x80").size(), 2u);
+
+    // Texts compare by unsigned units, shorter first; equal texts hash equal.
+    EXPECT_LT(PString("abc"), PString("abd"));
+    EXPECT_LT(PString("ab"), PString("abc"));
+    EXPECT_GT(PString(u"я"), PString("z"));
+    EXPECT_NE(PString("a"), PString("A"));
+
+    std::unordered_set<PString> set{PString("a"), PString(u"Б")};
+    EXPECT_EQ(set.count(PString(L"Б")), 1u);
+    EXPECT_EQ(PString("x").hash(), PString(u"x").hash());
 }
 
 TEST(PStringTest, invalidInputIsDroppedAndTheRestKept)
@@ -91,14 +99,6 @@ TEST(PStringTest, invalidInputIsDroppedAndTheRestKept)
     const wchar_t wide[] = {L'a', static_cast<wchar_t>(0x110000), static_cast<wchar_t>(0xD800), L'b', 0};
     EXPECT_EQ(PString(wide), PString("ab"));
     EXPECT_EQ(strake::_tavrelstr2str(std::u16string(1, char16_t(0xDFFF))), "");
-}
-
-TEST(PStringTest, comparesUnitsAsUnsignedValuesShorterFirst)
-{
-    EXPECT_LT(PString("abc"), PString("abd"));
-    EXPECT_LT(PString("ab"), PString("abc"));
-    EXPECT_GT(PString(u"я"), PString("z"));
-    EXPECT_NE(PString("a"), PString("A"));
 }
 
 // ---- search and edit ----
@@ -124,7 +124,7 @@ TEST(PStringTest, findRfindContainsAndEnds)
     EXPECT_THROW(s.at(-1), std::out_of_range);
 }
 
-TEST(PStringTest, replaceScansForwardAndAlwaysEnds)
+TEST(PStringTest, replaceScansForwardAndAlwaysEndsAndRemoveCounts)
 {
     EXPECT_EQ(PString("a;b;c").replace(";", ", "), PString("a, b, c"));
     EXPECT_EQ(PString("aaa").replace("aa", "a"), PString("aa"));
@@ -136,17 +136,15 @@ TEST(PStringTest, replaceScansForwardAndAlwaysEnds)
     EXPECT_EQ(PString("aa").replace("a", "ba"), PString("baba"));
     // Holding it at the start is safe with the plain scan.
     EXPECT_EQ(PString("ab").replace("ab", "abab"), PString("abab"));
-}
 
-TEST(PStringTest, removeTakesAtMostCountOccurrences)
-{
+    // remove takes at most count occurrences.
     EXPECT_EQ(PString("a-b-c-d").remove("-", 0, 2), PString("abc-d"));
     EXPECT_EQ(PString("a-b-c-d").remove("-", 2), PString("a-bcd"));
     EXPECT_EQ(PString("a-b").remove("-", 0, 0), PString("a-b"));
     EXPECT_EQ(PString("a-b").remove(""), PString("a-b"));
 }
 
-TEST(PStringTest, trimRemovesBlanksLineEndsAndNul)
+TEST(PStringTest, trimRemovesBlanksLineEndsAndNulAndCaseTouchesAsciiOnly)
 {
     const char16_t raw[] = {0, u' ', u'\t', u'a', u' ', u'b', u'\r', u'\n', 0, 0};
     PString s(std::u16string(raw, 9));
@@ -156,10 +154,8 @@ TEST(PStringTest, trimRemovesBlanksLineEndsAndNul)
     s.trim();
     EXPECT_EQ(s, PString("a b"));
     EXPECT_EQ(strake::trimed<char>(std::string("\0 x \n", 5)), "x");
-}
 
-TEST(PStringTest, caseChangesOnlyAsciiLetters)
-{
+    // Case changes touch only ASCII letters.
     EXPECT_EQ(PString(u"aБz1").upperCased(), PString(u"AБZ1"));
     EXPECT_EQ(PString(u"AбZ").lowerCased(), PString(u"aбz"));
     EXPECT_EQ(PString("abc").capitalized(), PString("Abc"));
@@ -187,13 +183,6 @@ TEST(PStringTest, splitKeepsInnerEmptyPiecesButNoEmptyTail)
     EXPECT_EQ(PString("a||b").split(PString("||"), true).size(), 2u);
 }
 
-TEST(PStringTest, equalTextsHashEqualAndWorkAsKeys)
-{
-    std::unordered_set<PString> set{PString("a"), PString(u"Б")};
-    EXPECT_EQ(set.count(PString(L"Б")), 1u);
-    EXPECT_EQ(PString("x").hash(), PString(u"x").hash());
-}
-
 // ---- bytes ----
 
 TEST(PByteArrayTest, keepsAZeroBehindTheLastByte)
@@ -206,6 +195,11 @@ TEST(PByteArrayTest, keepsAZeroBehindTheLastByte)
     EXPECT_EQ(bytes.constData()[5], 0);
     EXPECT_EQ(PByteArray(0x41, 2).toStdString(), "AA");
     EXPECT_EQ(PByteArray(4ul).toStdString(), std::string(4, '\0'));
+
+    const unsigned char forms[] = {0x00, 0x1D, 0xAB, 0xFF};
+    EXPECT_EQ(PByteArray(forms, 4).toHex().toStdString(), "001DABFF");
+    EXPECT_EQ(PByteArray(forms, 4).toBase64().toStdString(), "AB2r/w==");
+    EXPECT_FALSE(PByteArray("a") == PByteArray("b"));
 }
 
 TEST(PByteArrayTest, setZeroClearAndValidity)
@@ -227,22 +221,21 @@ TEST(PByteArrayTest, setZeroClearAndValidity)
     EXPECT_EQ(PByteArray().mitype(), 7);
 }
 
-TEST(PByteArrayTest, hexAndBase64Forms)
-{
-    const unsigned char raw[] = {0x00, 0x1D, 0xAB, 0xFF};
-    PByteArray bytes(raw, 4);
-    EXPECT_EQ(bytes.toHex().toStdString(), "001DABFF");
-    EXPECT_EQ(bytes.toBase64().toStdString(), "AB2r/w==");
-    EXPECT_FALSE(PByteArray("a") == PByteArray("b"));
-}
-
 // ---- hexadecimal and Base64 helpers ----
 
-TEST(StrakeTextTest, hexWritesSeparatorBehindEveryByte)
+TEST(StrakeTextTest, hexWritesSeparatorBehindEveryByteAndFormatMeasuresExactly)
 {
     EXPECT_EQ(strake::string2hex("AB", " ", "0x"), "0x41 0x42 ");
     EXPECT_EQ(strake::string2hex("", " ", "0x"), "");
     EXPECT_EQ(strake::string2hex(nullptr, 4), "");
+
+    EXPECT_EQ(strake::format("%s-%04d", "id", 7), "id-0007");
+    EXPECT_EQ(strake::format("%s", std::string(5000, 'x').c_str()).size(), 5000u);
+    EXPECT_EQ(strake::format("%s", ""), "");
+    EXPECT_EQ((strake::t2s<char>(1.5)), "1.5");
+    EXPECT_EQ((strake::t2s<wchar_t>(42)), L"42");
+    EXPECT_EQ(strake::toupper(std::string("ab1")), "AB1");
+    EXPECT_EQ(strake::tolower(std::wstring(L"AB1")), L"ab1");
 }
 
 TEST(StrakeTextTest, base64RoundTripsEveryLength)
@@ -271,17 +264,6 @@ TEST(StrakeTextTest, base64DecoderIsLenient)
     EXPECT_EQ(strake::base64_decode(std::string()), "");
     EXPECT_EQ(strake::base64_decode(nullptr, 10), "");
     EXPECT_EQ(strake::base64_decode("=").size(), 1u);
-}
-
-TEST(StrakeTextTest, formatMeasuresExactly)
-{
-    EXPECT_EQ(strake::format("%s-%04d", "id", 7), "id-0007");
-    EXPECT_EQ(strake::format("%s", std::string(5000, 'x').c_str()).size(), 5000u);
-    EXPECT_EQ(strake::format("%s", ""), "");
-    EXPECT_EQ((strake::t2s<char>(1.5)), "1.5");
-    EXPECT_EQ((strake::t2s<wchar_t>(42)), L"42");
-    EXPECT_EQ(strake::toupper(std::string("ab1")), "AB1");
-    EXPECT_EQ(strake::tolower(std::wstring(L"AB1")), L"ab1");
 }
 
 }

@@ -12,7 +12,7 @@ std::string document(const std::string& strings)
     return "<localization><strings>" + strings + "</strings></localization>";
 }
 
-TEST(PTranslationTest, textsAreFoundOnlyInTheirOwnLanguage)
+TEST(PTranslationTest, textsAreFoundOnlyInTheirOwnLanguageAndAFaultyDocumentChangesNothing)
 {
     PTranslation table;
     EXPECT_TRUE(table.isEmpty());
@@ -34,10 +34,8 @@ TEST(PTranslationTest, textsAreFoundOnlyInTheirOwnLanguage)
     EXPECT_EQ(table.tr(PString("port"), PString("?"), PLocale::English), PString("?"));
     // A look-up never fills the table.
     EXPECT_TRUE(table.isEmpty());
-}
 
-TEST(PTranslationTest, aFaultyDocumentChangesNothing)
-{
+    // A faulty document changes nothing.
     struct Case {
         std::string xml;
         const char* message;
@@ -63,23 +61,10 @@ TEST(PTranslationTest, aFaultyDocumentChangesNothing)
         EXPECT_TRUE(table.isEmpty());
         EXPECT_THROW(table.load(c.xml, nullptr), PError);
     }
-    PTranslation table;
     PError error(5, "stale");
     EXPECT_TRUE(table.load(document(""), &error));
     EXPECT_EQ(error.code(), 0);
     EXPECT_TRUE(table.isEmpty());
-}
-
-TEST(PTranslationTest, builtInDocumentHoldsTheDriversTextsInBothLanguages)
-{
-    PTranslation table;
-    ASSERT_TRUE(table.load(strake::getUTF8XmlLocalization(), nullptr));
-    EXPECT_EQ(table.tr(PString("Driver.Name"), PString(), PLocale::Russian),
-              PString("Tavrel: Драйвер устройств ввода"));
-    EXPECT_EQ(table.tr(PString("Driver.Name"), PString(), PLocale::English),
-              PString("Tavrel: Input device driver"));
-    EXPECT_EQ(table.tr(PString("Error.WrongDevice"), PString(), PLocale::English),
-              PString("Wrond device id"));
 }
 
 }

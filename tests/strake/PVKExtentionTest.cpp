@@ -45,11 +45,8 @@ TEST(PVKExtentionTest, namesAndAliasesFindPositionsExactly)
     EXPECT_EQ(table.methodAlias(PString("Open")), PString("Открыть"));
     table.changeMethodAlias(PString("Nothing"), PString("Ничто"));
     EXPECT_EQ(table.findMethod(PString("Ничто")), -1);
-}
 
-TEST(PVKExtentionTest, propertiesKeepEveryNonEmptyAlias)
-{
-    PVKExtention table;
+    // Properties keep every non-empty alias.
     table.addProperty(property("Speed"), PString(";Скорость;;Baud;"));
     table.addProperty(property("Port"), PString());
     EXPECT_EQ(table.propertiesCount(), 2u);

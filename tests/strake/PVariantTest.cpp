@@ -12,26 +12,18 @@ namespace {
 
 TEST(PVariantTest, typeCodesFollowTheBuildingType)
 {
-    EXPECT_EQ(PVariant().type(), 0);
-    EXPECT_EQ(PVariant(true).type(), 0x101);
-    EXPECT_EQ(PVariant('a').type(), 0x102);
-    EXPECT_EQ(PVariant(short(1)).type(), 0x104);
-    EXPECT_EQ(PVariant(1).type(), 0x106);
-    EXPECT_EQ(PVariant(1L).type(), 0x108);
-    EXPECT_EQ(PVariant(1LL).type(), 0x10A);
-    EXPECT_EQ(PVariant(static_cast<unsigned char>(1)).type(), 0x10C);
-    EXPECT_EQ(PVariant(static_cast<unsigned short>(1)).type(), 0x10D);
-    EXPECT_EQ(PVariant(1u).type(), 0x10E);
-    EXPECT_EQ(PVariant(1ul).type(), 0x10F);
-    EXPECT_EQ(PVariant(1.0f).type(), 0x201);
-    EXPECT_EQ(PVariant(1.0).type(), 0x202);
-    EXPECT_EQ(PVariant("a").type(), 0x401);
-    EXPECT_EQ(PVariant(L"a").type(), 0x402);
-    EXPECT_EQ(PVariant(PString("a")).type(), 0x403);
-    EXPECT_EQ(PVariant(PByteArray("a")).type(), 0x801);
+    const std::vector<int> types = {
+        PVariant().type(), PVariant(true).type(), PVariant('a').type(), PVariant(short(1)).type(),
+        PVariant(1).type(), PVariant(1L).type(), PVariant(1LL).type(),
+        PVariant(static_cast<unsigned char>(1)).type(), PVariant(static_cast<unsigned short>(1)).type(),
+        PVariant(1u).type(), PVariant(1ul).type(), PVariant(1.0f).type(), PVariant(1.0).type(),
+        PVariant("a").type(), PVariant(L"a").type(), PVariant(PString("a")).type(),
+        PVariant(PByteArray("a")).type()};
+    EXPECT_EQ(types, (std::vector<int>{0, 0x101, 0x102, 0x104, 0x106, 0x108, 0x10A, 0x10C, 0x10D, 0x10E,
+                                       0x10F, 0x201, 0x202, 0x401, 0x402, 0x403, 0x801}));
 }
 
-TEST(PVariantTest, textConvertsByAtoiWithOkTrue)
+TEST(PVariantTest, textConvertsByAtoiWithOkTrueAndToBoolByItsWords)
 {
     bool ok = false;
     EXPECT_EQ(PVariant("abc").toInt(&ok), 0);
@@ -41,23 +33,16 @@ TEST(PVariantTest, textConvertsByAtoiWithOkTrue)
     EXPECT_DOUBLE_EQ(PVariant("2.5").toDouble(), 2.5);
     EXPECT_EQ(PVariant("9").toChar(&ok), 0);
     EXPECT_FALSE(ok);
-}
 
-TEST(PVariantTest, boolFromTextNumbersAndFloats)
-{
-    EXPECT_TRUE(PVariant("TRUE").toBool());
-    EXPECT_TRUE(PVariant("2").toBool());
-    EXPECT_FALSE(PVariant("0").toBool());
-    EXPECT_FALSE(PVariant("no").toBool());
-    EXPECT_FALSE(PVariant("False").toBool());
-    EXPECT_FALSE(PVariant(-1.5).toBool());
-    EXPECT_TRUE(PVariant(0.5).toBool());
-    EXPECT_TRUE(PVariant(-3).toBool());
-}
+    // To bool: text by its words and digits; a negative float is false, a negative int true.
+    std::string bools;
+    for (const PVariant& v : {PVariant("TRUE"), PVariant("2"), PVariant("0"), PVariant("no"),
+                              PVariant("False"), PVariant(-1.5), PVariant(0.5), PVariant(-3)})
+        bools += v.toBool() ? '1' : '0';
+    EXPECT_EQ(bools, "11000011");
 
-TEST(PVariantTest, invalidAndBytesConvertToNothing)
-{
-    bool ok = true;
+    // Invalid values and bytes convert to nothing.
+    ok = true;
     PVariant invalid;
     EXPECT_EQ(invalid.toInt(&ok), 0);
     EXPECT_FALSE(ok);
@@ -85,12 +70,11 @@ TEST(PVariantTest, wholeNumbersCutAndFloatsTruncateSafely)
 
 TEST(PVariantTest, textForms)
 {
-    EXPECT_EQ(PVariant(true).toStdString(), "true");
-    EXPECT_EQ(PVariant('x').toStdString(), "x");
-    EXPECT_EQ(PVariant(-12).toStdString(), "-12");
-    EXPECT_EQ(PVariant(1.5).toStdString(), "1.5");
-    EXPECT_EQ(PVariant(L"Ключ").toStdString(), "Ключ");
-    EXPECT_EQ(PVariant(PByteArray("raw")).toStdString(), "raw");
+    std::string texts;
+    for (const PVariant& v : {PVariant(true), PVariant('x'), PVariant(-12), PVariant(1.5),
+                              PVariant(L"Ключ"), PVariant(PByteArray("raw"))})
+        texts += v.toStdString() + "|";
+    EXPECT_EQ(texts, "true|x|-12|1.5|Ключ|raw|");
     EXPECT_EQ(PVariant(PByteArray("Ж")).toStdWString(), L"Ж");
     const char16_t units[] = {u'O', u'K'};
     PVariant utf16Bytes(reinterpret_cast<const unsigned char*>(units), 4);
@@ -99,17 +83,15 @@ TEST(PVariantTest, textForms)
 
 TEST(PVariantTest, byteFormsHaveTheWidthOfTheType)
 {
-    EXPECT_EQ(PVariant(true).toByteArray().size(), 1u);
-    EXPECT_EQ(PVariant(short(1)).toByteArray().size(), 2u);
-    EXPECT_EQ(PVariant(1).toByteArray().size(), 4u);
-    EXPECT_EQ(PVariant(1L).toByteArray().size(), 4u);
-    EXPECT_EQ(PVariant(1.0f).toByteArray().size(), 4u);
-    EXPECT_EQ(PVariant(1LL).toByteArray().size(), 8u);
-    EXPECT_EQ(PVariant(1ul).toByteArray().size(), 8u);
-    EXPECT_EQ(PVariant(1.0).toByteArray().size(), 8u);
+    const std::vector<size_t> widths = {
+        PVariant(true).toByteArray().size(), PVariant(short(1)).toByteArray().size(),
+        PVariant(1).toByteArray().size(),    PVariant(1L).toByteArray().size(),
+        PVariant(1.0f).toByteArray().size(), PVariant(1LL).toByteArray().size(),
+        PVariant(1ul).toByteArray().size(),  PVariant(1.0).toByteArray().size(),
+        PVariant(PString("Ж")).toByteArray().size()};
+    EXPECT_EQ(widths, (std::vector<size_t>{1, 2, 4, 4, 4, 8, 8, 8, 4}));
     EXPECT_EQ(PVariant(0x0102).toByteArray()[0], 0x02);
     EXPECT_EQ(PVariant("Ж").toByteArray().toStdString(), "Ж");
-    EXPECT_EQ(PVariant(PString("Ж")).toByteArray().size(), 4u);
 }
 
 TEST(PVariantTest, equalityComparesTextAcrossTypes)

@@ -15,7 +15,7 @@ PXmlDocument parsed(const char* text)
 
 // ---- Reading
 
-TEST(PXmlNodesTest, childrenOfAnyNameAreWalkedWithTheirAttributes)
+TEST(PXmlNodesTest, childrenAreWalkedWithTheirAttributesAndFoundByTheFirstOfEachName)
 {
     PXmlDocument document = parsed(
         "<Devices><usb id=\"1\" productName=\"Сканер\"/><x id=\"2\" vendorId=\"\"/></Devices>");
@@ -35,10 +35,8 @@ TEST(PXmlNodesTest, childrenOfAnyNameAreWalkedWithTheirAttributes)
     EXPECT_EQ(usb.attribute(PString("id")).type(), PVariant::String);
     EXPECT_EQ(PXmlElement().attribute(PString("id"), PVariant(7)).toInt(), 7);
     EXPECT_TRUE(PXmlElement().attributes().empty());
-}
 
-TEST(PXmlNodesTest, getElementFollowsTheFirstChildOfEachName)
-{
+    // getElement follows the first child of each name.
     PXmlDocument extras = parsed("<action><fields><field key=\"k1\" value=\"QQ==\"/>"
                                  "<field key=\"k2\"/></fields></action>");
     EXPECT_EQ(extras.getElement(PString("action/fields/field")).attribute(PString("key")).toPString(),
@@ -73,10 +71,8 @@ TEST(PXmlNodesTest, plainNodesHaveNoChildElementsButTheirElementHandlesDo)
     EXPECT_TRUE(root.parent().isValid());
     EXPECT_FALSE(root.parentElement().isValid());
     EXPECT_FALSE(root.parent().value().isValid());
-}
 
-TEST(PXmlNodesTest, invalidHandlesChainToInvalidHandles)
-{
+    // Invalid handles chain to invalid handles.
     PXmlElement none;
     EXPECT_EQ(none.type(), PXmlNode::ElementNode);
     EXPECT_FALSE(none.isValid());
@@ -149,7 +145,7 @@ TEST(PXmlNodesTest, appendChildRefusesMovesThatWouldBreakTheTree)
 
 // ---- Lifetime
 
-TEST(PXmlNodesTest, handlesGoInvalidWhenTheDocumentIsClearedOrReparsed)
+TEST(PXmlNodesTest, handlesGoInvalidWhenTheDocumentIsClearedOrReparsedAndKeepItAliveOtherwise)
 {
     PXmlDocument document = parsed("<a><b/></a>");
     PXmlDocument copy = document;
@@ -174,10 +170,8 @@ TEST(PXmlNodesTest, handlesGoInvalidWhenTheDocumentIsClearedOrReparsed)
     EXPECT_TRUE(document.setContent(std::string("<n/>")));
     EXPECT_TRUE(copy.getElement(PString("n")).isValid());
     EXPECT_FALSE(b.isValid());
-}
 
-TEST(PXmlNodesTest, nodeHandleKeepsItsDocumentAlive)
-{
+    // A node handle keeps its document alive.
     PXmlElement field;
     {
         PXmlDocument document = parsed("<action><fields><field key=\"k\"/></fields></action>");

@@ -56,12 +56,10 @@ TEST_F(StrakeVariantTest, textGoesToHostMemoryWithAZeroUnitBehind)
     unsigned long length = 99;
     EXPECT_EQ(strake::AllocAndConvert(nullptr, L"four", &length), nullptr);
     EXPECT_EQ(length, 4u);
-}
 
-TEST_F(StrakeVariantTest, readersAnswerOnlyForTheirOwnType)
-{
+    // Readers answer only for their own type.
     char bytes[] = "abc";
-    tVariant v = hostEmptyValue();
+    v = hostEmptyValue();
     v.pstrVal = bytes;
     v.strLen = 3;
     v.vt = VTYPE_PSTR;

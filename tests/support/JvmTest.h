@@ -128,4 +128,29 @@ Result callStatic(const char16_t* className, const char* name, const char* signa
     }
 }
 
+// The desktop companions' controls: Java system properties, the Bluetooth peers they reach, and
+// whether every companion reader and pump thread has ended (waiting at most ten seconds).
+inline void setProperty(const std::string& key, const std::string& value)
+{
+    callStatic<std::string>(u"java.lang.System", "setProperty",
+                            "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/String;", key, value);
+}
+inline void clearProperty(const std::string& key)
+{
+    callStatic<std::string>(u"java.lang.System", "clearProperty", "(Ljava/lang/String;)Ljava/lang/String;", key);
+}
+inline void registerBluetooth(const std::string& address, const std::string& name, const std::string& endpoint)
+{
+    callStatic(u"com.tavrel.piodevice.PBluetooth", "registerDevice",
+               "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V", address, name, endpoint);
+}
+inline void unregisterBluetooth(const std::string& address)
+{
+    callStatic(u"com.tavrel.piodevice.PBluetooth", "unregisterDevice", "(Ljava/lang/String;)V", address);
+}
+inline bool companionThreadsEnded()
+{
+    return callStatic<bool>(u"com.tavrel.piodevice.CompanionThreads", "awaitNone", "(J)Z", jlong(10000));
+}
+
 }

@@ -1,10 +1,12 @@
 // WaitCounter: a count that one thread raises and another waits on with a deadline, so that a
-// test waits for what it expects instead of sleeping and hoping.
+// test waits for what it expects instead of sleeping and hoping; TextLog, texts counted so.
 #pragma once
 
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <string>
+#include <vector>
 
 namespace kelmortest {
 
@@ -32,6 +34,30 @@ private:
     mutable std::mutex m_mutex;  // guards m_count
     mutable std::condition_variable m_changed;
     long m_count = 0;
+};
+
+// Texts that callbacks record; the count is the number recorded.
+class TextLog : public WaitCounter {
+public:
+    void record(std::string text)
+    {
+        {
+            std::lock_guard<std::mutex> lock(m_textsMutex);
+            m_texts.push_back(std::move(text));
+        }
+        add();
+    }
+    // The i-th text (the last for -1), or "<none>".
+    std::string at(long i) const
+    {
+        std::lock_guard<std::mutex> lock(m_textsMutex);
+        const long index = i < 0 ? long(m_texts.size()) + i : i;
+        return index >= 0 && index < long(m_texts.size()) ? m_texts[size_t(index)] : "<none>";
+    }
+
+private:
+    mutable std::mutex m_textsMutex;  // guards m_texts
+    std::vector<std::string> m_texts;
 };
 
 }

@@ -1,9 +1,14 @@
-// Strings, byte arrays and throwables across JNI, in a real VM.
+// Strings, byte arrays and throwables across JNI, and the Java logger's native writer, in a
+// real VM.
 #include "PJNITestFixture.h"
+#include "PLogger.h"
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
+
+extern "C" void Java_com_tavrel_strake_PLogger_PLoggerWrite(JNIEnv*, jclass, jlong, jstring);
 
 using namespace kelmortest;
 
@@ -50,6 +55,18 @@ TEST_F(PJNITest, exceptionInfoGivesMessageAndWholeChain)
     EXPECT_EQ(PJNIHelper::getJavaExeptionInfoEx(bare.asThrowable()),
               PString("java.lang.Exception: lonely"));
     EXPECT_TRUE(PJNIHelper::getJavaExeptionInfo(nullptr).isEmpty());
+}
+
+
+TEST_F(PJNITest, javaLoggerWritesTaggedLinesToTheNativeLogger)
+{
+    JNIEnv* env = PHostJvm::env();
+    std::ostringstream stream;
+    PLogger logger(&stream);
+    const PJNILocalRef text = PJNILocalRef::string(PString(u"скан 1"));
+    Java_com_tavrel_strake_PLogger_PLoggerWrite(env, nullptr, reinterpret_cast<jlong>(&logger), text.asString());
+    Java_com_tavrel_strake_PLogger_PLoggerWrite(env, nullptr, 0, text.asString());
+    EXPECT_EQ(stream.str(), "JAVA: скан 1\n\r");
 }
 
 }

@@ -1,6 +1,7 @@
-// PJNIHelper in a real VM: connection, the class and object tables, threads and the lock, and
-// the library loader.
+// PJNIHelper in a real VM: connection, the class and object tables, threads and the lock, the
+// library loader, and the JNI-free facade over them.
 #include "PJNITestFixture.h"
+#include "PJavaConnection.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -187,6 +188,21 @@ TEST_F(PJNITest, libraryLoaderLoadsOnceAndTakesRegistrations)
     PJNIHelper::registerJavaLibraryForDelayedLoad(PString("kelmor_later"));  // skipped silently
     EXPECT_FALSE(PJNIHelper::loadJavaLibrary(PString("kelmor_later")));
     EXPECT_EQ(PJNIHelper::getLastError().message(), PString("LibLoader is unaccessible"));
+}
+
+TEST_F(PJNITest, facadeConnectsRegistersTheLibraryAndDropsEverything)
+{
+    ASSERT_TRUE(strake::disconnectJava());
+    EXPECT_FALSE(PJNIHelper::isConnected());
+    EXPECT_FALSE(strake::connectJava(nullptr, PString("kelmor_facade")));
+
+    ASSERT_TRUE(strake::connectJava(&m_host, PString("kelmor_facade")));
+    const PJNILocalRef name = PJNILocalRef::string(PString("kelmor_facade"));
+    EXPECT_TRUE(PJNIHelper::getLibsLoader().callStaticBooleanMethod(
+        "isRegistered", "(Ljava/lang/String;)Z", name.asString()));
+
+    EXPECT_TRUE(strake::disconnectJava());
+    EXPECT_FALSE(PJNIHelper::isConnected());
 }
 
 }
