@@ -1,6 +1,7 @@
 // Tests of PString, PByteArray and the strake text helpers.
 #include "PByteArray.h"
 #include "PString.h"
+#include "PVariant.h"
 #include "StrakeText.h"
 
 #include <gtest/gtest.h>
@@ -219,6 +220,26 @@ TEST(PByteArrayTest, setZeroClearAndValidity)
     EXPECT_FALSE(PByteArray().isValid());
     EXPECT_EQ(PByteArray().data(), nullptr);
     EXPECT_EQ(PByteArray().mitype(), 7);
+}
+
+TEST(PByteArrayTest, growsFromItsRecordsOwnBlockToTheHeapWithItsOwnBytesAsSource)
+{
+    PByteArray bytes("0123456789");
+    const PByteArray shared(bytes);
+    std::string expected = "0123456789";
+    // 10 bytes, then 13 and 16 inside the record, then past its 64 bytes to the heap.
+    for (int round = 0; round < 8; ++round) {
+        bytes.add(bytes.constData() + round, 3);
+        expected += expected.substr(static_cast<size_t>(round), 3);
+        bytes += round % 2 ? bytes : PByteArray("x");
+        expected += round % 2 ? expected : "x";
+        ASSERT_EQ(bytes.toStdString(), expected) << "round " << round;
+        ASSERT_EQ(bytes.constData()[bytes.size()], 0);
+    }
+    EXPECT_EQ(shared.toStdString(), "0123456789");
+    const PVariant kept(PByteArray("short"));
+    const PVariant copy = kept;
+    EXPECT_EQ(copy.toByteArray().toStdString(), "short");
 }
 
 // ---- hexadecimal and Base64 helpers ----
