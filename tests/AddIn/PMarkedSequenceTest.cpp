@@ -114,7 +114,8 @@ TEST(PMarkedSequenceTest, characterSetWayMatchesAPlainReferenceOnRandomData)
 TEST(PMarkedSequenceTest, markAccessOnEmptyOrOriginlessSequenceIsSafe)
 {
     Marks none;
-    none.addMark("a", "a" + 1, 0);
+    const char* text = "a";
+    none.addMark(text, text + 1, 0);
     EXPECT_EQ(none.count(), 0u);
     EXPECT_TRUE(none.popBackMark().isEmpty());
     EXPECT_EQ(none.count(), 0u);

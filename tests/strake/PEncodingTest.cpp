@@ -102,7 +102,8 @@ TEST(PEncodingTest, factoryMakesTheVietnameseClassesAndPlainEncodingsForTheRest)
     for (const auto& item : expected) {
         std::unique_ptr<PEncoding> encoding(factory.create(item.first));
         ASSERT_NE(encoding, nullptr) << item.first;
-        EXPECT_EQ(typeid(*encoding), *item.second) << item.first;
+        const PEncoding& made = *encoding;
+        EXPECT_EQ(typeid(made), *item.second) << item.first;
         EXPECT_EQ(encoding->id(), item.first);
         const bool vietnamese = item.first > 100000;
         EXPECT_EQ(encoding->canEncode(L"x"), item.first != 0) << item.first;
