@@ -423,19 +423,14 @@ void KelmorNative::onInputEvent(PEvent* event)
     if (!event)
         return;
     // The event is the processor's, held for the length of this call: its values are borrowed.
-    static const PVariant absent;
-    const auto borrow = [event](const PString& key) {
-        const PVariant* value = event->borrowValue(key);
-        return value ? value : &absent;
-    };
-    const PVariant& inputValue = *borrow(PEventKeys::InputKey());
+    const PVariant& inputValue = event->borrowValue(PEventKeys::InputKey());
     const PByteArray converted = inputValue.bytesOf() ? PByteArray() : inputValue.toByteArray();
     const PByteArray& input = inputValue.bytesOf() ? *inputValue.bytesOf() : converted;
     IAddInDefBase* host = connection();
     if (!host || input.isEmpty())
         return;
-    const PString eventName = borrow(PEventKeys::EventNameKey())->toPString();
-    const PString deviceId = borrow(PEventKeys::DevIdKey())->toPString();
+    const PString eventName = event->borrowValue(PEventKeys::EventNameKey()).toPString();
+    const PString deviceId = event->borrowValue(PEventKeys::DevIdKey()).toPString();
     if (eventName.isEmpty()) {
         setLastError(P_ERROR(PError::BadArgument, PString("bad event name")));
         return;

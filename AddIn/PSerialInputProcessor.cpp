@@ -126,15 +126,11 @@ void PSerialInputProcessor::processInput(PEvent* event)
 
     // What the messages of this event share with it, borrowed: the device that hands the
     // event over holds it for the length of this call, and nothing here writes it.
-    const auto borrow = [event](const PString& key) {
-        const PVariant* value = event->borrowValue(key);
-        return value ? value : &invalidValue();
-    };
-    const PVariant& inputValue = *borrow(PEventKeys::InputKey());
-    const PVariant& devId = *borrow(PEventKeys::DevIdEventKey());
-    const PVariant& devType = *borrow(PEventKeys::DevTypeEventKey());
-    const PVariant& devState = *borrow(PEventKeys::DevStateEventKey());
-    const PVariant& devAlias = *borrow(PEventKeys::DevAliasEventKey());
+    const PVariant& inputValue = event->borrowValue(PEventKeys::InputKey());
+    const PVariant& devId = event->borrowValue(PEventKeys::DevIdEventKey());
+    const PVariant& devType = event->borrowValue(PEventKeys::DevTypeEventKey());
+    const PVariant& devState = event->borrowValue(PEventKeys::DevStateEventKey());
+    const PVariant& devAlias = event->borrowValue(PEventKeys::DevAliasEventKey());
     // Bytes, as devices send them, are read in place; anything else is converted.
     const PByteArray converted =
         inputValue.bytesOf() ? PByteArray() : inputValue.toByteArray();

@@ -147,10 +147,11 @@ void PEvent::readValues(std::initializer_list<std::pair<const PString*, PVariant
     }
 }
 
-const PVariant* PEvent::borrowValue(const PString& key) const
+const PVariant& PEvent::borrowValue(const PString& key) const
 {
+    static const PVariant absent;
     const Field* field = find(key);
-    return field ? &field->value() : nullptr;
+    return field ? field->value() : absent;
 }
 
 std::vector<PString> PEvent::fields() const

@@ -79,10 +79,10 @@ public:
     // Reads several values under one lock: each key's value (invalid when absent) into the
     // PVariant paired with it.
     void readValues(std::initializer_list<std::pair<const PString*, PVariant*>> reads) const;
-    // The stored value itself, or null when the key is absent, read without the lock: for
-    // the one that holds the event while no other thread can write it (a processor reading
-    // the event a device hands it). Valid until the key is written or the event dies.
-    const PVariant* borrowValue(const PString& key) const;
+    // The stored value itself (an invalid PVariant when the key is absent), read without the
+    // lock: for the one that holds the event while no other thread can write it (a processor
+    // reading the event a device hands it). Valid until the key is written or the event dies.
+    const PVariant& borrowValue(const PString& key) const;
     // The keys, in the order they were first written.
     std::vector<PString> fields() const;
 
