@@ -429,8 +429,12 @@ void KelmorNative::onInputEvent(PEvent* event)
     IAddInDefBase* host = connection();
     if (!host || input.isEmpty())
         return;
-    const PString eventName = event->borrowValue(PEventKeys::EventNameKey()).toPString();
-    const PString deviceId = event->borrowValue(PEventKeys::DevIdKey()).toPString();
+    const PVariant& nameValue = event->borrowValue(PEventKeys::EventNameKey());
+    const PVariant& idValue = event->borrowValue(PEventKeys::DevIdKey());
+    const PString convertedName = nameValue.textOf() ? PString() : nameValue.toPString();
+    const PString convertedId = idValue.textOf() ? PString() : idValue.toPString();
+    const PString& eventName = nameValue.textOf() ? *nameValue.textOf() : convertedName;
+    const PString& deviceId = idValue.textOf() ? *idValue.textOf() : convertedId;
     if (eventName.isEmpty()) {
         setLastError(P_ERROR(PError::BadArgument, PString("bad event name")));
         return;

@@ -217,10 +217,11 @@ void PSerialInputProcessor::processInput(PEvent* event)
     // The input itself when the finished text is the whole of it.
     const bool wholeInput =
         finished == data && finishedSize == size && inputValue.type() == PVariant::Bytes;
-    const PVariant unprocessed =
-        wholeInput ? inputValue
+    const PVariant gathered =
+        wholeInput ? PVariant()
                    : PVariant(PByteArray(reinterpret_cast<const unsigned char*>(finished),
                                          static_cast<unsigned long>(finishedSize)));
+    const PVariant& unprocessed = wholeInput ? inputValue : gathered;
     // Each message becomes an event as it is cut; with a log, the messages are counted first,
     // so that the count is written before they go. An event lives for the call that takes it,
     // so it borrows what it shares: the values read above and the settings, which only this

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <new>
@@ -15,10 +16,11 @@ namespace {
 
 using SizeType = PIODevice::SizeType;
 
-// Bytes on an anonymous private mapping. The kernel gives zero pages on first touch, so a
-// device's 16 MiB buffers cost address space at construction and memory only where bytes
-// are written. `touched` is the high-water mark of writes: beyond it every byte is zero,
-// which lets a resize copy only what was ever written.
+// Zeroed bytes. A large block is an anonymous private mapping: the kernel gives zero pages
+// on first touch, so a device's 16 MiB buffers cost address space at construction and memory
+// only where bytes are written. A small one comes from the heap, since a mapping costs two
+// system calls and a TLB flush on every core when it goes. `touched` is the high-water mark
+// of writes: beyond it every byte is zero, which lets a resize copy only what was ever written.
 class PBufferStorage {
 public:
     PBufferStorage() = default;
@@ -26,9 +28,10 @@ public:
     {
         if (size == 0)
             return;
-        void* block = mmap(nullptr, static_cast<size_t>(size), PROT_READ | PROT_WRITE,
-                           MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (block == MAP_FAILED)
+        void* block = mapped() ? mmap(nullptr, static_cast<size_t>(size), PROT_READ | PROT_WRITE,
+                                      MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
+                               : std::calloc(static_cast<size_t>(size), 1);
+        if (block == (mapped() ? MAP_FAILED : nullptr))
             throw std::bad_alloc();
         m_data = static_cast<unsigned char*>(block);
     }
@@ -36,8 +39,12 @@ public:
     PBufferStorage& operator=(const PBufferStorage&) = delete;
     ~PBufferStorage()
     {
-        if (m_data != nullptr)
+        if (m_data == nullptr)
+            return;
+        if (mapped())
             munmap(m_data, static_cast<size_t>(m_size));
+        else
+            std::free(m_data);
     }
 
     void swap(PBufferStorage& other) noexcept
@@ -65,6 +72,9 @@ public:
     }
 
 private:
+    static constexpr SizeType kSmallestMapping = 64 * 1024;
+    bool mapped() const { return m_size >= kSmallestMapping; }
+
     unsigned char* m_data = nullptr;
     SizeType m_size = 0;
     SizeType m_touched = 0;

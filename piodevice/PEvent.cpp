@@ -1,6 +1,8 @@
 // PEvent and PIODeviceEvent: a typed event with a small locked list of values.
 #include "PEvent.h"
 
+#include <new>
+
 namespace {
 
 // The emptied field lists of the events that this thread dropped, a few, none too big.
@@ -9,24 +11,44 @@ struct SpareFields {
     static constexpr std::size_t MaxCapacity = 32;
     std::vector<PEvent::Field> lists[Kept];
     int count = 0;
-    ~SpareFields();
 };
-thread_local SpareFields spareFields;
-// False once this thread's spares are gone: an event dropped after that (in a destructor run
-// at the thread's or the process's end) frees its list as usual.
-thread_local bool spareFieldsLive = true;
 
-SpareFields::~SpareFields()
-{
-    spareFieldsLive = false;
-}
+// This thread's spares, made on the first drop. The pointer is the one thread-local read on
+// the way of an event: it is constant-initialised and trivial, so reading it runs no guard.
+struct SpareSlot {
+    SpareFields* spares;
+    // Set once the thread's spares are gone: an event dropped after that (in a destructor run
+    // at the thread's or the process's end) frees its list as usual.
+    bool gone;
+};
+thread_local SpareSlot spareSlot{nullptr, false};
+
+// Frees the spares at the thread's end; registered by the first drop that makes them.
+struct SpareReaper {
+    ~SpareReaper()
+    {
+        delete spareSlot.spares;
+        spareSlot.spares = nullptr;
+        spareSlot.gone = true;
+    }
+};
+thread_local SpareReaper spareReaper;
 
 void keepSpare(std::vector<PEvent::Field>& fields) noexcept
 {
     fields.clear();
-    if (!spareFieldsLive || fields.capacity() == 0 || fields.capacity() > SpareFields::MaxCapacity)
+    if (fields.capacity() == 0 || fields.capacity() > SpareFields::MaxCapacity)
         return;
-    SpareFields& spares = spareFields;
+    SpareSlot& slot = spareSlot;
+    if (slot.spares == nullptr) {
+        if (slot.gone)
+            return;
+        static_cast<void>(&spareReaper);  // the first use registers its destructor
+        slot.spares = new (std::nothrow) SpareFields;
+        if (slot.spares == nullptr)
+            return;
+    }
+    SpareFields& spares = *slot.spares;
     if (spares.count < SpareFields::Kept)
         spares.lists[spares.count++].swap(fields);
 }
@@ -36,10 +58,9 @@ void keepSpare(std::vector<PEvent::Field>& fields) noexcept
 std::vector<PEvent::Field> PEvent::newFields(std::size_t capacity)
 {
     std::vector<Field> fields;
-    if (spareFieldsLive) {
-        SpareFields& spares = spareFields;
-        if (spares.count > 0)
-            fields.swap(spares.lists[--spares.count]);
+    if (SpareFields* spares = spareSlot.spares) {
+        if (spares->count > 0)
+            fields.swap(spares->lists[--spares->count]);
     }
     fields.reserve(capacity);
     return fields;

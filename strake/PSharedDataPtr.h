@@ -89,9 +89,12 @@ private:
         T value;
     };
 
+    // The last handle frees the record without an atomic write: no other handle exists to be
+    // copied from while it goes, so the count can't rise under it.
     static void release(Node* node) noexcept
     {
-        if (node && node->ref.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        if (node && (node->ref.load(std::memory_order_acquire) == 1
+                     || node->ref.fetch_sub(1, std::memory_order_acq_rel) == 1))
             delete node;
     }
 

@@ -10,7 +10,7 @@ PVariant::PVariant() = default;
 
 PVariant::PVariant(int type, int64_t value)
 {
-    PVariantPrivate* record = d.data();
+    PVariantPrivate* record = &d;
     record->type = type;
     record->value = value;
 }
@@ -29,7 +29,7 @@ PVariant::PVariant(unsigned long long v) : PVariant(ULong, static_cast<int64_t>(
 
 PVariant::PVariant(float v)
 {
-    PVariantPrivate* record = d.data();
+    PVariantPrivate* record = &d;
     record->type = Float;
     uint32_t bits;
     std::memcpy(&bits, &v, sizeof bits);
@@ -38,35 +38,35 @@ PVariant::PVariant(float v)
 
 PVariant::PVariant(double v)
 {
-    PVariantPrivate* record = d.data();
+    PVariantPrivate* record = &d;
     record->type = Double;
     std::memcpy(&record->value, &v, sizeof v);
 }
 
 PVariant::PVariant(const char* utf8)
 {
-    PVariantPrivate* record = d.data();
+    PVariantPrivate* record = &d;
     record->type = StdString;
     record->text = PString(utf8);
 }
 
 PVariant::PVariant(const std::string& utf8)
 {
-    PVariantPrivate* record = d.data();
+    PVariantPrivate* record = &d;
     record->type = StdString;
     record->text = PString(utf8);
 }
 
 PVariant::PVariant(const wchar_t* utf32)
 {
-    PVariantPrivate* record = d.data();
+    PVariantPrivate* record = &d;
     record->type = StdWString;
     record->text = PString(utf32);
 }
 
 PVariant::PVariant(const std::wstring& utf32)
 {
-    PVariantPrivate* record = d.data();
+    PVariantPrivate* record = &d;
     record->type = StdWString;
     record->text = PString(utf32);
 }
@@ -75,21 +75,21 @@ PVariant::PVariant(const char16_t* utf16) : PVariant(PString(utf16)) {}
 
 PVariant::PVariant(const PString& text)
 {
-    PVariantPrivate* record = d.data();
+    PVariantPrivate* record = &d;
     record->type = String;
     record->text = text;
 }
 
 PVariant::PVariant(const PByteArray& bytes)
 {
-    PVariantPrivate* record = d.data();
+    PVariantPrivate* record = &d;
     record->type = Bytes;
     record->bytes = bytes;
 }
 
 PVariant::PVariant(PByteArray&& bytes)
 {
-    PVariantPrivate* record = d.data();
+    PVariantPrivate* record = &d;
     record->type = Bytes;
     record->bytes = std::move(bytes);
 }
@@ -160,42 +160,42 @@ static long long wholeValue(const PVariantPrivate& v, bool* ok)
 
 int PVariant::toInt(bool* ok) const
 {
-    return static_cast<int>(static_cast<uint32_t>(wholeValue(*d, ok)));
+    return static_cast<int>(static_cast<uint32_t>(wholeValue(d, ok)));
 }
 
 short PVariant::toShort(bool* ok) const
 {
-    return static_cast<short>(static_cast<uint16_t>(wholeValue(*d, ok)));
+    return static_cast<short>(static_cast<uint16_t>(wholeValue(d, ok)));
 }
 
 unsigned short PVariant::toUShort(bool* ok) const
 {
-    return static_cast<unsigned short>(wholeValue(*d, ok));
+    return static_cast<unsigned short>(wholeValue(d, ok));
 }
 
 unsigned int PVariant::toUInt(bool* ok) const
 {
-    return static_cast<unsigned int>(wholeValue(*d, ok));
+    return static_cast<unsigned int>(wholeValue(d, ok));
 }
 
 long PVariant::toLong(bool* ok) const
 {
-    return static_cast<long>(wholeValue(*d, ok));
+    return static_cast<long>(wholeValue(d, ok));
 }
 
 unsigned long PVariant::toULong(bool* ok) const
 {
-    return static_cast<unsigned long>(wholeValue(*d, ok));
+    return static_cast<unsigned long>(wholeValue(d, ok));
 }
 
 long long PVariant::toLongLong(bool* ok) const
 {
-    return wholeValue(*d, ok);
+    return wholeValue(d, ok);
 }
 
 unsigned long long PVariant::toULongLong(bool* ok) const
 {
-    return static_cast<unsigned long long>(wholeValue(*d, ok));
+    return static_cast<unsigned long long>(wholeValue(d, ok));
 }
 
 char PVariant::toChar(bool* ok) const
@@ -205,9 +205,9 @@ char PVariant::toChar(bool* ok) const
 
 unsigned char PVariant::toUChar(bool* ok) const
 {
-    if ((d->type & 0xF00) == WholeClass) {
+    if ((d.type & 0xF00) == WholeClass) {
         setOk(ok, true);
-        return static_cast<unsigned char>(d->value);
+        return static_cast<unsigned char>(d.value);
     }
     setOk(ok, false);
     return 0;
@@ -215,20 +215,20 @@ unsigned char PVariant::toUChar(bool* ok) const
 
 double PVariant::toDouble(bool* ok) const
 {
-    const int cls = d->type & 0xF00;
+    const int cls = d.type & 0xF00;
     if (cls == WholeClass) {
         setOk(ok, true);
-        if (d->type == ULong)
-            return static_cast<double>(static_cast<unsigned long long>(d->value));
-        return static_cast<double>(d->value);
+        if (d.type == ULong)
+            return static_cast<double>(static_cast<unsigned long long>(d.value));
+        return static_cast<double>(d.value);
     }
     if (cls == FloatClass) {
         setOk(ok, true);
-        return d->type == Float ? floatOf(d->value) : doubleOf(d->value);
+        return d.type == Float ? floatOf(d.value) : doubleOf(d.value);
     }
     if (cls == TextClass) {
         setOk(ok, true);
-        return std::atof(d->text.toStdString().c_str());
+        return std::atof(d.text.toStdString().c_str());
     }
     setOk(ok, false);
     return 0;
@@ -241,10 +241,10 @@ float PVariant::toFloat(bool* ok) const
 
 bool PVariant::toBool(bool* ok) const
 {
-    const int cls = d->type & 0xF00;
+    const int cls = d.type & 0xF00;
     if (cls == WholeClass) {
         setOk(ok, true);
-        return d->value != 0;
+        return d.value != 0;
     }
     if (cls == FloatClass) {
         setOk(ok, true);
@@ -252,7 +252,7 @@ bool PVariant::toBool(bool* ok) const
     }
     if (cls == TextClass) {
         setOk(ok, true);
-        const PString lower = d->text.lowerCased();
+        const PString lower = d.text.lowerCased();
         if (lower == PString("true"))
             return true;
         if (lower == PString("false"))
@@ -265,46 +265,46 @@ bool PVariant::toBool(bool* ok) const
 
 std::string PVariant::toStdString() const
 {
-    switch (d->type) {
+    switch (d.type) {
     case Invalid:
         return std::string();
     case Bool:
-        return d->value ? "true" : "false";
+        return d.value ? "true" : "false";
     case Char:
-        return std::string(1, static_cast<char>(d->value));
+        return std::string(1, static_cast<char>(d.value));
     case ULong:
-        return std::to_string(static_cast<unsigned long long>(d->value));
+        return std::to_string(static_cast<unsigned long long>(d.value));
     case Float:
-        return strake::t2s<char>(floatOf(d->value));
+        return strake::t2s<char>(floatOf(d.value));
     case Double:
-        return strake::t2s<char>(doubleOf(d->value));
+        return strake::t2s<char>(doubleOf(d.value));
     case Bytes:
-        return d->bytes.toStdString();
+        return d.bytes.toStdString();
     default:
         break;
     }
-    if ((d->type & 0xF00) == TextClass)
-        return d->text.toStdString();
-    return std::to_string(static_cast<long long>(d->value));
+    if ((d.type & 0xF00) == TextClass)
+        return d.text.toStdString();
+    return std::to_string(static_cast<long long>(d.value));
 }
 
 std::wstring PVariant::toStdWString() const
 {
-    if ((d->type & 0xF00) == TextClass)
-        return d->text.toStdWString();
+    if ((d.type & 0xF00) == TextClass)
+        return d.text.toStdWString();
     // Bytes are read as UTF-8, everything else has an ASCII or UTF-8 text form.
     return strake::str2wstr(toStdString());
 }
 
 PString PVariant::toPString() const
 {
-    if ((d->type & 0xF00) == TextClass)
-        return d->text;
-    if (d->type == Bytes) {
-        const unsigned long units = d->bytes.size() / 2;
+    if ((d.type & 0xF00) == TextClass)
+        return d.text;
+    if (d.type == Bytes) {
+        const unsigned long units = d.bytes.size() / 2;
         std::u16string text(units, u'\0');
         if (units > 0)
-            std::memcpy(&text[0], d->bytes.constData(), units * 2);
+            std::memcpy(&text[0], d.bytes.constData(), units * 2);
         return PString(text);
     }
     return PString(toStdWString());
@@ -315,15 +315,15 @@ PByteArray PVariant::toByteArray() const
     auto bytesOf = [](const void* value, unsigned long size) {
         return PByteArray(static_cast<const unsigned char*>(value), size);
     };
-    const int64_t value = d->value;
-    switch (d->type) {
+    const int64_t value = d.value;
+    switch (d.type) {
     case Bytes:
-        return d->bytes;
+        return d.bytes;
     case StdString:
-        return PByteArray(d->text.toStdString());
+        return PByteArray(d.text.toStdString());
     case StdWString:
     case String: {
-        const std::wstring wide = d->text.toStdWString();
+        const std::wstring wide = d.text.toStdWString();
         std::string out;
         for (wchar_t c : wide) {
             uint32_t unit = static_cast<uint32_t>(c);
@@ -360,8 +360,8 @@ PByteArray PVariant::toByteArray() const
 
 bool operator==(const PVariant& a, const PVariant& b)
 {
-    const PVariantPrivate& x = *a.d;
-    const PVariantPrivate& y = *b.d;
+    const PVariantPrivate& x = a.d;
+    const PVariantPrivate& y = b.d;
     if (x.type != y.type)
         return a.toPString() == b.toPString();
     switch (x.type & 0xF00) {

@@ -15,7 +15,7 @@ struct PVariantPrivate {
 };
 
 // An immutable value: invalid, bool, an integer width, float, double, text or bytes.
-// Copies share the record; it may be read on any thread.
+// Copies share the text or bytes; a value may be read on any thread.
 class PVariant {
 public:
     enum Type : int {
@@ -63,9 +63,9 @@ public:
     PVariant(PByteArray&& bytes);
     PVariant(const unsigned char* bytes, unsigned long size);
 
-    int type() const { return d->type; }
-    bool isValid() const { return d->type != Invalid; }
-    bool isText() const { return (d->type & TextClass) != 0; }
+    int type() const { return d.type; }
+    bool isValid() const { return d.type != Invalid; }
+    bool isText() const { return (d.type & TextClass) != 0; }
 
     int toInt(bool* ok = nullptr) const;
     short toShort(bool* ok = nullptr) const;
@@ -91,13 +91,16 @@ public:
     PByteArray toByteArray() const;
     // The bytes a Bytes value holds, without a copy: valid while this value lives; null for
     // any other type.
-    const PByteArray* bytesOf() const { return d->type == Bytes ? &d->bytes : nullptr; }
+    const PByteArray* bytesOf() const { return d.type == Bytes ? &d.bytes : nullptr; }
+    // The text a text value holds, likewise; null for any other type.
+    const PString* textOf() const { return (d.type & 0xF00) == TextClass ? &d.text : nullptr; }
 
     friend bool operator==(const PVariant& a, const PVariant& b);
     friend bool operator!=(const PVariant& a, const PVariant& b) { return !(a == b); }
 
 private:
     PVariant(int type, int64_t value);
-    // Written only by the constructors; every other access is const, so copies keep sharing.
-    PSharedDataPtr<PVariantPrivate> d;
+    // Held in place: a value costs no allocation of its own, and a copy shares the text or
+    // bytes it holds. Written only by the constructors.
+    PVariantPrivate d;
 };
