@@ -13,6 +13,12 @@ using Span = PMarkSpan<const char*>;
 constexpr int32_t kText = PSequenceMark<const char*>::Text;
 constexpr int32_t kTerminator = PSequenceMark<const char*>::Terminator;
 
+// A CR LF suffix is also found split in two; compared without a strlen for each block.
+bool isCrLf(const std::string& suffix)
+{
+    return suffix.size() == 2 && suffix[0] == '\r' && suffix[1] == '\n';
+}
+
 // The marking walks hand each run to a sink as they find it: markSequenceBy stores the runs,
 // and the cut of a plain buffer takes its messages straight from them, so that no vector of
 // runs the size of the buffer is built only to be walked once.
@@ -304,7 +310,7 @@ std::vector<std::string> prepareDataForSend(const char* data, size_t size,
     CollectingEmit emit{messages};
     CuttingSink<CollectingEmit> sink(emit, prefix, outputType);
     markInto(sink, data, static_cast<unsigned long>(size), suffix.data(),
-             static_cast<unsigned long>(suffix.size()), suffix == "\r\n" ? 1 : 0);
+             static_cast<unsigned long>(suffix.size()), isCrLf(suffix) ? 1 : 0);
     return messages;
 }
 
@@ -320,7 +326,7 @@ size_t cutMessages(const char* data, size_t size, const std::string& prefix,
     ForwardingEmit emit{send};
     CuttingSink<ForwardingEmit> sink(emit, prefix, outputType);
     markInto(sink, data, static_cast<unsigned long>(size), suffix.data(),
-             static_cast<unsigned long>(suffix.size()), suffix == "\r\n" ? 1 : 0);
+             static_cast<unsigned long>(suffix.size()), isCrLf(suffix) ? 1 : 0);
     return emit.count;
 }
 

@@ -58,6 +58,9 @@ struct PSerialSettings {
     std::string prefix;
     int outputType = 0;
     std::string encoding;
+    // Read from the texts above once, not per block.
+    bool crLfSuffix = false;
+    bool fromWindows1251 = false;
     // What every message carries from the parameters.
     PVariant outputDataType;
     PVariant equipmentType;
@@ -86,6 +89,8 @@ const PSerialSettings& PSerialInputProcessor::settings()
     kept.prefix = parameter(PEventKeys::PrefixKey(), emptyText()).toStdString();
     kept.outputType = parameter(PEventKeys::OutputDataTypeKey(), zero()).toInt();
     kept.encoding = parameter(PEventKeys::COMEncodingKey(), defaultEncoding()).toStdString();
+    kept.crLfSuffix = kept.suffix == "\r\n";
+    kept.fromWindows1251 = kept.encoding == "Windows-1251";
     kept.outputDataType = parameter(PEventKeys::OutputDataTypeKey(), invalidValue());
     kept.equipmentType = parameter(PEventKeys::EquipmentTypeKey(), invalidValue());
     kept.deviceId = parameter(PEventKeys::DevIdKey(), invalidValue());
@@ -159,7 +164,7 @@ void PSerialInputProcessor::processInput(PEvent* event)
     } else {
         const PMarkBounds bounds =
             markBoundsBy(data, static_cast<unsigned long>(size), suffix.data(),
-                         static_cast<unsigned long>(suffix.size()), suffix == "\r\n" ? 1 : 0);
+                         static_cast<unsigned long>(suffix.size()), settings.crLfSuffix ? 1 : 0);
         if (bounds.lastTerminator.isEmpty()) {
             keepPending(data, size);
         } else {
@@ -197,7 +202,7 @@ void PSerialInputProcessor::processInput(PEvent* event)
     const std::string prefix = settings.prefix;
     const int outputType = settings.outputType;
     const std::string& encoding = settings.encoding;
-    if (encoding == "Windows-1251") {
+    if (settings.fromWindows1251) {
         if (handler)
             pDebug(*handler) << "PSerialInputProcessor::processInput: recode intup data from "
                              << encoding << ":" << kWindows1251 << " to UTF-8 ";

@@ -5,8 +5,6 @@
 
 #include <cstring>
 
-PIMemory::~PIMemory() = default;
-
 PByteArrayPrivate::PByteArrayPrivate(const PByteArrayPrivate& other)
 {
     assign(other.data, other.size);
@@ -89,8 +87,6 @@ PByteArray::PByteArray(const std::string& bytes)
 {
     d->assign(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
 }
-
-PByteArray::~PByteArray() = default;
 
 unsigned char* PByteArray::data()
 {

@@ -7,7 +7,7 @@
 
 class PIMemory {
 public:
-    virtual ~PIMemory();
+    virtual ~PIMemory() = default;
     // A small type number: 0 here, 7 for PByteArray.
     virtual int mitype() const { return 0; }
     // data() is not null and size() is not 0.
@@ -52,7 +52,7 @@ public:
     PByteArray(PByteArray&&) noexcept = default;
     PByteArray& operator=(const PByteArray&) = default;
     PByteArray& operator=(PByteArray&&) noexcept = default;
-    ~PByteArray() override;
+    ~PByteArray() override = default;
 
     int mitype() const override { return 7; }
     unsigned char* data() override;
