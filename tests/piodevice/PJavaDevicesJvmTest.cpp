@@ -2,14 +2,13 @@
 // parameter strings and error texts, companion answers that are no answer, and deliveries that
 // race with close and destruction.
 #include "DeviceJvmFixture.h"
+#include "DeviceLifeChecks.h"
 #include "PBluetooth.h"
 #include "PJavaHandles.h"
 #include "PSerialPort.h"
 #include "PTcpSocket.h"
 #include "PUdpSocket.h"
 #include "TestSupport.h"
-
-#include <functional>
 
 namespace devicetest {
 namespace {
@@ -213,7 +212,7 @@ TEST_F(PJavaDevicesJvmTest, listsThatAreNoAnswerGiveNothingAndLeaveNoPendingExce
 struct Kind {
     const char* name;
     const char* javaClass;
-    std::function<std::shared_ptr<PIODevice>()> make;
+    kelmortest::MakeDevice make;
 };
 
 const std::vector<Kind>& kinds()
@@ -239,8 +238,6 @@ long PJavaDevicesJvmTest::pumpWithEveryClassPinned()
     return PHostJvm::globalRefCount();
 }
 
-constexpr int kCycles = 10000;
-
 // Open, let the pump deliver, close: over and over, while the pump goes as fast as it can.
 class PJavaDeviceStressJvmTest : public PJavaDevicesJvmTest,
                                  public ::testing::WithParamInterface<size_t> {};
@@ -252,21 +249,7 @@ TEST_P(PJavaDeviceStressJvmTest, openStreamCloseCyclesLeakNothing)
     ASSERT_TRUE(PJNIHelper::getClass(PString(kind.javaClass)).isValid());  // pinned for the connection
     const long globalRefs = PHostJvm::globalRefCount();
     const size_t handles = PJavaHandles::count();
-    // Shared with the callbacks: a delivery that began before a close may end after it, and
-    // after this test's frame.
-    const auto events = std::make_shared<kelmortest::WaitCounter>();
-    const auto deadline = Clock::now() + kelmortest::kStressTime;
-    int cycle = 0;
-    for (; cycle < kCycles && Clock::now() < deadline; ++cycle) {
-        auto device = kind.make();
-        device->setCallback([events](PEvent*) { events->add(); });
-        const long before = events->count();
-        ASSERT_TRUE(device->open(PIODevice::OpenReadWrite));
-        ASSERT_TRUE(events->waitFor(before + 1));
-        device->close();
-    }
-    EXPECT_GE(cycle, 500);
-    std::printf("%d %s cycles\n", cycle, kind.name);
+    kelmortest::openStreamCloseCycles(kind.name, kind.make, PIODevice::OpenReadWrite);
     EXPECT_TRUE(companionThreadsEnded());
     EXPECT_EQ(PJavaHandles::count(), handles);
     EXPECT_EQ(PHostJvm::globalRefCount(), globalRefs);
@@ -295,7 +278,7 @@ TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceFromInsideItsCallback)
                     raw->close();
                 }
             });
-            ASSERT_TRUE(owner->open(PIODevice::OpenReadWrite));
+            ASSERT_TRUE(owner->open(PIODevice::OpenReadWrite)) << owner->getLastError().toString().toStdString();
             ASSERT_TRUE(calls.waitFor(1));
             if (drop) {
                 EXPECT_TRUE(eventually([&] { return watched.expired(); }));
@@ -314,31 +297,7 @@ TEST_F(PJavaDevicesJvmTest, deviceDroppedDuringADeliveryGoesWhenTheDeliveryEnds)
     const long globalRefs = pumpWithEveryClassPinned();
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
-        std::mutex mutex;  // guards inside and release
-        std::condition_variable changed;
-        bool inside = false;
-        bool release = false;
-        std::shared_ptr<PIODevice> device = kind.make();
-        std::weak_ptr<PIODevice> watched = device;
-        device->setCallback([&](PEvent*) {
-            std::unique_lock<std::mutex> lock(mutex);
-            inside = true;
-            changed.notify_all();
-            changed.wait_until(lock, Clock::now() + kDeadline, [&] { return release; });
-        });
-        ASSERT_TRUE(device->open(PIODevice::OpenReadWrite));
-        {
-            std::unique_lock<std::mutex> lock(mutex);
-            ASSERT_TRUE(changed.wait_until(lock, Clock::now() + kDeadline, [&] { return inside; }));
-        }
-        device.reset();  // the host lets go while the delivery is inside the callback
-        EXPECT_FALSE(watched.expired());
-        {
-            std::lock_guard<std::mutex> lock(mutex);
-            release = true;
-            changed.notify_all();
-        }
-        EXPECT_TRUE(eventually([&] { return watched.expired(); }));
+        kelmortest::letGoDuringCallback(kind.make, PIODevice::OpenReadWrite, false);
         EXPECT_TRUE(companionThreadsEnded());
     }
     EXPECT_EQ(PHostJvm::globalRefCount(), globalRefs);

@@ -1,21 +1,16 @@
 // Keyboard mode in the VM: key events given to the Java companion reach open keyboard devices
 // on the service's timer and come out of the keyboard processor as the scanned code.
-#include "DeviceJvmTest.h"
+#include "DeviceJvmFixture.h"
+#include "DeviceLifeChecks.h"
 #include "PEvent.h"
 #include "PEventKeys.h"
 #include "PKeyboard.h"
 #include "PKeyboardIOQueueService.h"
 #include "PKeyboardInputProcessor.h"
-#include "TestSupport.h"
-#include "WaitCounter.h"
-
-#include <android/log.h>
-
-#include <chrono>
-
-using namespace std::chrono_literals;
 
 namespace {
+
+using kelmortest::callStatic;
 
 const char16_t kKeyboard[] = u"com.tavrel.piodevice.PKeyboard";
 
@@ -134,8 +129,7 @@ TEST_F(PKeyboardJvmTest, companionGetsExactSettingsAndItsRefusalsBecomeErrors)
 
 TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCan)
 {
-    const int logPriority = __android_log_get_minimum_priority();
-    __android_log_set_minimum_priority(ANDROID_LOG_WARN);  // one log line per packet otherwise
+    kelmortest::QuietLog quiet;
     Wired anchor(1);
     ASSERT_TRUE(anchor.device->open(1));
     anchor.device->close();
@@ -143,32 +137,22 @@ TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCa
 
     jstring packet = javaString("29:1:QQ==");
     startFloods(nullptr, nullptr, packet);
-    const auto deadline = std::chrono::steady_clock::now() + kelmortest::kStressTime;
-    int cycles = 0;
-    for (; cycles < 10000 && std::chrono::steady_clock::now() < deadline; ++cycles) {
-        // Every tenth cycle the device is alone, and its companion comes and goes with it.
-        if (cycles % 10 == 0) {
-            anchor.device->close();
-        } else if (!anchor.device->isOpen()) {
-            ASSERT_TRUE(anchor.device->open(1));
-        }
-        auto streamed = std::make_shared<kelmortest::WaitCounter>();
+    // Every tenth cycle the device is alone, and its companion comes and goes with it.
+    const kelmortest::MakeDevice make = [] {
         auto device = std::make_shared<PKeyboard>();
         device->setParameter("timeout", PVariant(1));
-        device->setCallback([streamed](PEvent* event) {
-            if (!event->value(PEventKeys::KeyboardInputKey()).toByteArray().isEmpty())
-                streamed->add();
-        });
-        ASSERT_TRUE(device->open(1)) << device->getLastError().toString().toStdString();
-        ASSERT_TRUE(streamed->waitFor(1)) << "cycle " << cycles;
-        device->close();
-    }
+        return device;
+    };
+    kelmortest::openStreamCloseCycles("keyboard", make, 1, kelmortest::carriesKeys, [&](int cycle) {
+        if (cycle % 10 == 0)
+            anchor.device->close();
+        else if (!anchor.device->isOpen()) {
+            ASSERT_TRUE(anchor.device->open(1));
+        }
+    });
     anchor.device->close();
     EXPECT_TRUE(stopFloods());
     drop(packet);
-    __android_log_set_minimum_priority(logPriority);
-    EXPECT_GE(cycles, 500);
-    std::printf("%d keyboard cycles\n", cycles);
     EXPECT_EQ(PHostJvm::globalRefCount(), refs);
     EXPECT_EQ(openCompanions(), 0);
 }
