@@ -3,11 +3,9 @@
 // test may send to a recording double, an event recorder and short ways into Java.
 #pragma once
 
-#include "JvmTest.h"
+#include "../strake/Android/PJNITestFixture.h"
 #include "PEvent.h"
-#include "PHostConnection.h"
 #include "PIODevice.h"
-#include "PJNIHelper.h"
 #include "PseudoTerminal.h"
 #include "WaitCounter.h"
 
@@ -55,21 +53,19 @@ private:
     std::map<std::u16string, std::u16string> m_redirects;
 };
 
-class DeviceJvmTest : public JvmTest {
+class DeviceJvmTest : public PJNITest {
 protected:
     void SetUp() override
     {
-        JvmTest::SetUp();
-        JNI_OnLoad(PHostJvm::vm(), nullptr);
+        m_host.setAndroidHelper(static_cast<IHostAndroidHelper*>(&m_helper));
+        PJNITest::SetUp();
         static const bool bound = bindNatives();
         ASSERT_TRUE(bound);
-        ASSERT_TRUE(PJNIHelper::connect(&m_host));
     }
     void TearDown() override
     {
         EXPECT_TRUE(companionThreadsEnded()) << "a companion thread outlived its device";
-        PJNIHelper::disconnect();
-        JvmTest::TearDown();
+        PJNITest::TearDown();
     }
 
     // From now on the JNI layer finds the class `to` when asked for `from`.
@@ -81,15 +77,6 @@ protected:
     }
 
     static JNIEnv* env() { return PHostJvm::env(); }
-
-    // com.tavrel.kelmortest.RecordingCompanion, a stand-in for any companion class: what it was
-    // asked since the last take, and how the next ones answer (open "true", "false", "throw").
-    static std::string recorderTake() { return callStatic<std::string>(kRecorder, "take", "()Ljava/lang/String;"); }
-    static void recorderAnswer(const char* open, bool constructorFails)
-    {
-        callStatic(kRecorder, "answer", "(Ljava/lang/String;Z)V", open, jboolean(constructorFails));
-    }
-    static constexpr const char16_t* kRecorder = u"com.tavrel.kelmortest.RecordingCompanion";
 
     // Local references: the test thread never returns to Java, so each is dropped once used.
     static jstring javaString(const std::string& utf8) { return env()->NewStringUTF(utf8.c_str()); }
@@ -113,14 +100,16 @@ protected:
     static bool stopFloods() { return kelmortest::callStatic<bool>(kTraffic, "stopFloods", "(J)Z", jlong(10000)); }
     static constexpr const char16_t* kTraffic = u"com.tavrel.kelmortest.DeviceTraffic";
 
-    // The recording stand-ins: the next companions made are RecordingSerialPort and so on.
+    // The recording stand-in: the next serial, socket and Bluetooth companions made are
+    // RecordingCompanions.
     void useRecordingCompanions()
     {
         for (const char16_t* name : {u"SerialPort", u"TcpSocket", u"UdpSocket", u"Bluetooth"})
-            redirect(u"com.tavrel.piodevice.P" + std::u16string(name),
-                     u"com.tavrel.piodevice.Recording" + std::u16string(name));
-        callStatic(kRecording, "reset", "()V");
+            redirect(u"com.tavrel.piodevice.P" + std::u16string(name), kRecording);
+        resetRecording();
     }
+    // RecordingCompanion's settings back to their defaults, its record emptied.
+    static void resetRecording() { callStatic(kRecording, "reset", "()V"); }
     // RecordingCompanion's static settings and record.
     void setRecording(const char* field, bool value)
     {
@@ -149,9 +138,6 @@ protected:
     static constexpr const char16_t* kRecording = u"com.tavrel.piodevice.RecordingCompanion";
 
     RedirectingAndroidHelper m_helper;
-    struct AndroidHost : PHostConnection {
-        explicit AndroidHost(IHostAndroidHelper* helper) { setAndroidHelper(helper); }
-    } m_host{&m_helper};
 
 private:
     // The companions' natives resolve to this program's copy of the library, whose device

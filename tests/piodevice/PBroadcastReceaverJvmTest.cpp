@@ -99,8 +99,8 @@ TEST_F(PBroadcastReceaverJvmTest, typedExtrasArriveAsOneEventEachWithEveryByteAn
 
 TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBecomeErrors)
 {
-    redirect(kReceiver, kRecorder);
-    recorderTake();
+    redirect(kReceiver, kRecording);
+    resetRecording();
     auto inputs = std::make_shared<Inputs>();
     auto device = receiver("SCAN", "C", "data", PBroadcastDataField::String, inputs);
     device->setFieldsDesc({PBroadcastDataField("raw", PBroadcastDataField::ByteArray),
@@ -110,13 +110,13 @@ TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBeco
     device->close();
     device->close();
     ASSERT_TRUE(device->open(1));
-    EXPECT_EQ(recorderTake(), "new handle\n"
+    EXPECT_EQ(recordedCalls(), "new\n"
                       "open action_name=SCAN;action_category_name=C;fields=data(9),raw(65538);\n"
                       "close\n"
                       "open action_name=SCAN;action_category_name=C;fields=data(9),raw(65538);");
 
     // The byte road: bytes as they are, with no suffix; nothing for a null array.
-    const jlong handle = std::stoll(callStatic<std::string>(kRecorder, "lastHandle", "()Ljava/lang/String;"));
+    const jlong handle = lastHandle();
     jbyteArray bytes = env()->NewByteArray(3);
     const jbyte raw[] = {'0', 29, '1'};
     env()->SetByteArrayRegion(bytes, 0, 3, raw);
@@ -127,26 +127,25 @@ TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBeco
     EXPECT_EQ(inputs->count(), 1);
     drop(bytes);
 
-    for (const char* refusal : {"false", "throw"}) {
-        recorderAnswer(refusal, false);
+    for (const bool throws : {false, true}) {
+        setRecording("openResult", throws);
+        setRecording("openThrows", throws);
         device->close();
-        EXPECT_FALSE(device->open(1)) << refusal;
+        EXPECT_FALSE(device->open(1)) << throws;
         EXPECT_FALSE(device->isOpen());
         EXPECT_EQ(device->getLastError().code(), 2);
         EXPECT_EQ(device->getLastError().message(), PString("Broadcast receiver not registered"));
         EXPECT_FALSE(env()->ExceptionCheck());
     }
-    recorderAnswer("true", true);
     device.reset();
+    setRecording("throwing", true);
     device = std::make_shared<PBroadcastReceaver>("SCAN");
     device->setFieldsDesc({PBroadcastDataField("data", PBroadcastDataField::String)});
     EXPECT_FALSE(device->open(1));
     EXPECT_EQ(device->getLastError().message(),
               PString("class com.tavrel.piodevice.PBroadcastReceaver could not be made"));
-    recorderAnswer("true", false);
+    resetRecording();
     EXPECT_TRUE(device->open(1)) << "a companion that could not be made is made again";
-    device.reset();
-    recorderTake();
 }
 
 class PBroadcastReceaverStressJvmTest : public PBroadcastReceaverJvmTest {
@@ -188,7 +187,7 @@ TEST_F(PBroadcastReceaverStressJvmTest, openStreamCloseCyclesWhileAJavaThreadSen
 TEST_F(PBroadcastReceaverStressJvmTest, deviceClosedAndDroppedInsideItsOwnCallback)
 {
     for (int round = 0; round < 300; ++round)
-        kelmortest::closeAndDropInsideCallback(m_make, 1);
+        kelmortest::closeOrDropInsideCallback(m_make, 1, true, true);
 }
 
 TEST_F(PBroadcastReceaverStressJvmTest, deviceLetGoDuringADeliveryLivesUntilTheDeliveryEnds)

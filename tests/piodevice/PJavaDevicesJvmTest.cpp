@@ -13,6 +13,28 @@
 namespace devicetest {
 namespace {
 
+// One device of each kind, made with an address that its companion accepts.
+struct Kind {
+    const char* name;
+    const char* javaClass;
+    kelmortest::MakeDevice make;
+};
+
+const std::vector<Kind>& kinds()
+{
+    static const std::vector<Kind> all = {
+        {"serial", PSerialPort::JavaClass, [] { return std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 8, PSerialPort::OneStop, PSerialPort::NoParity, PSerialPort::NoFlowControl); }},
+        {"tcp", PTcpSocket::JavaClass, [] { return std::make_shared<PTcpSocket>(PString("127.0.0.1"), 7000); }},
+        {"udp", PUdpSocket::JavaClass, [] {
+             auto udp = std::make_shared<PUdpSocket>();
+             udp->setAddress(PString("127.0.0.1"));
+             return udp;
+         }},
+        {"bluetooth", PBluetooth::JavaClass, [] { return std::make_shared<PBluetooth>(PString("00:11:22:33:44:55")); }},
+    };
+    return all;
+}
+
 class PJavaDevicesJvmTest : public DeviceJvmTest {
 protected:
     void SetUp() override
@@ -95,15 +117,10 @@ TEST_F(PJavaDevicesJvmTest, serialPortHandsBlocksToTheCallbackAndBuffersOnlyWhen
 TEST_F(PJavaDevicesJvmTest, blockReadAsTheLinkComesUpReachesTheCallback)
 {
     setRecording("deliverOnOpen", "KEPT\r");
-    auto udp = std::make_shared<PUdpSocket>();
-    udp->setAddress(PString("127.0.0.1"));
-    const std::vector<std::shared_ptr<PIOCustomDevice>> devices{
-        std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 8, PSerialPort::OneStop,
-                                      PSerialPort::NoParity, PSerialPort::NoFlowControl),
-        std::make_shared<PTcpSocket>(PString("127.0.0.1"), 7000), udp,
-        std::make_shared<PBluetooth>(PString("00:11:22:33:44:55"))};
-    for (const auto& device : devices) {
+    for (const Kind& kind : kinds()) {
+        setRecording("deliverAs", kind.name);
         Recorder recorder;
+        const auto device = kind.make();
         device->setCallback(recorder.callback());
         ASSERT_TRUE(device->open(PIODevice::OpenRead));
         ASSERT_EQ(recorder.events().size(), 1u) << recordedCalls();
@@ -208,28 +225,6 @@ TEST_F(PJavaDevicesJvmTest, listsThatAreNoAnswerGiveNothingAndLeaveNoPendingExce
 
 // ---- deliveries against close and destruction --------------------------------------------
 
-// One device of each kind, made with an address that its companion accepts.
-struct Kind {
-    const char* name;
-    const char* javaClass;
-    kelmortest::MakeDevice make;
-};
-
-const std::vector<Kind>& kinds()
-{
-    static const std::vector<Kind> all = {
-        {"serial", PSerialPort::JavaClass, [] { return std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 8, PSerialPort::OneStop, PSerialPort::NoParity, PSerialPort::NoFlowControl); }},
-        {"tcp", PTcpSocket::JavaClass, [] { return std::make_shared<PTcpSocket>(PString("127.0.0.1"), 7000); }},
-        {"udp", PUdpSocket::JavaClass, [] {
-             auto udp = std::make_shared<PUdpSocket>();
-             udp->setAddress(PString("127.0.0.1"));
-             return udp;
-         }},
-        {"bluetooth", PBluetooth::JavaClass, [] { return std::make_shared<PBluetooth>(PString("00:11:22:33:44:55")); }},
-    };
-    return all;
-}
-
 long PJavaDevicesJvmTest::pumpWithEveryClassPinned()
 {
     setRecording("pumping", true);
@@ -245,9 +240,8 @@ class PJavaDeviceStressJvmTest : public PJavaDevicesJvmTest,
 TEST_P(PJavaDeviceStressJvmTest, openStreamCloseCyclesLeakNothing)
 {
     const Kind& kind = kinds()[GetParam()];
-    setRecording("pumping", true);
-    ASSERT_TRUE(PJNIHelper::getClass(PString(kind.javaClass)).isValid());  // pinned for the connection
-    const long globalRefs = PHostJvm::globalRefCount();
+    setRecording("deliverAs", kind.name);
+    const long globalRefs = pumpWithEveryClassPinned();
     const size_t handles = PJavaHandles::count();
     kelmortest::openStreamCloseCycles(kind.name, kind.make, PIODevice::OpenReadWrite);
     EXPECT_TRUE(companionThreadsEnded());
@@ -263,30 +257,10 @@ TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceFromInsideItsCallback)
     const long globalRefs = pumpWithEveryClassPinned();
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
+        setRecording("deliverAs", kind.name);
         for (bool drop : {false, true}) {
-            std::mutex mutex;  // guards owner
-            std::shared_ptr<PIODevice> owner = kind.make();
-            std::weak_ptr<PIODevice> watched = owner;
-            PIODevice* raw = owner.get();
-            kelmortest::WaitCounter calls;
-            owner->setCallback([&, raw, drop](PEvent*) {
-                calls.add();
-                if (drop) {
-                    std::lock_guard<std::mutex> lock(mutex);
-                    owner.reset();
-                } else {
-                    raw->close();
-                }
-            });
-            ASSERT_TRUE(owner->open(PIODevice::OpenReadWrite)) << owner->getLastError().toString().toStdString();
-            ASSERT_TRUE(calls.waitFor(1));
-            if (drop) {
-                EXPECT_TRUE(eventually([&] { return watched.expired(); }));
-            }
-            EXPECT_TRUE(companionThreadsEnded());
-            EXPECT_EQ(calls.count(), 1) << "nothing more reaches a closed device";
-            std::lock_guard<std::mutex> lock(mutex);
-            owner.reset();
+            kelmortest::closeOrDropInsideCallback(kind.make, PIODevice::OpenReadWrite, !drop, drop,
+                                                  [] { EXPECT_TRUE(companionThreadsEnded()); });
         }
     }
     EXPECT_EQ(PHostJvm::globalRefCount(), globalRefs);
@@ -297,6 +271,7 @@ TEST_F(PJavaDevicesJvmTest, deviceDroppedDuringADeliveryGoesWhenTheDeliveryEnds)
     const long globalRefs = pumpWithEveryClassPinned();
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
+        setRecording("deliverAs", kind.name);
         kelmortest::letGoDuringCallback(kind.make, PIODevice::OpenReadWrite, false);
         EXPECT_TRUE(companionThreadsEnded());
     }

@@ -97,34 +97,36 @@ TEST_F(PKeyboardJvmTest, keyEventsFromJavaReachAnOpenDeviceOnTheTimerAsTheScanne
 
 TEST_F(PKeyboardJvmTest, companionGetsExactSettingsAndItsRefusalsBecomeErrors)
 {
-    redirect(kKeyboard, kRecorder);
-    recorderTake();
+    redirect(kKeyboard, kRecording);
+    resetRecording();
     auto device = std::make_shared<PKeyboard>();
     device->setParameter("timeout", PVariant(1000));
     ASSERT_TRUE(device->open(1));
     device->close();
-    EXPECT_EQ(recorderTake(), "new handle\nopen timeout=0;ignore_state=0;gs1symbolkey=0000008a;\nclose");
+    EXPECT_EQ(recordedCalls(), "new\nopen timeout=0;ignore_state=0;gs1symbolkey=0000008a;\nclose");
+    resetRecording();
 
     // A refusal or an exception from open is an error; the companion is asked again later.
-    for (const char* refusal : {"false", "throw"}) {
-        recorderAnswer(refusal, false);
+    for (const bool throws : {false, true}) {
+        setRecording("openResult", throws);
+        setRecording("openThrows", throws);
         EXPECT_FALSE(device->open(1));
-        EXPECT_EQ(device->getLastError().code(), 2) << refusal;
+        EXPECT_EQ(device->getLastError().code(), 2) << throws;
         EXPECT_EQ(device->getLastError().message(), PString("Keyboard companion refused to open"));
         EXPECT_FALSE(env()->ExceptionCheck());
         EXPECT_FALSE(PKeyboardIOQueueService::getInstance().isRunning());
     }
-    recorderAnswer("true", false);
+    setRecording("openThrows", false);
     ASSERT_TRUE(device->open(1));
     device->close();
-    const std::string log = recorderTake();
+    const std::string log = recordedCalls();
     EXPECT_EQ(log.find("new"), log.rfind("new")) << "the refused companion is asked again";
 
-    recorderAnswer("true", true);
+    setRecording("throwing", true);
     EXPECT_FALSE(device->open(1));
     EXPECT_EQ(device->getLastError().message(),
               PString("class com.tavrel.piodevice.PKeyboard could not be made"));
-    recorderTake();
+    resetRecording();
 }
 
 TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCan)

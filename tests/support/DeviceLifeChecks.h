@@ -67,21 +67,34 @@ inline void openStreamCloseCycles(const char* name, const MakeDevice& make, int 
     std::printf("%d %s cycles\n", cycles, name);
 }
 
-// The callback closes the device and drops its last reference: the device goes, and the
-// delivery under way touches nothing freed (ASan watches).
-inline void closeAndDropInsideCallback(const MakeDevice& make, int flags)
+// The callback closes the device, or lets its last reference go, or both: the delivery under
+// way touches nothing freed (ASan watches) and a dropped device goes. Given `settle`, which waits
+// until the device's deliveries have ended, no other delivery may have reached it.
+inline void closeOrDropInsideCallback(const MakeDevice& make, int flags, bool close, bool drop,
+                                      const std::function<void()>& settle = nullptr)
 {
     std::shared_ptr<PIOCustomDevice> device = make();
     const std::weak_ptr<PIOCustomDevice> watched = device;
-    auto owner = std::make_shared<std::shared_ptr<PIOCustomDevice>>(device);
+    auto owner = std::make_shared<std::shared_ptr<PIOCustomDevice>>(drop ? device : nullptr);
+    const auto calls = std::make_shared<WaitCounter>();
     PIOCustomDevice* raw = device.get();
-    device->setCallback([raw, owner](PEvent*) {
-        raw->close();
+    device->setCallback([raw, owner, calls, close](PEvent*) {
+        calls->add();
+        if (close)
+            raw->close();
         owner->reset();
     });
-    ASSERT_TRUE(device->open(flags));
-    device.reset();
-    EXPECT_TRUE(eventually([&] { return watched.expired(); }));
+    ASSERT_TRUE(device->open(flags)) << device->getLastError().toString().toStdString();
+    if (drop)
+        device.reset();
+    ASSERT_TRUE(calls->waitFor(1));
+    if (drop) {
+        EXPECT_TRUE(eventually([&] { return watched.expired(); }));
+    }
+    if (settle) {
+        settle();
+        EXPECT_EQ(calls->count(), 1) << "a delivery reached a closed or dropped device";
+    }
 }
 
 // The host lets the device go (closing it first when asked) while its callback runs: the device
