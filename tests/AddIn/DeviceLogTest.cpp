@@ -29,6 +29,15 @@ std::string readFile(const std::string& path)
     return text.str();
 }
 
+std::vector<std::string> linesOf(const std::string& text)
+{
+    std::istringstream in(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
+    return lines;
+}
+
 bool exists(const std::string& path)
 {
     struct stat info;
@@ -66,10 +75,7 @@ protected:
 TEST_F(DeviceLogTest, fileHoldsOneLinePerMessageFromEveryThread)
 {
     const std::string path = dir + "/scan.log";
-    {
-        std::ofstream old(path);
-        old << "former content\n";
-    }
+    std::ofstream(path) << "former content\n";
     Device device;
     std::atomic<int> delivered{0};
     ASSERT_TRUE(device.open(settings(0, path), [&](PEvent*) { ++delivered; }, [](const PError&) {}));
@@ -82,16 +88,14 @@ TEST_F(DeviceLogTest, fileHoldsOneLinePerMessageFromEveryThread)
     device.close();
 
     const std::string text = readFile(path);
-    EXPECT_EQ(text.find("former content"), std::string::npos);
-    std::istringstream lines(text);
-    std::string line;
-    std::getline(lines, line);
-    EXPECT_TRUE(std::regex_match(line, std::regex(R"(log opened \d{4}-\d\d-\d\d::\d\d:\d\d:\d\d)"))) << line;
+    const std::vector<std::string> lines = linesOf(text);
+    ASSERT_FALSE(lines.empty());
+    EXPECT_TRUE(std::regex_match(lines[0], std::regex(R"(log opened \d{4}-\d\d-\d\d::\d\d:\d\d:\d\d)"))) << text;
     const std::regex form(R"(\[D\]\{(\d+)\}\(\d{4}-\d\d-\d\d::\d\d:\d\d:\d\d\)InputDevice#1: (.*))");
     std::vector<std::string> messages;
     std::set<std::string> threads;
     bool keysListed = false;
-    while (std::getline(lines, line)) {
+    for (const std::string& line : lines) {
         std::smatch match;
         if (std::regex_match(line, match, form)) {
             threads.insert(match[1]);
@@ -116,20 +120,13 @@ TEST_F(DeviceLogTest, lineMarksFollowTheLevelAndTextEndsAtItsFirstZero)
     Device device;
     PPropertyBag bag = settings(0, path);
     bag.addValue("AutoCleanUpLog", PVariant(false));
-    {
-        std::ofstream old(path);
-        old << "kept\n";
-    }
+    std::ofstream(path) << "kept\n";
     device.initDebug(bag);
     const PDebugMessageHandler handler = device.debugMessageHandler();
     ASSERT_TRUE(handler);
     for (unsigned short level : {1, 2, 3})
         handler(DebugMessageContext{0, level}, std::string("lvl\0hidden", 10));
-    std::istringstream lines(readFile(path));
-    std::string line;
-    std::vector<std::string> got;
-    while (std::getline(lines, line))
-        got.push_back(line);
+    const std::vector<std::string> got = linesOf(readFile(path));
     ASSERT_EQ(got.size(), 5u);
     EXPECT_EQ(got[0], "kept");
     EXPECT_EQ(got[1].rfind("log opened ", 0), 0u);

@@ -16,27 +16,41 @@ PKeyMSG key(unsigned int code, int ch, bool pressed)
     return message;
 }
 
-// A press and a release of one key.
-void tap(std::vector<PKeyMSG>& messages, unsigned int code, int ch = 0)
+// One step of a key sequence: a text taps the keys of its characters, a code taps that key
+// (carrying ch), down() and up() press or release one key.
+struct Step {
+    Step(const char* text)
+    {
+        for (const char c : std::string(text))
+            tap(static_cast<unsigned char>(c), c);
+    }
+    Step(unsigned int code, int ch = 0) { tap(code, ch); }
+    void tap(unsigned int code, int ch)
+    {
+        messages.push_back(key(code, ch, true));
+        messages.push_back(key(code, ch, false));
+    }
+    std::vector<PKeyMSG> messages;
+};
+
+Step down(unsigned int code, int ch = 0, bool pressed = true)
 {
-    messages.push_back(key(code, ch, true));
-    messages.push_back(key(code, ch, false));
+    Step step("");
+    step.messages.push_back(key(code, ch, pressed));
+    return step;
 }
 
-void press(std::vector<PKeyMSG>& messages, unsigned int code, int ch = 0)
+Step up(unsigned int code, int ch = 0)
 {
-    messages.push_back(key(code, ch, true));
+    return down(code, ch, false);
 }
 
-void release(std::vector<PKeyMSG>& messages, unsigned int code, int ch = 0)
+std::vector<PKeyMSG> keys(std::initializer_list<Step> steps)
 {
-    messages.push_back(key(code, ch, false));
-}
-
-void typeText(std::vector<PKeyMSG>& messages, const std::string& text)
-{
-    for (char c : text)
-        tap(messages, static_cast<unsigned char>(c), c);
+    std::vector<PKeyMSG> messages;
+    for (const Step& step : steps)
+        messages.insert(messages.end(), step.messages.begin(), step.messages.end());
+    return messages;
 }
 
 TranslateSettings workMode(int gsKeyCode = 248)
@@ -57,6 +71,11 @@ TranslateSettings testMode(int outputDataType)
     return settings;
 }
 
+std::string preview(std::initializer_list<Step> steps, const TranslateSettings& settings = workMode())
+{
+    return translate2Preview(keys(steps), settings);
+}
+
 const unsigned int ALT = 128, ALTR = 129, CTRL = 130, CTRLR = 131, SHIFT = 132, NUM0 = 176;
 const unsigned int F8 = 248, F9 = 249, ENTER = 13;
 
@@ -64,48 +83,15 @@ const unsigned int F8 = 248, F9 = 249, ENTER = 13;
 
 TEST(PKeyTranslation, altWithDecimalCodeGivesThatByteAndWithoutDigitsNothing)
 {
-    for (bool numpad : {false, true}) {
-        SCOPED_TRACE(numpad ? "numeric pad" : "digit row");
-        std::vector<PKeyMSG> messages;
-        typeText(messages, "01");
-        press(messages, ALT);
-        for (char digit : std::string("029")) {
-            if (numpad)
-                tap(messages, NUM0 + (digit - '0'));
-            else
-                tap(messages, static_cast<unsigned char>(digit), digit);
-        }
-        release(messages, ALT);
-        typeText(messages, "23");
-        EXPECT_EQ(translate2Preview(messages, workMode()), std::string("01\x1d" "23"));
-    }
-
-    // Only the low 8 bits of the number count; the right Alt works alike.
-    std::vector<PKeyMSG> messages;
-    press(messages, ALTR);
-    tap(messages, '3', '3');
-    tap(messages, '2', '2');
-    tap(messages, NUM0 + 1);
-    release(messages, ALTR);
-    EXPECT_EQ(translate2Preview(messages, workMode()), "A");
-
-    // Alt without digits gives nothing.
-    messages.clear();
-    press(messages, ALT);
-    tap(messages, '6', '6');
-    tap(messages, '5', '5');
-    release(messages, ALT);
-    // A second Alt without digits must not repeat the first one's byte.
-    tap(messages, ALT);
-    // Letters and a Ctrl press are ignored inside an Alt sequence.
-    press(messages, ALT);
-    tap(messages, 'X', 'X');
-    press(messages, CTRL);
-    tap(messages, ']', ']');
-    release(messages, ALT);
-    release(messages, CTRL);
-    tap(messages, 'B', 'B');
-    EXPECT_EQ(translate2Preview(messages, workMode()), "AB");
+    // By the digit row or the numeric pad; only the low 8 bits of the number count; the right
+    // Alt works alike.
+    EXPECT_EQ(preview({"01", down(ALT), "029", up(ALT), "23"}), "01\x1d" "23");
+    EXPECT_EQ(preview({"01", down(ALT), NUM0, NUM0 + 2, NUM0 + 9, up(ALT), "23"}), "01\x1d" "23");
+    EXPECT_EQ(preview({down(ALTR), "32", NUM0 + 1, up(ALTR)}), "A");
+    // A second Alt without digits must not repeat the first one's byte; letters and a Ctrl
+    // press are ignored inside an Alt sequence.
+    EXPECT_EQ(preview({down(ALT), "65", up(ALT), ALT, down(ALT), "X", down(CTRL), "]", up(ALT), up(CTRL), "B"}),
+              "AB");
 }
 
 TEST(PKeyTranslation, ctrlWithKeyGivesControlCharacter)
@@ -116,95 +102,50 @@ TEST(PKeyTranslation, ctrlWithKeyGivesControlCharacter)
     } rows[] = {{'A', 1}, {'M', 13}, {'Z', 26}, {'-', 31}, {'@', 0}, {'[', 27},
                 {'\\', 28}, {']', 29}, {'^', 30}};
     for (const auto& row : rows) {
-        std::vector<PKeyMSG> messages;
-        press(messages, CTRL);
-        tap(messages, row.code, static_cast<int>(row.code));
-        release(messages, CTRL);
-        EXPECT_EQ(translate2Preview(messages, workMode()), std::string(1, row.byte))
+        EXPECT_EQ(preview({down(CTRL), {row.code, static_cast<int>(row.code)}, up(CTRL)}), std::string(1, row.byte))
             << "Ctrl+" << static_cast<char>(row.code);
     }
-
     // Keys without a control character are ignored; the sequence ends with either Ctrl.
-    std::vector<PKeyMSG> messages;
-    press(messages, CTRLR);
-    tap(messages, '1', '1');
-    tap(messages, F8);
-    release(messages, CTRLR);
-    tap(messages, 'C', 'C');
-    EXPECT_EQ(translate2Preview(messages, workMode()), "C");
+    EXPECT_EQ(preview({down(CTRLR), "1", F8, up(CTRLR), "C"}), "C");
 }
 
 TEST(PKeyTranslation, gsKeyWinsOverItsOwnCharacterAndTable)
 {
-    std::vector<PKeyMSG> messages;
-    tap(messages, 'A', 'A');
-    tap(messages, F8, 'x');
-    tap(messages, 'B', 'B');
-    EXPECT_EQ(translate2Preview(messages, workMode(248)), "A\x1d" "B");
-
-    // F8 gives GS through the control table as well, so with F9 as the GS key both do.
-    messages.clear();
-    tap(messages, F8);
-    tap(messages, F9);
-    EXPECT_EQ(translate2Preview(messages, workMode(249)), "\x1d\x1d");
-
-    // No GS key configured: F9 falls back to its table byte.
-    EXPECT_EQ(translate2Preview(messages, workMode(-1)), "\x1d\x1e");
+    EXPECT_EQ(preview({"A", {F8, 'x'}, "B"}, workMode(248)), "A\x1d" "B");
+    // F8 gives GS through the control table as well, so with F9 as the GS key both do; with no
+    // GS key F9 falls back to its table byte.
+    EXPECT_EQ(preview({F8, F9}, workMode(249)), "\x1d\x1d");
+    EXPECT_EQ(preview({F8, F9}, workMode(-1)), "\x1d\x1e");
 }
 
 TEST(PKeyTranslation, onlyPressesMakeOutputAndOpenSequencesAreDropped)
 {
-    std::vector<PKeyMSG> messages;
-    release(messages, 'A', 'A');
-    press(messages, 'B', 'B');
-    press(messages, ALT);
-    tap(messages, '6', '6');
-    tap(messages, '5', '5');
+    const std::vector<PKeyMSG> messages = keys({up('A', 'A'), down('B', 'B'), down(ALT), "65"});
     EXPECT_EQ(translate2Preview(messages, workMode()), "B");
     EXPECT_EQ(translate2Preview(messages.cbegin(), messages.cbegin(), workMode()), "");
 }
 
 TEST(PKeyTranslation, workModeCharactersAndControlKeys)
 {
-    std::vector<PKeyMSG> messages;
-    tap(messages, ENTER, 'q');  // Enter gives CR whatever it carries
-    tap(messages, ENTER);       // without a character it is no control key: nothing
-    tap(messages, SHIFT);
-    tap(messages, 0, 'z');    // a second character of one key event
-    tap(messages, 'A', -48);  // a byte above ASCII goes out unchanged
-    for (unsigned int code : {127u, 160u, 161u, 175u, 241u, 250u, 251u, 252u, 172u})
-        tap(messages, code);
-    EXPECT_EQ(translate2Preview(messages, workMode(-1)),
+    // Enter gives CR whatever it carries, and without a character it is no control key; a key
+    // event may carry a second character; a byte above ASCII goes out unchanged.
+    EXPECT_EQ(preview({{ENTER, 'q'}, ENTER, SHIFT, {0, 'z'}, {'A', -48}, 127u, 160u, 161u, 175u, 241u, 250u, 251u,
+                       252u, 172u},
+                      workMode(-1)),
               std::string("\rz\xD0\x0C\x0E\x11\x0A\x16\x1F\x10\x15"));
 
     // Without translators only the sequences make output.
-    messages.clear();
-    typeText(messages, "AB");
-    tap(messages, 241);
-    tap(messages, F8);
-    press(messages, CTRL);
-    tap(messages, 'B', 'B');
-    release(messages, CTRL);
-    press(messages, ALT);
-    tap(messages, NUM0 + 6);
-    tap(messages, NUM0 + 7);
-    release(messages, ALT);
     TranslateSettings settings;
     settings.gsKeyCode = F8;
-    EXPECT_EQ(translate2Preview(messages, settings), "\x1d\x02" "C");
+    EXPECT_EQ(preview({"AB", 241u, F8, down(CTRL), "B", up(CTRL), down(ALT), NUM0 + 6, NUM0 + 7, up(ALT)}, settings),
+              "\x1d\x02" "C");
 }
 
 TEST(PKeyTranslation, testModeNamesKeysWithoutCharacter)
 {
-    std::vector<PKeyMSG> messages;
-    tap(messages, SHIFT);
-    tap(messages, 'A', 'A');
-    tap(messages, 241);
-    tap(messages, 97);  // a code without a name
-    tap(messages, ENTER, 13);
-    EXPECT_EQ(translate2Preview(messages, testMode(0)), "A'F1'''\r");
-    // When Base64 is wanted the names would spoil the coded text.
-    EXPECT_EQ(translate2Preview(messages, testMode(1)), "A\r");
+    // 97 is a code without a name. When Base64 is wanted the names would spoil the coded text.
+    EXPECT_EQ(preview({SHIFT, "A", 241u, 97u, {ENTER, 13}}, testMode(0)), "A'F1'''\r");
+    EXPECT_EQ(preview({SHIFT, "A", 241u, 97u, {ENTER, 13}}, testMode(1)), "A\r");
 
     // Control characters have names and previews.
     std::string names;

@@ -144,11 +144,10 @@ TEST_F(KeyboardProcessorTest, gsByKeyOrByAltCodeKeepsTheGsByteInsideTheMessage)
         EXPECT_EQ(delivered[0].unprocessed, "0104\x1d" "21ABC\r");
         PEvent& event = *delivered[0].copy;
         EXPECT_EQ(event.type(), PIODeviceEvent::EventType);
-        EXPECT_EQ(event.value("EventName").toStdString(), "Barcode");
-        EXPECT_EQ(event.value("DevId").toStdString(), "Kelmor#1");
-        EXPECT_EQ(event.value("EquipmentType").toStdString(), "Scanner");
-        EXPECT_EQ(event.value("dev_id").toStdString(), "keyboard");
-        EXPECT_EQ(event.value("dev_state").toStdString(), "0");
+        const std::pair<const char*, const char*> fields[] = {
+            {"EventName", "Barcode"}, {"DevId", "Kelmor#1"}, {"EquipmentType", "Scanner"}, {"dev_id", "keyboard"}, {"dev_state", "0"}};
+        for (const auto& [key, value] : fields)
+            EXPECT_EQ(event.value(key).toStdString(), value) << key;
         // Not set on the processor: carried as an invalid value, not invented.
         EXPECT_FALSE(event.value("OutputDataType").isValid());
         EXPECT_FALSE(event.value("dev_alias").isValid());

@@ -127,12 +127,10 @@ TEST(PSerialInputProcessorTest, outgoingEventsCarryDeviceValuesAndParameters)
     ASSERT_EQ(h.events.size(), 1u);
     const PEvent& out = *h.events[0];
     EXPECT_EQ(out.type(), 17);
-    EXPECT_EQ(out.value("input").toByteArray().toStdString(), "QUI=");
-    EXPECT_EQ(out.value("dev_id").toStdString(), "COM3");
-    EXPECT_EQ(out.value("dev_alias").toStdString(), "scanner");
-    EXPECT_EQ(out.value("EventName").toStdString(), "Barcode");
-    EXPECT_EQ(out.value("DevId").toStdString(), "InputDevice#2");
-    EXPECT_EQ(out.value("OutputDataType").toInt(), 1);
+    const std::pair<const char*, const char*> fields[] = {{"input", "QUI="}, {"dev_id", "COM3"}, {"dev_alias", "scanner"},
+        {"EventName", "Barcode"}, {"DevId", "InputDevice#2"}, {"OutputDataType", "1"}};
+    for (const auto& [key, value] : fields)
+        EXPECT_EQ(out.value(key).toStdString(), value) << key;
     EXPECT_FALSE(out.value("EquipmentType").isValid());
     EXPECT_FALSE(out.value("dev_type").isValid());
 }

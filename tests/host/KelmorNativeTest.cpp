@@ -80,6 +80,9 @@ protected:
         EXPECT_EQ(memory.foreignBlocks(), 0u);
     }
 
+    // GetLastError as the host calls it: the code in the result, the text in the parameter.
+    PHostCall lastError() { return component.call(u"GetLastError", {hostEmptyValue()}); }
+
     static PHostLibrary* library;
     PHostMemoryManager memory;
     PHostComponent component{*library, u"InputDevice", &memory};
@@ -156,12 +159,12 @@ TEST_F(KelmorNativeTest, smallMethodsAnswerInTheirOwnTypesAtTheHostsOffsets)
     EXPECT_EQ(value, 3003);
     EXPECT_EQ(component->GetInfo(), 3003);
 
-    PHostCall lastError = component.call(u"GetLastError", {hostInt(5)});
-    EXPECT_TRUE(lastError.answered);
-    EXPECT_EQ(type(lastError.result), VTYPE_HRESULT);
-    EXPECT_EQ(lastError.result.lVal, 0);
-    EXPECT_EQ(type(lastError.params[0]), VTYPE_PWSTR);
-    EXPECT_EQ(text(lastError.params[0]), u"");
+    PHostCall error = component.call(u"GetLastError", {hostInt(5)});
+    EXPECT_TRUE(error.answered);
+    EXPECT_EQ(type(error.result), VTYPE_HRESULT);
+    EXPECT_EQ(error.result.lVal, 0);
+    EXPECT_EQ(type(error.params[0]), VTYPE_PWSTR);
+    EXPECT_EQ(text(error.params[0]), u"");
 
     // The host still frees its own text.
     PHostCall actions = component.call(u"GetAdditionalActions", {memory.text(u"old text")});
@@ -176,10 +179,8 @@ TEST_F(KelmorNativeTest, smallMethodsAnswerInTheirOwnTypesAtTheHostsOffsets)
         EXPECT_TRUE(action.result.bVal);
         EXPECT_EQ(action.params[0].vt, VTYPE_NULL);
     }
-    PHostCall close = component.call(u"Close", {hostInt(5)});
-    EXPECT_TRUE(close.answered);
-    EXPECT_FALSE(close.result.bVal);
-    EXPECT_FALSE(text(component.call(u"GetLastError", {hostEmptyValue()}).params[0]).empty());
+    EXPECT_FALSE(component.call(u"Close", {hostInt(5)}).result.bVal);
+    EXPECT_FALSE(text(lastError().params[0]).empty());
     EXPECT_TRUE(component.connection().errors().empty());
 }
 
@@ -208,7 +209,7 @@ TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
     // The language is chosen when the error is made: an error kept from before keeps its text.
     EXPECT_FALSE(component.call(u"Close", {memory.text(u"InputDevice#404")}).result.bVal);
     component->SetLocale(u"en");
-    PHostCall kept = component.call(u"GetLastError", {hostEmptyValue()});
+    const PHostCall kept = lastError();
     EXPECT_EQ(kept.result.lVal, 2);
     EXPECT_EQ(kept.paramText(0), u"Неверный Id устройства");
 
@@ -219,10 +220,8 @@ TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
     for (const Case& c : {Case{u"ru_RU", true}, Case{u"xxruyy", true}, Case{u"RU", false},
                           Case{u"", false}, Case{u"en_US", false}}) {
         component->SetUserInterfaceLanguageCode(c.code);
-        PHostCall close = component.call(u"Отключить", {memory.text(u"InputDevice#404")});
-        EXPECT_TRUE(close.answered);
-        EXPECT_FALSE(close.result.bVal);
-        PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
+        EXPECT_FALSE(component.call(u"Отключить", {memory.text(u"InputDevice#404")}).result.bVal);
+        const PHostCall error = lastError();
         EXPECT_EQ(error.result.lVal, 2);
         EXPECT_EQ(error.paramText(0), c.russian ? u"Неверный Id устройства" : u"Bad device Id")
             << hostToUtf8(c.code);
@@ -257,9 +256,9 @@ TEST_F(KelmorNativeTest, badIndexesReportOneErrorNamingTheIndex)
         EXPECT_EQ(errors[i].code, 2);
         EXPECT_EQ(errors[i].text, texts[i]);
     }
-    PHostCall last = component.call(u"GetLastError", {hostEmptyValue()});
-    EXPECT_EQ(last.result.lVal, 2);
-    EXPECT_EQ(last.paramText(0), u"no prop found for index3");
+    const PHostCall error = lastError();
+    EXPECT_EQ(error.result.lVal, 2);
+    EXPECT_EQ(error.paramText(0), u"no prop found for index3");
     EXPECT_EQ(result.vt, VTYPE_EMPTY);
 }
 
@@ -294,7 +293,7 @@ TEST_F(KelmorNativeTest, callsThatBreakTheSignatureAreRefusedBeforeTheHandler)
     // Refused calls wrote nothing: no handler ran.
     EXPECT_EQ(result.vt, VTYPE_EMPTY);
     EXPECT_EQ(param.vt, VTYPE_EMPTY);
-    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 2);
+    EXPECT_EQ(lastError().result.lVal, 2);
 }
 
 TEST_F(KelmorNativeTest, aHostWithoutMemoryGetsFailuresNotCrashes)
@@ -359,15 +358,14 @@ TEST_F(KelmorNativeTest, concurrentHostThreadsShareOneComponent)
             for (int i = 0; i < 200; ++i) {
                 if (t % 2)
                     component.call(u"Close", {hostEmptyValue()});
-                PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
-                EXPECT_TRUE(error.answered);
+                EXPECT_TRUE(lastError().answered);
                 EXPECT_EQ(component.call(u"Version").resultText(), u"10.1.8.6");
             }
         });
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).result.lVal, 2);
+    EXPECT_EQ(lastError().result.lVal, 2);
 }
 
 TEST_F(KelmorNativeTest, settingsStoreTakesOnlyItsOwnNamesAndForgetsValuesWhenRebuilt)
@@ -386,7 +384,7 @@ TEST_F(KelmorNativeTest, settingsStoreTakesOnlyItsOwnNamesAndForgetsValuesWhenRe
                                                         memory.text(u"InputDevice")})
                     .result.bVal);
     EXPECT_FALSE(component.call(u"SetParameter", {memory.text(u"Port"), hostInt(1)}).result.bVal);
-    PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
+    const PHostCall error = lastError();
     EXPECT_EQ(error.result.lVal, 100);
     EXPECT_EQ(error.paramText(0), u"Wrong parameter name");
 }
@@ -405,7 +403,7 @@ TEST_F(KelmorNativeTest, failedOpenAndTestEmptyTheirOutParametersAndKeepTheReaso
     EXPECT_TRUE(open.answered);
     EXPECT_FALSE(open.result.bVal);
     EXPECT_EQ(open.params[0].vt, VTYPE_EMPTY);
-    PHostCall error = component.call(u"GetLastError", {hostEmptyValue()});
+    const PHostCall error = lastError();
     EXPECT_EQ(error.result.lVal, 2);
     EXPECT_EQ(error.paramText(0), u"Failed to create device");
 
@@ -415,8 +413,7 @@ TEST_F(KelmorNativeTest, failedOpenAndTestEmptyTheirOutParametersAndKeepTheReaso
         EXPECT_EQ(param.vt, VTYPE_PWSTR);
         EXPECT_EQ(param.wstrLen, 0u);
     }
-    EXPECT_EQ(component.call(u"GetLastError", {hostEmptyValue()}).paramText(0),
-              u"Failed to create device");
+    EXPECT_EQ(lastError().paramText(0), u"Failed to create device");
 }
 
 }

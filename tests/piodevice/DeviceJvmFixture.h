@@ -1,28 +1,197 @@
-// The device tests' VM: the JNI layer connected through the test host, the companions' native
-// methods bound to this program's devices, optional recording stand-ins for the companions, an
-// event recorder and a few Java calls.
+// The fixture of the device tests in the VM: the JNI layer connected through the test host,
+// the companions' natives bound to this program's copy of the library, class names that a
+// test may send to a recording double, an event recorder and short ways into Java.
 #pragma once
 
-#include "DeviceJvmTest.h"
+#include "../strake/Android/PJNITestFixture.h"
 #include "PEvent.h"
 #include "PIODevice.h"
 #include "PseudoTerminal.h"
 #include "WaitCounter.h"
 
 #include <gtest/gtest.h>
+#include <jni.h>
 
 #include <chrono>
 #include <condition_variable>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
+
+extern "C" {
+void Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData(JNIEnv*, jclass, jlong, jbyteArray);
+void Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreData(JNIEnv*, jclass, jlong, jbyteArray);
+void Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreError(JNIEnv*, jclass, jlong, jint, jstring);
+void Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreData(JNIEnv*, jclass, jlong, jbyteArray);
+void Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreError(JNIEnv*, jclass, jlong, jint, jstring);
+void Java_com_tavrel_piodevice_PBluetooth_PBluetoothDataSend(JNIEnv*, jclass, jlong, jbyteArray);
+void Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend(JNIEnv*, jobject, jlong, jstring);
+void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(JNIEnv*, jobject, jlong,
+                                                                            jbyteArray);
+void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString(JNIEnv*, jobject,
+                                                                              jlong, jstring);
+}
+
+namespace kelmortest {
+
+// The test host's Android helper, except for the class names it is told to answer with
+// another class.
+class RedirectingAndroidHelper : public IHostAndroidHelper {
+public:
+    jobject getActivity() override { return PHostJvm::androidHelper().getActivity(); }
+    jclass findClass(const char16_t* name) override
+    {
+        const auto found = m_redirects.find(name ? name : u"");
+        return PHostJvm::androidHelper().findClass(found == m_redirects.end() ? name
+                                                                               : found->second.c_str());
+    }
+    void redirect(const std::u16string& from, const std::u16string& to) { m_redirects[from] = to; }
+
+private:
+    std::map<std::u16string, std::u16string> m_redirects;
+};
+
+class DeviceJvmTest : public PJNITest {
+protected:
+    void SetUp() override
+    {
+        m_host.setAndroidHelper(static_cast<IHostAndroidHelper*>(&m_helper));
+        PJNITest::SetUp();
+        static const bool bound = bindNatives();
+        ASSERT_TRUE(bound);
+    }
+    void TearDown() override
+    {
+        EXPECT_TRUE(companionThreadsEnded()) << "a companion thread outlived its device";
+        PJNITest::TearDown();
+    }
+
+    // From now on the JNI layer finds the class `to` when asked for `from`.
+    void redirect(const std::u16string& from, const std::u16string& to)
+    {
+        PJNIHelper::disconnect();
+        m_helper.redirect(from, to);
+        ASSERT_TRUE(PJNIHelper::connect(&m_host));
+    }
+
+    static JNIEnv* env() { return PHostJvm::env(); }
+
+    // Local references: the test thread never returns to Java, so each is dropped once used.
+    static jstring javaString(const std::string& utf8) { return env()->NewStringUTF(utf8.c_str()); }
+    static jintArray javaInts(const std::vector<int>& values)
+    {
+        jintArray array = env()->NewIntArray(static_cast<jsize>(values.size()));
+        std::vector<jint> copy(values.begin(), values.end());
+        env()->SetIntArrayRegion(array, 0, static_cast<jsize>(copy.size()), copy.data());
+        return array;
+    }
+    static void drop(jobject ref) { dropLocal(ref); }
+
+    // Java threads that send an intent with the extra `name` and a key packet over and over;
+    // stopFloods answers whether they ended within ten seconds.
+    static void startFloods(jstring action, jstring name, jstring keyPacket)
+    {
+        callStatic(kTraffic, "startFloods",
+                   "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V", action, name,
+                   keyPacket);
+    }
+    static bool stopFloods() { return kelmortest::callStatic<bool>(kTraffic, "stopFloods", "(J)Z", jlong(10000)); }
+    static constexpr const char16_t* kTraffic = u"com.tavrel.kelmortest.DeviceTraffic";
+
+    // The recording stand-in: the next serial, socket and Bluetooth companions made are
+    // RecordingCompanions.
+    void useRecordingCompanions()
+    {
+        for (const char16_t* name : {u"SerialPort", u"TcpSocket", u"UdpSocket", u"Bluetooth"})
+            redirect(u"com.tavrel.piodevice.P" + std::u16string(name), kRecording);
+        resetRecording();
+    }
+    // RecordingCompanion's settings back to their defaults, its record emptied.
+    static void resetRecording() { callStatic(kRecording, "reset", "()V"); }
+    // RecordingCompanion's static settings and record.
+    void setRecording(const char* field, bool value)
+    {
+        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
+        env()->SetStaticBooleanField(cls, env()->GetStaticFieldID(cls, field, "Z"), jboolean(value));
+        kelmortest::javaQuiet(field);
+        drop(cls);
+    }
+    void setRecording(const char* field, const char* text)
+    {
+        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
+        jstring value = text ? javaString(text) : nullptr;
+        env()->SetStaticObjectField(cls, env()->GetStaticFieldID(cls, field, "Ljava/lang/String;"), value);
+        kelmortest::javaQuiet(field);
+        drop(value);
+        drop(cls);
+    }
+    std::string recordedCalls() { return callStatic<std::string>(kRecording, "calls", "()Ljava/lang/String;"); }
+    long long lastHandle()
+    {
+        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
+        const long long handle = env()->GetStaticLongField(cls, env()->GetStaticFieldID(cls, "lastHandle", "J"));
+        drop(cls);
+        return handle;
+    }
+    static constexpr const char16_t* kRecording = u"com.tavrel.piodevice.RecordingCompanion";
+
+    RedirectingAndroidHelper m_helper;
+
+private:
+    // The companions' natives resolve to this program's copy of the library, whose device
+    // table the tests use, not to a libkelmor.so that Java may have loaded.
+    static bool bindNatives()
+    {
+        auto method = [](const char* name, const char* signature, auto function) {
+            return JNINativeMethod{const_cast<char*>(name), const_cast<char*>(signature),
+                                   reinterpret_cast<void*>(function)};
+        };
+        const JNINativeMethod keyboard[] = {method("PKeyboardDataSend", "(JLjava/lang/String;)V",
+                                                   &Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend)};
+        const JNINativeMethod broadcast[] = {
+            method("PBroadcastReceaverSendData", "(J[B)V",
+                   &Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData),
+            method("PBroadcastReceaverSendString", "(JLjava/lang/String;)V",
+                   &Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString)};
+        const JNINativeMethod serial[] = {method("PSerialPortStoreData", "(J[B)V",
+                                                 &Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData)};
+        const JNINativeMethod tcp[] = {
+            method("PTcpSocketStoreData", "(J[B)V", &Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreData),
+            method("PTcpSocketStoreError", "(JILjava/lang/String;)V",
+                   &Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreError)};
+        const JNINativeMethod udp[] = {
+            method("PUdpSocketStoreData", "(J[B)V", &Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreData),
+            method("PUdpSocketStoreError", "(JILjava/lang/String;)V",
+                   &Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreError)};
+        const JNINativeMethod bluetooth[] = {method("PBluetoothDataSend", "(J[B)V",
+                                                    &Java_com_tavrel_piodevice_PBluetooth_PBluetoothDataSend)};
+        return bind(u"com.tavrel.piodevice.PKeyboard", keyboard, 1)
+            && bind(u"com.tavrel.piodevice.PBroadcastReceaver", broadcast, 2)
+            && bind(u"com.tavrel.piodevice.PSerialPort", serial, 1)
+            && bind(u"com.tavrel.piodevice.PTcpSocket", tcp, 2)
+            && bind(u"com.tavrel.piodevice.PUdpSocket", udp, 2)
+            && bind(u"com.tavrel.piodevice.PBluetooth", bluetooth, 1);
+    }
+    static bool bind(const char16_t* className, const JNINativeMethod* methods, int count)
+    {
+        jclass cls = PHostJvm::androidHelper().findClass(className);
+        const bool bound = cls && env()->RegisterNatives(cls, methods, count) == JNI_OK;
+        if (cls)
+            env()->DeleteLocalRef(cls);
+        return bound;
+    }
+};
+
+}
 
 namespace devicetest {
 
+using kelmortest::DeviceJvmTest;
 using kelmortest::PseudoTerminal;
 using kelmortest::companionThreadsEnded;
+using kelmortest::eventually;
 using kelmortest::registerBluetooth;
 using kelmortest::setProperty;
 using kelmortest::unregisterBluetooth;
@@ -88,64 +257,6 @@ private:
     std::condition_variable changed_;
     std::vector<std::shared_ptr<PEvent>> events_;
     std::vector<PError> errors_;
-};
-
-// Waits, polling, until the condition holds; false at the deadline. For states that only a
-// Java call can tell (a link that went down); anything that raises an event uses a WaitCounter.
-template <class Condition>
-bool eventually(Condition condition)
-{
-    const auto deadline = Clock::now() + kDeadline;
-    while (!condition()) {
-        if (Clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
-
-class DeviceJvmTest : public kelmortest::DeviceJvmTest {
-protected:
-    void TearDown() override
-    {
-        EXPECT_TRUE(companionThreadsEnded()) << "a companion thread outlived its device";
-        kelmortest::DeviceJvmTest::TearDown();
-    }
-
-    // The recording stand-ins: the next companions made are RecordingSerialPort and so on.
-    void useRecordingCompanions()
-    {
-        for (const char16_t* name : {u"SerialPort", u"TcpSocket", u"UdpSocket", u"Bluetooth"})
-            redirect(u"com.tavrel.piodevice.P" + std::u16string(name),
-                     u"com.tavrel.piodevice.Recording" + std::u16string(name));
-        callStatic(kRecording, "reset", "()V");
-    }
-    // RecordingCompanion's static settings and record.
-    void setRecording(const char* field, bool value)
-    {
-        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
-        env()->SetStaticBooleanField(cls, env()->GetStaticFieldID(cls, field, "Z"), jboolean(value));
-        kelmortest::javaQuiet(field);
-        drop(cls);
-    }
-    void setRecording(const char* field, const char* text)
-    {
-        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
-        jstring value = text ? javaString(text) : nullptr;
-        env()->SetStaticObjectField(cls, env()->GetStaticFieldID(cls, field, "Ljava/lang/String;"), value);
-        kelmortest::javaQuiet(field);
-        drop(value);
-        drop(cls);
-    }
-    std::string recordedCalls() { return callStatic<std::string>(kRecording, "calls", "()Ljava/lang/String;"); }
-    long long lastHandle()
-    {
-        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
-        const long long handle = env()->GetStaticLongField(cls, env()->GetStaticFieldID(cls, "lastHandle", "J"));
-        drop(cls);
-        return handle;
-    }
-    static constexpr const char16_t* kRecording = u"com.tavrel.piodevice.RecordingCompanion";
 };
 
 }

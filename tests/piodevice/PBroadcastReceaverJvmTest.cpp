@@ -1,19 +1,18 @@
 // Broadcast mode in the VM: intents sent on the companion's in-JVM bus reach the device as
 // one event each, every byte kept, and the device's life holds against deliveries in flight.
-#include "DeviceJvmTest.h"
+#include "DeviceJvmFixture.h"
+#include "DeviceLifeChecks.h"
 #include "PBroadcastReceaver.h"
 #include "PEvent.h"
 #include "PEventKeys.h"
-#include "WaitCounter.h"
-
-#include <android/log.h>
 
 #include <chrono>
 
 using namespace std::chrono_literals;
-using kelmortest::WaitCounter;
 
 namespace {
+
+using kelmortest::callStatic;
 
 const char16_t kReceiver[] = u"com.tavrel.piodevice.PBroadcastReceaver";
 
@@ -37,16 +36,6 @@ std::shared_ptr<PBroadcastReceaver> receiver(const char* action, const char* cat
     });
     return device;
 }
-
-// A receiver of FLOOD's data that tells when it is destroyed.
-struct Probe : PBroadcastReceaver {
-    explicit Probe(WaitCounter* destroyed) : PBroadcastReceaver("FLOOD"), gone(destroyed)
-    {
-        setFieldsDesc({PBroadcastDataField("data", PBroadcastDataField::String)});
-    }
-    ~Probe() override { gone->add(); }
-    WaitCounter* gone;
-};
 
 class PBroadcastReceaverJvmTest : public kelmortest::DeviceJvmTest {
 protected:
@@ -110,8 +99,8 @@ TEST_F(PBroadcastReceaverJvmTest, typedExtrasArriveAsOneEventEachWithEveryByteAn
 
 TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBecomeErrors)
 {
-    redirect(kReceiver, kRecorder);
-    recorderTake();
+    redirect(kReceiver, kRecording);
+    resetRecording();
     auto inputs = std::make_shared<Inputs>();
     auto device = receiver("SCAN", "C", "data", PBroadcastDataField::String, inputs);
     device->setFieldsDesc({PBroadcastDataField("raw", PBroadcastDataField::ByteArray),
@@ -121,13 +110,13 @@ TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBeco
     device->close();
     device->close();
     ASSERT_TRUE(device->open(1));
-    EXPECT_EQ(recorderTake(), "new handle\n"
+    EXPECT_EQ(recordedCalls(), "new\n"
                       "open action_name=SCAN;action_category_name=C;fields=data(9),raw(65538);\n"
                       "close\n"
                       "open action_name=SCAN;action_category_name=C;fields=data(9),raw(65538);");
 
     // The byte road: bytes as they are, with no suffix; nothing for a null array.
-    const jlong handle = std::stoll(callStatic<std::string>(kRecorder, "lastHandle", "()Ljava/lang/String;"));
+    const jlong handle = lastHandle();
     jbyteArray bytes = env()->NewByteArray(3);
     const jbyte raw[] = {'0', 29, '1'};
     env()->SetByteArrayRegion(bytes, 0, 3, raw);
@@ -138,26 +127,25 @@ TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBeco
     EXPECT_EQ(inputs->count(), 1);
     drop(bytes);
 
-    for (const char* refusal : {"false", "throw"}) {
-        recorderAnswer(refusal, false);
+    for (const bool throws : {false, true}) {
+        setRecording("openResult", throws);
+        setRecording("openThrows", throws);
         device->close();
-        EXPECT_FALSE(device->open(1)) << refusal;
+        EXPECT_FALSE(device->open(1)) << throws;
         EXPECT_FALSE(device->isOpen());
         EXPECT_EQ(device->getLastError().code(), 2);
         EXPECT_EQ(device->getLastError().message(), PString("Broadcast receiver not registered"));
         EXPECT_FALSE(env()->ExceptionCheck());
     }
-    recorderAnswer("true", true);
     device.reset();
+    setRecording("throwing", true);
     device = std::make_shared<PBroadcastReceaver>("SCAN");
     device->setFieldsDesc({PBroadcastDataField("data", PBroadcastDataField::String)});
     EXPECT_FALSE(device->open(1));
     EXPECT_EQ(device->getLastError().message(),
               PString("class com.tavrel.piodevice.PBroadcastReceaver could not be made"));
-    recorderAnswer("true", false);
+    resetRecording();
     EXPECT_TRUE(device->open(1)) << "a companion that could not be made is made again";
-    device.reset();
-    recorderTake();
 }
 
 class PBroadcastReceaverStressJvmTest : public PBroadcastReceaverJvmTest {
@@ -165,12 +153,8 @@ protected:
     void SetUp() override
     {
         PBroadcastReceaverJvmTest::SetUp();
-        m_logPriority = __android_log_get_minimum_priority();
-        __android_log_set_minimum_priority(ANDROID_LOG_WARN);
         // Warm-up: the companion's class is pinned from the first open on.
-        auto warm = receiver("FLOOD", "", "data", PBroadcastDataField::String, std::make_shared<Inputs>());
-        ASSERT_TRUE(warm->open(1));
-        warm.reset();
+        ASSERT_TRUE(m_make()->open(1));
         m_refs = PHostJvm::globalRefCount();
         jstring args[] = {javaString("FLOOD"), javaString("data")};
         startFloods(args[0], args[1], nullptr);
@@ -182,69 +166,37 @@ protected:
         EXPECT_TRUE(stopFloods());
         EXPECT_EQ(PHostJvm::globalRefCount(), m_refs) << "a companion's reference outlived its device";
         EXPECT_EQ(registeredReceivers(), 0);
-        __android_log_set_minimum_priority(m_logPriority);
         PBroadcastReceaverJvmTest::TearDown();
     }
 
+    kelmortest::QuietLog m_quiet;
     long m_refs = 0;
-    int m_logPriority = 0;
+    const kelmortest::MakeDevice m_make = [] {
+        auto device = std::make_shared<PBroadcastReceaver>("FLOOD");
+        device->setFieldsDesc({PBroadcastDataField("data", PBroadcastDataField::String)});
+        return device;
+    };
 };
 
 TEST_F(PBroadcastReceaverStressJvmTest, openStreamCloseCyclesWhileAJavaThreadSendsAsFastAsItCan)
 {
     // 10,000 cycles, or as many as 40 s allow on a slow (sanitizer) build.
-    const auto deadline = std::chrono::steady_clock::now() + 40s;
-    int cycles = 0;
-    for (; cycles < 10000 && std::chrono::steady_clock::now() < deadline; ++cycles) {
-        auto inputs = std::make_shared<Inputs>();
-        auto device = receiver("FLOOD", "", "data", PBroadcastDataField::String, inputs);
-        ASSERT_TRUE(device->open(1)) << device->getLastError().toString().toStdString();
-        ASSERT_TRUE(inputs->waitFor(1)) << "cycle " << cycles;
-        device->close();
-    }
-    EXPECT_GE(cycles, 500);
-    std::printf("%d broadcast cycles\n", cycles);
+    kelmortest::openStreamCloseCycles("broadcast", m_make, 1, nullptr, nullptr, 40s);
 }
 
 TEST_F(PBroadcastReceaverStressJvmTest, deviceClosedAndDroppedInsideItsOwnCallback)
 {
-    for (int round = 0; round < 300; ++round) {
-        WaitCounter destroyed;
-        auto device = std::make_shared<Probe>(&destroyed);
-        auto owner = std::make_shared<std::shared_ptr<Probe>>(device);
-        Probe* raw = device.get();
-        device->setCallback([raw, owner](PEvent*) {
-            raw->close();
-            owner->reset();
-        });
-        ASSERT_TRUE(device->open(1));
-        device.reset();
-        ASSERT_TRUE(destroyed.waitFor(1)) << "round " << round;
-    }
+    for (int round = 0; round < 300; ++round)
+        kelmortest::closeOrDropInsideCallback(m_make, 1, true, true);
 }
 
 TEST_F(PBroadcastReceaverStressJvmTest, deviceLetGoDuringADeliveryLivesUntilTheDeliveryEnds)
 {
     for (int round = 0; round < 100; ++round) {
-        WaitCounter inside, released, destroyed, finished;
-        auto device = std::make_shared<Probe>(&destroyed);
-        Probe* raw = device.get();
-        device->setCallback([&, raw](PEvent*) {
-            if (inside.count() > 0)
-                return;
-            inside.add();
-            ASSERT_TRUE(released.waitFor(1));
-            EXPECT_FALSE(raw->isOpen());
-            EXPECT_EQ(raw->parametersText(), PString("action_name=FLOOD;fields=data(9);"));
-            finished.add();
+        kelmortest::letGoDuringCallback(m_make, 1, true, [](PIOCustomDevice& device) {
+            EXPECT_FALSE(device.isOpen());
+            EXPECT_EQ(static_cast<PBroadcastReceaver&>(device).parametersText(),
+                      PString("action_name=FLOOD;fields=data(9);"));
         });
-        ASSERT_TRUE(device->open(1));
-        ASSERT_TRUE(inside.waitFor(1));
-        device->close();
-        device.reset();
-        EXPECT_EQ(destroyed.count(), 0) << "destroyed during its delivery";
-        released.add();
-        ASSERT_TRUE(destroyed.waitFor(1));
-        EXPECT_EQ(finished.count(), 1);
     }
 }

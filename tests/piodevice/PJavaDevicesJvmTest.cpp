@@ -2,6 +2,7 @@
 // parameter strings and error texts, companion answers that are no answer, and deliveries that
 // race with close and destruction.
 #include "DeviceJvmFixture.h"
+#include "DeviceLifeChecks.h"
 #include "PBluetooth.h"
 #include "PJavaHandles.h"
 #include "PSerialPort.h"
@@ -9,10 +10,30 @@
 #include "PUdpSocket.h"
 #include "TestSupport.h"
 
-#include <functional>
-
 namespace devicetest {
 namespace {
+
+// One device of each kind, made with an address that its companion accepts.
+struct Kind {
+    const char* name;
+    const char* javaClass;
+    kelmortest::MakeDevice make;
+};
+
+const std::vector<Kind>& kinds()
+{
+    static const std::vector<Kind> all = {
+        {"serial", PSerialPort::JavaClass, [] { return std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 8, PSerialPort::OneStop, PSerialPort::NoParity, PSerialPort::NoFlowControl); }},
+        {"tcp", PTcpSocket::JavaClass, [] { return std::make_shared<PTcpSocket>(PString("127.0.0.1"), 7000); }},
+        {"udp", PUdpSocket::JavaClass, [] {
+             auto udp = std::make_shared<PUdpSocket>();
+             udp->setAddress(PString("127.0.0.1"));
+             return udp;
+         }},
+        {"bluetooth", PBluetooth::JavaClass, [] { return std::make_shared<PBluetooth>(PString("00:11:22:33:44:55")); }},
+    };
+    return all;
+}
 
 class PJavaDevicesJvmTest : public DeviceJvmTest {
 protected:
@@ -96,15 +117,10 @@ TEST_F(PJavaDevicesJvmTest, serialPortHandsBlocksToTheCallbackAndBuffersOnlyWhen
 TEST_F(PJavaDevicesJvmTest, blockReadAsTheLinkComesUpReachesTheCallback)
 {
     setRecording("deliverOnOpen", "KEPT\r");
-    auto udp = std::make_shared<PUdpSocket>();
-    udp->setAddress(PString("127.0.0.1"));
-    const std::vector<std::shared_ptr<PIOCustomDevice>> devices{
-        std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 8, PSerialPort::OneStop,
-                                      PSerialPort::NoParity, PSerialPort::NoFlowControl),
-        std::make_shared<PTcpSocket>(PString("127.0.0.1"), 7000), udp,
-        std::make_shared<PBluetooth>(PString("00:11:22:33:44:55"))};
-    for (const auto& device : devices) {
+    for (const Kind& kind : kinds()) {
+        setRecording("deliverAs", kind.name);
         Recorder recorder;
+        const auto device = kind.make();
         device->setCallback(recorder.callback());
         ASSERT_TRUE(device->open(PIODevice::OpenRead));
         ASSERT_EQ(recorder.events().size(), 1u) << recordedCalls();
@@ -209,28 +225,6 @@ TEST_F(PJavaDevicesJvmTest, listsThatAreNoAnswerGiveNothingAndLeaveNoPendingExce
 
 // ---- deliveries against close and destruction --------------------------------------------
 
-// One device of each kind, made with an address that its companion accepts.
-struct Kind {
-    const char* name;
-    const char* javaClass;
-    std::function<std::shared_ptr<PIODevice>()> make;
-};
-
-const std::vector<Kind>& kinds()
-{
-    static const std::vector<Kind> all = {
-        {"serial", PSerialPort::JavaClass, [] { return std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 8, PSerialPort::OneStop, PSerialPort::NoParity, PSerialPort::NoFlowControl); }},
-        {"tcp", PTcpSocket::JavaClass, [] { return std::make_shared<PTcpSocket>(PString("127.0.0.1"), 7000); }},
-        {"udp", PUdpSocket::JavaClass, [] {
-             auto udp = std::make_shared<PUdpSocket>();
-             udp->setAddress(PString("127.0.0.1"));
-             return udp;
-         }},
-        {"bluetooth", PBluetooth::JavaClass, [] { return std::make_shared<PBluetooth>(PString("00:11:22:33:44:55")); }},
-    };
-    return all;
-}
-
 long PJavaDevicesJvmTest::pumpWithEveryClassPinned()
 {
     setRecording("pumping", true);
@@ -239,8 +233,6 @@ long PJavaDevicesJvmTest::pumpWithEveryClassPinned()
     return PHostJvm::globalRefCount();
 }
 
-constexpr int kCycles = 10000;
-
 // Open, let the pump deliver, close: over and over, while the pump goes as fast as it can.
 class PJavaDeviceStressJvmTest : public PJavaDevicesJvmTest,
                                  public ::testing::WithParamInterface<size_t> {};
@@ -248,25 +240,10 @@ class PJavaDeviceStressJvmTest : public PJavaDevicesJvmTest,
 TEST_P(PJavaDeviceStressJvmTest, openStreamCloseCyclesLeakNothing)
 {
     const Kind& kind = kinds()[GetParam()];
-    setRecording("pumping", true);
-    ASSERT_TRUE(PJNIHelper::getClass(PString(kind.javaClass)).isValid());  // pinned for the connection
-    const long globalRefs = PHostJvm::globalRefCount();
+    setRecording("deliverAs", kind.name);
+    const long globalRefs = pumpWithEveryClassPinned();
     const size_t handles = PJavaHandles::count();
-    // Shared with the callbacks: a delivery that began before a close may end after it, and
-    // after this test's frame.
-    const auto events = std::make_shared<kelmortest::WaitCounter>();
-    const auto deadline = Clock::now() + kelmortest::kStressTime;
-    int cycle = 0;
-    for (; cycle < kCycles && Clock::now() < deadline; ++cycle) {
-        auto device = kind.make();
-        device->setCallback([events](PEvent*) { events->add(); });
-        const long before = events->count();
-        ASSERT_TRUE(device->open(PIODevice::OpenReadWrite));
-        ASSERT_TRUE(events->waitFor(before + 1));
-        device->close();
-    }
-    EXPECT_GE(cycle, 500);
-    std::printf("%d %s cycles\n", cycle, kind.name);
+    kelmortest::openStreamCloseCycles(kind.name, kind.make, PIODevice::OpenReadWrite);
     EXPECT_TRUE(companionThreadsEnded());
     EXPECT_EQ(PJavaHandles::count(), handles);
     EXPECT_EQ(PHostJvm::globalRefCount(), globalRefs);
@@ -280,30 +257,10 @@ TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceFromInsideItsCallback)
     const long globalRefs = pumpWithEveryClassPinned();
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
+        setRecording("deliverAs", kind.name);
         for (bool drop : {false, true}) {
-            std::mutex mutex;  // guards owner
-            std::shared_ptr<PIODevice> owner = kind.make();
-            std::weak_ptr<PIODevice> watched = owner;
-            PIODevice* raw = owner.get();
-            kelmortest::WaitCounter calls;
-            owner->setCallback([&, raw, drop](PEvent*) {
-                calls.add();
-                if (drop) {
-                    std::lock_guard<std::mutex> lock(mutex);
-                    owner.reset();
-                } else {
-                    raw->close();
-                }
-            });
-            ASSERT_TRUE(owner->open(PIODevice::OpenReadWrite));
-            ASSERT_TRUE(calls.waitFor(1));
-            if (drop) {
-                EXPECT_TRUE(eventually([&] { return watched.expired(); }));
-            }
-            EXPECT_TRUE(companionThreadsEnded());
-            EXPECT_EQ(calls.count(), 1) << "nothing more reaches a closed device";
-            std::lock_guard<std::mutex> lock(mutex);
-            owner.reset();
+            kelmortest::closeOrDropInsideCallback(kind.make, PIODevice::OpenReadWrite, !drop, drop,
+                                                  [] { EXPECT_TRUE(companionThreadsEnded()); });
         }
     }
     EXPECT_EQ(PHostJvm::globalRefCount(), globalRefs);
@@ -314,31 +271,8 @@ TEST_F(PJavaDevicesJvmTest, deviceDroppedDuringADeliveryGoesWhenTheDeliveryEnds)
     const long globalRefs = pumpWithEveryClassPinned();
     for (const Kind& kind : kinds()) {
         SCOPED_TRACE(kind.name);
-        std::mutex mutex;  // guards inside and release
-        std::condition_variable changed;
-        bool inside = false;
-        bool release = false;
-        std::shared_ptr<PIODevice> device = kind.make();
-        std::weak_ptr<PIODevice> watched = device;
-        device->setCallback([&](PEvent*) {
-            std::unique_lock<std::mutex> lock(mutex);
-            inside = true;
-            changed.notify_all();
-            changed.wait_until(lock, Clock::now() + kDeadline, [&] { return release; });
-        });
-        ASSERT_TRUE(device->open(PIODevice::OpenReadWrite));
-        {
-            std::unique_lock<std::mutex> lock(mutex);
-            ASSERT_TRUE(changed.wait_until(lock, Clock::now() + kDeadline, [&] { return inside; }));
-        }
-        device.reset();  // the host lets go while the delivery is inside the callback
-        EXPECT_FALSE(watched.expired());
-        {
-            std::lock_guard<std::mutex> lock(mutex);
-            release = true;
-            changed.notify_all();
-        }
-        EXPECT_TRUE(eventually([&] { return watched.expired(); }));
+        setRecording("deliverAs", kind.name);
+        kelmortest::letGoDuringCallback(kind.make, PIODevice::OpenReadWrite, false);
         EXPECT_TRUE(companionThreadsEnded());
     }
     EXPECT_EQ(PHostJvm::globalRefCount(), globalRefs);

@@ -1,25 +1,18 @@
 // Tests of the keyboard service and the keyboard device with a recording companion in place
 // of the Java one: start and stop, the tick and its reply, failures, and the device's life
 // against the timer under load.
+#include "DeviceLifeChecks.h"
 #include "PEvent.h"
 #include "PEventKeys.h"
 #include "PJavaHandles.h"
 #include "PKeyboard.h"
 #include "PKeyboardIOQueueService.h"
-#include "TestSupport.h"
-#include "WaitCounter.h"
 
-#include <android/log.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
-#include <cstdio>
 #include <mutex>
 #include <thread>
-
-using kelmortest::WaitCounter;
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -67,19 +60,9 @@ PKeyboardIOQueueService& service()
     return PKeyboardIOQueueService::getInstance();
 }
 
-// A device that tells when it is destroyed.
-struct ProbeKeyboard : PKeyboard {
-    ~ProbeKeyboard() override
-    {
-        if (destroyed)
-            destroyed->add();
-    }
-    WaitCounter* destroyed = nullptr;
-};
-
-std::shared_ptr<ProbeKeyboard> keyboard(int timeout, PIODevice::Callback callback = nullptr)
+std::shared_ptr<PKeyboard> keyboard(int timeout, PIODevice::Callback callback = nullptr)
 {
-    auto device = std::make_shared<ProbeKeyboard>();
+    auto device = std::make_shared<PKeyboard>();
     device->setParameter("timeout", PVariant(timeout));
     device->setCallback(std::move(callback));
     return device;
@@ -249,9 +232,6 @@ protected:
     void SetUp() override
     {
         PKeyboardIOQueueServiceTest::SetUp();
-        // Each packet goes to the system log; a million of them would drown the output.
-        m_logPriority = __android_log_get_minimum_priority();
-        __android_log_set_minimum_priority(ANDROID_LOG_WARN);
         m_feeder = std::thread([this] {
             while (!m_stop)
                 PKeyboardIOQueueService::deliverPacket(service().javaHandle(), "29:1:QQ==;29:0:QQ==");
@@ -261,95 +241,49 @@ protected:
     {
         m_stop = true;
         m_feeder.join();
-        __android_log_set_minimum_priority(m_logPriority);
+        anchor->close();
         PKeyboardIOQueueServiceTest::TearDown();
     }
 
+    kelmortest::QuietLog m_quiet;
     std::atomic<bool> m_stop{false};
     std::thread m_feeder;
-    int m_logPriority = 0;
+    // Shares the timer with the device under test, so that its close may or may not stop it.
+    std::shared_ptr<PKeyboard> anchor = keyboard(1);
+    const kelmortest::MakeDevice m_make = [] { return keyboard(1); };
 };
 
 TEST_F(PKeyboardIOQueueServiceStressTest, openStreamCloseCyclesWhileTheFeederDelivers)
 {
-    // Most cycles share the timer with an anchor device; every tenth starts and stops it.
-    auto anchor = keyboard(1);
-    const auto deadline = std::chrono::steady_clock::now() + kelmortest::kStressTime;
-    int cycles = 0;
-    for (; cycles < 10000 && std::chrono::steady_clock::now() < deadline; ++cycles) {
-        const bool alone = cycles % 10 == 0;
-        if (alone) {
+    // Most cycles share the timer with the anchor; every tenth starts and stops it.
+    kelmortest::openStreamCloseCycles("keyboard service", m_make, 1, kelmortest::carriesKeys, [this](int cycle) {
+        if (cycle % 10 == 0)
             anchor->close();
-        } else if (!anchor->isOpen()) {
+        else if (!anchor->isOpen()) {
             ASSERT_TRUE(anchor->open(1));
         }
-        // Shared: a tick that took the device before the close may still call it after.
-        auto streamed = std::make_shared<WaitCounter>();
-        auto device = keyboard(1, [streamed](PEvent* event) {
-            if (messageCount(event) > 0)
-                streamed->add();
-        });
-        ASSERT_TRUE(device->open(1)) << device->getLastError().toString().toStdString();
-        ASSERT_TRUE(streamed->waitFor(1)) << "cycle " << cycles;
-        device->close();
-    }
-    anchor->close();
-    EXPECT_GE(cycles, 500);
-    RecordProperty("cycles", cycles);
-    std::printf("%d cycles\n", cycles);
+    });
 }
 
 TEST_F(PKeyboardIOQueueServiceStressTest, deviceClosedAndDroppedInsideItsOwnCallback)
 {
-    auto anchor = keyboard(1);
+    // Every other round the device is the only one: its close stops the timer it runs on.
     for (int round = 0; round < 300; ++round) {
-        // Every other round the device is the only one: its close stops the timer it runs on.
         if (round % 2 == 0) {
             ASSERT_TRUE(anchor->open(1));
         }
-        WaitCounter destroyed;
-        auto device = keyboard(1);
-        device->destroyed = &destroyed;
-        auto owner = std::make_shared<std::shared_ptr<ProbeKeyboard>>(device);
-        PKeyboard* raw = device.get();
-        device->setCallback([raw, owner](PEvent*) {
-            raw->close();
-            owner->reset();
-        });
-        ASSERT_TRUE(device->open(1));
-        device.reset();
-        ASSERT_TRUE(destroyed.waitFor(1)) << "round " << round;
+        kelmortest::closeOrDropInsideCallback(m_make, 1, true, true);
         anchor->close();
     }
 }
 
 TEST_F(PKeyboardIOQueueServiceStressTest, deviceLetGoDuringItsCallbackLivesUntilTheCallbackEnds)
 {
-    auto anchor = keyboard(1);
     ASSERT_TRUE(anchor->open(1));
     for (int round = 0; round < 100; ++round) {
-        WaitCounter inside, released, destroyed, finished;
-        auto device = keyboard(1);
-        device->destroyed = &destroyed;
-        ProbeKeyboard* raw = device.get();
-        device->setCallback([&, raw](PEvent*) {
-            if (inside.count() > 0)
-                return;
-            inside.add();
-            ASSERT_TRUE(released.waitFor(1));
-            // The host has closed and dropped the device: it must still be whole here.
-            EXPECT_EQ(raw->parameter("timeout").toInt(), 1);
-            EXPECT_FALSE(raw->isOpen());
-            finished.add();
+        kelmortest::letGoDuringCallback(m_make, 1, true, [](PIOCustomDevice& device) {
+            EXPECT_EQ(device.parameter("timeout").toInt(), 1);
+            EXPECT_FALSE(device.isOpen());
         });
-        ASSERT_TRUE(device->open(1));
-        ASSERT_TRUE(inside.waitFor(1));
-        device->close();
-        device.reset();
-        EXPECT_EQ(destroyed.count(), 0) << "destroyed while its callback ran";
-        released.add();
-        ASSERT_TRUE(destroyed.waitFor(1));
-        EXPECT_EQ(finished.count(), 1);
     }
-    anchor->close();
 }

@@ -1,21 +1,16 @@
 // Keyboard mode in the VM: key events given to the Java companion reach open keyboard devices
 // on the service's timer and come out of the keyboard processor as the scanned code.
-#include "DeviceJvmTest.h"
+#include "DeviceJvmFixture.h"
+#include "DeviceLifeChecks.h"
 #include "PEvent.h"
 #include "PEventKeys.h"
 #include "PKeyboard.h"
 #include "PKeyboardIOQueueService.h"
 #include "PKeyboardInputProcessor.h"
-#include "TestSupport.h"
-#include "WaitCounter.h"
-
-#include <android/log.h>
-
-#include <chrono>
-
-using namespace std::chrono_literals;
 
 namespace {
+
+using kelmortest::callStatic;
 
 const char16_t kKeyboard[] = u"com.tavrel.piodevice.PKeyboard";
 
@@ -102,40 +97,41 @@ TEST_F(PKeyboardJvmTest, keyEventsFromJavaReachAnOpenDeviceOnTheTimerAsTheScanne
 
 TEST_F(PKeyboardJvmTest, companionGetsExactSettingsAndItsRefusalsBecomeErrors)
 {
-    redirect(kKeyboard, kRecorder);
-    recorderTake();
+    redirect(kKeyboard, kRecording);
+    resetRecording();
     auto device = std::make_shared<PKeyboard>();
     device->setParameter("timeout", PVariant(1000));
     ASSERT_TRUE(device->open(1));
     device->close();
-    EXPECT_EQ(recorderTake(), "new handle\nopen timeout=0;ignore_state=0;gs1symbolkey=0000008a;\nclose");
+    EXPECT_EQ(recordedCalls(), "new\nopen timeout=0;ignore_state=0;gs1symbolkey=0000008a;\nclose");
+    resetRecording();
 
     // A refusal or an exception from open is an error; the companion is asked again later.
-    for (const char* refusal : {"false", "throw"}) {
-        recorderAnswer(refusal, false);
+    for (const bool throws : {false, true}) {
+        setRecording("openResult", throws);
+        setRecording("openThrows", throws);
         EXPECT_FALSE(device->open(1));
-        EXPECT_EQ(device->getLastError().code(), 2) << refusal;
+        EXPECT_EQ(device->getLastError().code(), 2) << throws;
         EXPECT_EQ(device->getLastError().message(), PString("Keyboard companion refused to open"));
         EXPECT_FALSE(env()->ExceptionCheck());
         EXPECT_FALSE(PKeyboardIOQueueService::getInstance().isRunning());
     }
-    recorderAnswer("true", false);
+    setRecording("openThrows", false);
     ASSERT_TRUE(device->open(1));
     device->close();
-    const std::string log = recorderTake();
+    const std::string log = recordedCalls();
     EXPECT_EQ(log.find("new"), log.rfind("new")) << "the refused companion is asked again";
 
-    recorderAnswer("true", true);
+    setRecording("throwing", true);
     EXPECT_FALSE(device->open(1));
     EXPECT_EQ(device->getLastError().message(),
               PString("class com.tavrel.piodevice.PKeyboard could not be made"));
-    recorderTake();
+    resetRecording();
 }
 
 TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCan)
 {
-    const int logPriority = __android_log_get_minimum_priority();
-    __android_log_set_minimum_priority(ANDROID_LOG_WARN);  // one log line per packet otherwise
+    kelmortest::QuietLog quiet;
     Wired anchor(1);
     ASSERT_TRUE(anchor.device->open(1));
     anchor.device->close();
@@ -143,32 +139,22 @@ TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCa
 
     jstring packet = javaString("29:1:QQ==");
     startFloods(nullptr, nullptr, packet);
-    const auto deadline = std::chrono::steady_clock::now() + kelmortest::kStressTime;
-    int cycles = 0;
-    for (; cycles < 10000 && std::chrono::steady_clock::now() < deadline; ++cycles) {
-        // Every tenth cycle the device is alone, and its companion comes and goes with it.
-        if (cycles % 10 == 0) {
-            anchor.device->close();
-        } else if (!anchor.device->isOpen()) {
-            ASSERT_TRUE(anchor.device->open(1));
-        }
-        auto streamed = std::make_shared<kelmortest::WaitCounter>();
+    // Every tenth cycle the device is alone, and its companion comes and goes with it.
+    const kelmortest::MakeDevice make = [] {
         auto device = std::make_shared<PKeyboard>();
         device->setParameter("timeout", PVariant(1));
-        device->setCallback([streamed](PEvent* event) {
-            if (!event->value(PEventKeys::KeyboardInputKey()).toByteArray().isEmpty())
-                streamed->add();
-        });
-        ASSERT_TRUE(device->open(1)) << device->getLastError().toString().toStdString();
-        ASSERT_TRUE(streamed->waitFor(1)) << "cycle " << cycles;
-        device->close();
-    }
+        return device;
+    };
+    kelmortest::openStreamCloseCycles("keyboard", make, 1, kelmortest::carriesKeys, [&](int cycle) {
+        if (cycle % 10 == 0)
+            anchor.device->close();
+        else if (!anchor.device->isOpen()) {
+            ASSERT_TRUE(anchor.device->open(1));
+        }
+    });
     anchor.device->close();
     EXPECT_TRUE(stopFloods());
     drop(packet);
-    __android_log_set_minimum_priority(logPriority);
-    EXPECT_GE(cycles, 500);
-    std::printf("%d keyboard cycles\n", cycles);
     EXPECT_EQ(PHostJvm::globalRefCount(), refs);
     EXPECT_EQ(openCompanions(), 0);
 }

@@ -1,11 +1,13 @@
 // WaitCounter: a count that one thread raises and another waits on with a deadline, so that a
-// test waits for what it expects instead of sleeping and hoping; TextLog, texts counted so.
+// test waits for what it expects instead of sleeping and hoping; TextLog, texts counted so;
+// eventually, for states that only polling can tell.
 #pragma once
 
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace kelmortest {
@@ -59,5 +61,20 @@ private:
     mutable std::mutex m_textsMutex;  // guards m_texts
     std::vector<std::string> m_texts;
 };
+
+// Waits, polling, until the condition holds; false after ten seconds. For states that only a
+// call can tell (a link that went down, a device that went); anything that raises an event
+// uses a WaitCounter.
+template <class Condition>
+bool eventually(Condition condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
 
 }

@@ -9,15 +9,17 @@ import java.util.ArrayList;
 import java.util.List;
 
 /**
- * Each subclass stands for one companion class and delivers through that class's native
- * method. Settings are static and read on every call; reset() restores the defaults.
+ * It stands for any companion class, and delivers through the native method of the one that
+ * deliverAs names when it is made. Settings are static and read on every call; reset()
+ * restores the defaults.
  * With pumping on, open starts a thread that delivers pumpBlock as fast as it can until close.
  */
-public abstract class RecordingCompanion {
+public class RecordingCompanion {
     private static final List<String> calls = new ArrayList<>(); // guarded by itself
     public static volatile boolean openResult = true;
     public static volatile String errorMessage = "";
     public static volatile boolean throwing = false;
+    public static volatile boolean openThrows = false;
     public static volatile boolean pumping = false;
     public static volatile byte[] pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
     /** The answer of the static lists; null is answered as null. */
@@ -27,12 +29,20 @@ public abstract class RecordingCompanion {
     public static volatile boolean listThrows = false;
     /** A block that open delivers before it returns, as a reader that finds data at once. */
     public static volatile String deliverOnOpen = null;
+    /** Whose native method delivers: "serial", "tcp", "udp", "bluetooth", or none. */
+    public static volatile String deliverAs = "";
 
-    protected final long handle;
+    private interface Delivery {
+        void deliver(long handle, byte[] data);
+    }
+
+    private final long handle;
+    private final Delivery delivery;
     private volatile boolean open;
 
-    protected RecordingCompanion(Activity activity, long handle) {
+    public RecordingCompanion(Activity activity, long handle) {
         this.handle = handle;
+        this.delivery = delivery(deliverAs);
         lastHandle = handle;
         record("new");
     }
@@ -44,6 +54,8 @@ public abstract class RecordingCompanion {
         openResult = true;
         errorMessage = "";
         throwing = false;
+        openThrows = false;
+        deliverAs = "";
         pumping = false;
         pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
         listAnswer = "";
@@ -66,11 +78,29 @@ public abstract class RecordingCompanion {
             throw new IllegalStateException("refused: " + call);
     }
 
-    /** The native delivery of the class this stands for. */
-    protected abstract void deliver(byte[] data);
+    private static Delivery delivery(String kind) {
+        switch (kind) {
+        case "serial":
+            return PSerialPort::PSerialPortStoreData;
+        case "tcp":
+            return PTcpSocket::PTcpSocketStoreData;
+        case "udp":
+            return PUdpSocket::PUdpSocketStoreData;
+        case "bluetooth":
+            return PBluetooth::PBluetoothDataSend;
+        default:
+            return (handle, data) -> {};
+        }
+    }
+
+    private void deliver(byte[] data) {
+        delivery.deliver(handle, data);
+    }
 
     public boolean open(String parameters) {
         record("open " + parameters);
+        if (openThrows)
+            throw new IllegalStateException("open refused");
         open = openResult;
         String early = deliverOnOpen;
         if (open && early != null)

@@ -1,0 +1,129 @@
+// Life-cycle checks that every device kind must pass, shared by the device tests: open, stream
+// and close over and over; a device that its own callback closes and lets go; a device let go
+// while its callback runs. Each takes a maker of the device under test.
+#pragma once
+
+#include "PEvent.h"
+#include "PEventKeys.h"
+#include "PIODevice.h"
+#include "TestSupport.h"
+#include "WaitCounter.h"
+
+#include <android/log.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <memory>
+
+namespace kelmortest {
+
+using MakeDevice = std::function<std::shared_ptr<PIOCustomDevice>()>;
+
+// Keeps the log at warnings for a scope: a flood would write a line per packet.
+class QuietLog {
+public:
+    QuietLog() : m_priority(__android_log_get_minimum_priority())
+    {
+        __android_log_set_minimum_priority(ANDROID_LOG_WARN);
+    }
+    ~QuietLog() { __android_log_set_minimum_priority(m_priority); }
+
+private:
+    int m_priority;
+};
+
+// For keyboard devices, which raise an event at every tick: whether the tick carried keys.
+inline bool carriesKeys(PEvent* event)
+{
+    return !event->value(PEventKeys::KeyboardInputKey()).toByteArray().isEmpty();
+}
+
+// Opens a device, waits for its first event that `counts` (any, without it) and closes it,
+// 10,000 times or as many as `limit` allows, and at least 500; `before` runs ahead of each cycle.
+inline void openStreamCloseCycles(const char* name, const MakeDevice& make, int flags,
+                                  const std::function<bool(PEvent*)>& counts = nullptr,
+                                  const std::function<void(int)>& before = nullptr,
+                                  std::chrono::seconds limit = kStressTime)
+{
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    int cycles = 0;
+    for (; cycles < 10000 && std::chrono::steady_clock::now() < deadline; ++cycles) {
+        if (before)
+            before(cycles);
+        // Shared: a delivery that took the device before the close may still call it after.
+        auto streamed = std::make_shared<WaitCounter>();
+        const std::shared_ptr<PIOCustomDevice> device = make();
+        device->setCallback([streamed, counts](PEvent* event) {
+            if (!counts || counts(event))
+                streamed->add();
+        });
+        ASSERT_TRUE(device->open(flags)) << device->getLastError().toString().toStdString();
+        ASSERT_TRUE(streamed->waitFor(1)) << name << " cycle " << cycles;
+        device->close();
+    }
+    EXPECT_GE(cycles, 500);
+    std::printf("%d %s cycles\n", cycles, name);
+}
+
+// The callback closes the device, or lets its last reference go, or both: the delivery under
+// way touches nothing freed (ASan watches) and a dropped device goes. Given `settle`, which waits
+// until the device's deliveries have ended, no other delivery may have reached it.
+inline void closeOrDropInsideCallback(const MakeDevice& make, int flags, bool close, bool drop,
+                                      const std::function<void()>& settle = nullptr)
+{
+    std::shared_ptr<PIOCustomDevice> device = make();
+    const std::weak_ptr<PIOCustomDevice> watched = device;
+    auto owner = std::make_shared<std::shared_ptr<PIOCustomDevice>>(drop ? device : nullptr);
+    const auto calls = std::make_shared<WaitCounter>();
+    PIOCustomDevice* raw = device.get();
+    device->setCallback([raw, owner, calls, close](PEvent*) {
+        calls->add();
+        if (close)
+            raw->close();
+        owner->reset();
+    });
+    ASSERT_TRUE(device->open(flags)) << device->getLastError().toString().toStdString();
+    if (drop)
+        device.reset();
+    ASSERT_TRUE(calls->waitFor(1));
+    if (drop) {
+        EXPECT_TRUE(eventually([&] { return watched.expired(); }));
+    }
+    if (settle) {
+        settle();
+        EXPECT_EQ(calls->count(), 1) << "a delivery reached a closed or dropped device";
+    }
+}
+
+// The host lets the device go (closing it first when asked) while its callback runs: the device
+// stays whole until the callback returns, and `whole` checks it from inside; then it goes.
+inline void letGoDuringCallback(const MakeDevice& make, int flags, bool closeFirst,
+                                const std::function<void(PIOCustomDevice&)>& whole = nullptr)
+{
+    WaitCounter inside, released, finished;
+    std::shared_ptr<PIOCustomDevice> device = make();
+    const std::weak_ptr<PIOCustomDevice> watched = device;
+    PIOCustomDevice* raw = device.get();
+    device->setCallback([&, raw](PEvent*) {
+        if (inside.count() > 0)
+            return;
+        inside.add();
+        ASSERT_TRUE(released.waitFor(1));
+        if (whole)
+            whole(*raw);
+        finished.add();
+    });
+    ASSERT_TRUE(device->open(flags));
+    ASSERT_TRUE(inside.waitFor(1));
+    if (closeFirst)
+        device->close();
+    device.reset();
+    EXPECT_FALSE(watched.expired()) << "destroyed while its callback ran";
+    released.add();
+    EXPECT_TRUE(eventually([&] { return watched.expired(); }));
+    EXPECT_EQ(finished.count(), 1);
+}
+
+}
