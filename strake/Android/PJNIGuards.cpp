@@ -14,6 +14,19 @@ void clearPending(JNIEnv* env)
 
 }
 
+// ---- PJNILocalFrame -------------------------------------------------------------------------
+
+PJNILocalFrame::PJNILocalFrame(JNIEnv* env, jint capacity) noexcept
+    : m_env(env && env->PushLocalFrame(capacity) == 0 ? env : nullptr)
+{
+}
+
+jobject PJNILocalFrame::pop(jobject kept) noexcept
+{
+    JNIEnv* env = std::exchange(m_env, nullptr);
+    return env ? env->PopLocalFrame(kept) : nullptr;
+}
+
 // ---- PJNILocalRef ---------------------------------------------------------------------------
 
 PJNILocalRef& PJNILocalRef::operator=(PJNILocalRef&& other) noexcept

@@ -48,6 +48,26 @@ private:
     jobject m_ref = nullptr;
 };
 
+// A local frame of its own for a stretch of JNI calls: every local reference made inside it
+// goes when the frame is popped, also those that the VM itself leaves behind. pop() hands one
+// reference over to the enclosing frame; the owner pops the frame, keeping nothing, when it
+// goes. Thread-bound like the references it holds.
+class PJNILocalFrame {
+public:
+    PJNILocalFrame(JNIEnv* env, jint capacity) noexcept;
+    PJNILocalFrame(const PJNILocalFrame&) = delete;
+    PJNILocalFrame& operator=(const PJNILocalFrame&) = delete;
+    ~PJNILocalFrame() { pop(nullptr); }
+
+    // False when the VM refused the frame (its out-of-memory error is then pending).
+    explicit operator bool() const { return m_env != nullptr; }
+    // Pops the frame; the answer is a reference to `kept` in the enclosing frame (or null).
+    jobject pop(jobject kept) noexcept;
+
+private:
+    JNIEnv* m_env;
+};
+
 // A global reference, usable on any thread, deleted when the owner goes (with the env of the
 // thread that drops it; without one, the reference is left to the VM).
 class PJNIGlobalRef {

@@ -256,7 +256,16 @@ PJNIClassObjectPtr PJNIHelper::createClassObj(const PString& className, const ch
                 clearPending(env);
                 P_JNI_THROW(PError::GeneralFailure, PString("method <init> not fount"));
             }
-            const PJNILocalRef local(env, env->NewObjectV(jcls, constructor, args));
+            // A constructor that throws leaves the VM's reference to the object it was making
+            // in the caller's frame; on a thread that never returns to Java it would stay for
+            // good, so the object is made in a frame of its own.
+            PJNILocalFrame frame(env, 1);
+            if (!frame) {
+                clearPending(env);
+                P_JNI_THROW(PError::GeneralFailure, PString("no room for a local frame"));
+            }
+            jobject made = env->NewObjectV(jcls, constructor, args);
+            const PJNILocalRef local(env, frame.pop(made));
             // A constructor that threw leaves no object: the handle is made, but invalid.
             clearPending(env);
             PJNIHelperInternalData entry;

@@ -54,6 +54,12 @@ protected:
     // Companions pump as fast as they can, with every kind's class pinned for the connection;
     // the global references held then.
     long pumpWithEveryClassPinned();
+    // The VM's count of global references comes down to `limit`: it moves by one now and then
+    // on its own (the JDK's own references), so a leak is a count that stays above.
+    static bool globalRefsSettleAtMost(long limit)
+    {
+        return kelmortest::eventually([&] { return PHostJvm::globalRefCount() <= limit; });
+    }
 };
 
 TEST_F(PJavaDevicesJvmTest, serialPortSendsItsSettingsOnceAndKeepsItsCompanion)
@@ -219,7 +225,10 @@ TEST_F(PJavaDevicesJvmTest, listsThatAreNoAnswerGiveNothingAndLeaveNoPendingExce
     setRecording("throwing", true);
     auto port = std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 8, PSerialPort::OneStop,
                                               PSerialPort::NoParity, PSerialPort::NoFlowControl);
-    EXPECT_FALSE(port->open(PIODevice::OpenRead)) << "a companion whose constructor throws";
+    // More times than a native frame has room for local references: the VM keeps one for each
+    // object whose constructor threw, and this thread never returns to Java to drop them.
+    for (int attempt = 0; attempt < 40; ++attempt)
+        ASSERT_FALSE(port->open(PIODevice::OpenRead)) << "a companion whose constructor throws";
     EXPECT_FALSE(PHostJvm::env()->ExceptionCheck());
 }
 
@@ -246,7 +255,7 @@ TEST_P(PJavaDeviceStressJvmTest, openStreamCloseCyclesLeakNothing)
     kelmortest::openStreamCloseCycles(kind.name, kind.make, PIODevice::OpenReadWrite);
     EXPECT_TRUE(companionThreadsEnded());
     EXPECT_EQ(PJavaHandles::count(), handles);
-    EXPECT_EQ(PHostJvm::globalRefCount(), globalRefs);
+    EXPECT_TRUE(globalRefsSettleAtMost(globalRefs));
 }
 
 INSTANTIATE_TEST_SUITE_P(EachDevice, PJavaDeviceStressJvmTest, ::testing::Range<size_t>(0, 4),
@@ -263,7 +272,7 @@ TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceFromInsideItsCallback)
                                                   [] { EXPECT_TRUE(companionThreadsEnded()); });
         }
     }
-    EXPECT_EQ(PHostJvm::globalRefCount(), globalRefs);
+    EXPECT_TRUE(globalRefsSettleAtMost(globalRefs));
 }
 
 TEST_F(PJavaDevicesJvmTest, deviceDroppedDuringADeliveryGoesWhenTheDeliveryEnds)
@@ -275,7 +284,7 @@ TEST_F(PJavaDevicesJvmTest, deviceDroppedDuringADeliveryGoesWhenTheDeliveryEnds)
         kelmortest::letGoDuringCallback(kind.make, PIODevice::OpenReadWrite, false);
         EXPECT_TRUE(companionThreadsEnded());
     }
-    EXPECT_EQ(PHostJvm::globalRefCount(), globalRefs);
+    EXPECT_TRUE(globalRefsSettleAtMost(globalRefs));
 }
 
 }

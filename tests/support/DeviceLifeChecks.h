@@ -77,9 +77,14 @@ inline void closeOrDropInsideCallback(const MakeDevice& make, int flags, bool cl
     const std::weak_ptr<PIOCustomDevice> watched = device;
     auto owner = std::make_shared<std::shared_ptr<PIOCustomDevice>>(drop ? device : nullptr);
     const auto calls = std::make_shared<WaitCounter>();
+    // The first delivery may come while open() is still under way: the callback acts once the
+    // test has let go of its own reference, so that what it does is the whole of the host's.
+    const auto handedOver = std::make_shared<WaitCounter>();
     PIOCustomDevice* raw = device.get();
-    device->setCallback([raw, owner, calls, close](PEvent*) {
+    device->setCallback([raw, owner, calls, handedOver, close](PEvent*) {
         calls->add();
+        if (!handedOver->waitFor(1))
+            return;
         if (close)
             raw->close();
         owner->reset();
@@ -87,6 +92,7 @@ inline void closeOrDropInsideCallback(const MakeDevice& make, int flags, bool cl
     ASSERT_TRUE(device->open(flags)) << device->getLastError().toString().toStdString();
     if (drop)
         device.reset();
+    handedOver->add();
     ASSERT_TRUE(calls->waitFor(1));
     if (drop) {
         EXPECT_TRUE(eventually([&] { return watched.expired(); }));
