@@ -3,20 +3,22 @@
 
 #include "PEventKeys.h"
 #include "PLockedMap.h"
+#include "PPublished.h"
 #include "StrakeText.h"
 
 #include <atomic>
 #include <mutex>
 
 struct PInputProcessorPrivate {
-    // Guards both callbacks, and is held while a callback runs.
+    // Guards the debug handler's replacement.
     mutable std::mutex lock;
     // Under a lock of its own, so that a callback may read the parameters.
     PLockedMap parameters;
     // Counts the writes to parameters; bumped after each write.
     std::atomic<uint64_t> parameterGeneration{0};
-    PInputProcessor::Callback callback;
-    PInputProcessor::ErrorCallback errorCallback;
+    // Read by every message without a lock or a count; replaced ones stay until the end.
+    PPublished<PInputProcessor::Callback> callback;
+    PPublished<PInputProcessor::ErrorCallback> errorCallback;
     // Read on the device thread without the lock; swapped whole by atomic shared_ptr access.
     std::shared_ptr<const PInputProcessor::DebugMessageHandler> debugHandler;
     // Whether debugHandler may be set: without a log, reading it takes no lock. (The atomic
@@ -30,8 +32,6 @@ PInputProcessor::~PInputProcessor()
 {
     d->hasDebugHandler = false;
     std::atomic_store(&d->debugHandler, std::shared_ptr<const DebugMessageHandler>());
-    d->errorCallback = nullptr;
-    d->callback = nullptr;
 }
 
 void PInputProcessor::processInput(PEvent* event)
@@ -49,18 +49,16 @@ void PInputProcessor::processInput(PEvent* event)
                          << strake::string2hex(input, " ", "0x") << " : "
                          << strake::raw2Base64(input);
     }
-    std::lock_guard<std::mutex> guard(d->lock);
-    if (d->callback)
-        d->callback(event);
+    if (const Callback& callback = d->callback.get())
+        callback(event);
 }
 
 void PInputProcessor::processError(const PError& error)
 {
     if (auto handler = debugHandler())
         pDebug(*handler) << "PInputProcessor::processError" << error.toString().toStdString();
-    std::lock_guard<std::mutex> guard(d->lock);
-    if (d->errorCallback)
-        d->errorCallback(error);
+    if (const ErrorCallback& callback = d->errorCallback.get())
+        callback(error);
 }
 
 void PInputProcessor::setParameter(const PString& name, const PVariant& value)
@@ -76,17 +74,12 @@ PVariant PInputProcessor::parameter(const PString& name, const PVariant& fallbac
 
 void PInputProcessor::setCallback(Callback callback)
 {
-    std::lock_guard<std::mutex> guard(d->lock);
-    d->callback.swap(callback);
-    // The old function dies here, under the lock, as the swap promised.
-    callback = nullptr;
+    d->callback.set(std::move(callback));
 }
 
 void PInputProcessor::setErrorCallback(ErrorCallback callback)
 {
-    std::lock_guard<std::mutex> guard(d->lock);
-    d->errorCallback.swap(callback);
-    callback = nullptr;
+    d->errorCallback.set(std::move(callback));
 }
 
 void PInputProcessor::setDebugMessageHandler(DebugMessageHandler handler)

@@ -18,11 +18,11 @@ struct PInputProcessorPrivate;
 // event to the base processInput, which calls the input callback.
 // An object with identity: not copyable; owned by its Device.
 // Thread-safety: the parameters have a lock of their own and may be used from any thread, a
-// callback included. One lock guards both callbacks and is held while a callback runs: a
-// callback must not hand input to the same processor or change its callbacks. The debug
+// callback included. The callbacks are read without a lock: one may be replaced at any time,
+// even from inside itself, and a call already under way finishes in the old one, which the
+// processor keeps until it goes (so set them once or a few times, not per message). The debug
 // handler may be read from any thread at any time.
-// Failure: nothing is reported; an exception thrown by a callback passes through after the
-// lock is released.
+// Failure: nothing is reported; an exception thrown by a callback passes through.
 class PInputProcessor {
 public:
     using Callback = std::function<void(PEvent*)>;
@@ -34,10 +34,10 @@ public:
     PInputProcessor& operator=(const PInputProcessor&) = delete;
     virtual ~PInputProcessor();
 
-    // Hands a type-17 event to the input callback, under the lock; anything else goes no
-    // further than a debug line. The event stays the caller's.
+    // Hands a type-17 event to the input callback; anything else goes no further than a debug
+    // line. The event stays the caller's.
     virtual void processInput(PEvent* event);
-    // Hands the error to the error callback, under the lock.
+    // Hands the error to the error callback.
     virtual void processError(const PError& error);
 
     void setParameter(const PString& name, const PVariant& value);

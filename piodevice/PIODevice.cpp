@@ -2,6 +2,7 @@
 #include "PIODevice.h"
 
 #include "PLockedMap.h"
+#include "PPublished.h"
 
 #include <atomic>
 #include <mutex>
@@ -11,7 +12,8 @@ struct PIODevicePrivate {
     std::atomic<bool> open{false};
     std::atomic<int> flags{0};
     PError lastError;
-    std::shared_ptr<const PIODevice::Callback> callback;  // null, or holding a target
+    // Read by every delivery without a count; a replaced callback stays until the device goes.
+    PPublished<PIODevice::Callback> callback;
     PIODevice::ErrorCallback errorCallback;
     PIODevice::DebugMessageHandler debugHandler;
     // Guards nothing of its own: a device takes it around its error handling.
@@ -97,18 +99,17 @@ int PIODevice::openFlags() const
 
 PIODevice::Callback PIODevice::callback() const
 {
-    const std::shared_ptr<const Callback> held = d->callback;
-    return held ? *held : Callback();
+    return d->callback.get();
 }
 
-std::shared_ptr<const PIODevice::Callback> PIODevice::sharedCallback() const
+const PIODevice::Callback& PIODevice::heldCallback() const
 {
-    return d->callback;
+    return d->callback.get();
 }
 
 void PIODevice::setCallback(Callback callback)
 {
-    d->callback = callback ? std::make_shared<const Callback>(std::move(callback)) : nullptr;
+    d->callback.set(std::move(callback));
 }
 
 PIODevice::ErrorCallback PIODevice::errorCallback() const

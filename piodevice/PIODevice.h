@@ -21,9 +21,9 @@ struct PIOCustomDevicePrivate;
 // data reaches the callback synchronously on the thread that delivered it. close() waits for
 // no delivery: one that was already under way when it was called is completed, so whatever the
 // callback reaches must outlive the device, not only its open time.
-// Thread-safety: the open state may be asked from any thread. The callbacks, the debug
-// handler and the last error are not guarded: set them before open and leave them alone
-// while the device is open.
+// Thread-safety: the open state may be asked from any thread, and the data callback may be
+// replaced at any time (see heldCallback). The error callback, the debug handler and the
+// last error are not guarded: set them before open and leave them alone while it is open.
 // Failure: no operation throws; open answers false and write 0, and the reason stands in
 // getLastError.
 // A class that overrides the virtual read, peek or write adds `using PIODevice::read;` (and
@@ -89,10 +89,11 @@ public:
 
     Callback callback() const;
     void setCallback(Callback callback);
-    // The callback as the device holds it, for a delivery: sharing it costs one count round
-    // trip where a copy of the function object may cost an allocation, and it stays alive if
-    // the callback replaces itself. Null when none is set.
-    std::shared_ptr<const Callback> sharedCallback() const;
+    // The callback as the device holds it, for a delivery: no copy, no count. It stays valid
+    // while the device lives, also when it is replaced during the call (the device keeps
+    // every callback it was given), so set it a few times in a device's life, not per event.
+    // Empty when none is set.
+    const Callback& heldCallback() const;
     ErrorCallback errorCallback() const;
     void setErrorCallback(ErrorCallback callback);
     DebugMessageHandler debugMessageHandler() const;

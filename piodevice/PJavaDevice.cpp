@@ -165,6 +165,16 @@ EventHeader eventHeader(const PString& id, const char* type, const PVariant& ali
     return EventHeader{PVariant(id), PVariant(type), PVariant(0), alias};
 }
 
+bool operator==(const EventHeader& a, const EventHeader& b)
+{
+    // Of the same type as well: an event tells an empty alias from none.
+    const auto same = [](const PVariant& x, const PVariant& y) {
+        return x.type() == y.type() && x == y;
+    };
+    return same(a.id, b.id) && same(a.type, b.type) && same(a.state, b.state) &&
+           same(a.alias, b.alias);
+}
+
 PIODeviceEvent deviceEvent(const PByteArray& input, const EventHeader& header)
 {
     // Made in place: every copy of a key or a value is a count changed atomically.

@@ -111,6 +111,7 @@ struct EventHeader {
     PVariant state;
     PVariant alias;
 };
+bool operator==(const EventHeader& a, const EventHeader& b);
 EventHeader eventHeader(const PString& id, const char* type, const PVariant& alias);
 
 // The data event of a serial or Bluetooth device.

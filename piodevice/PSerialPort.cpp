@@ -4,6 +4,7 @@
 
 #include "PEventKeys.h"
 #include "PJavaDevice.h"
+#include "PPublished.h"
 #include "PXmlNodes.h"
 #include "StrakeText.h"
 
@@ -22,10 +23,9 @@ struct PSerialPortPrivate {
     PDeviceBuffers buffers;
     PDeviceCompanion companion;
     // What each event says of the port, made at open (the settings don't change while open).
-    // Swapped whole and read by atomic access: a delivery pins the one it reads and its
-    // event borrows the values, while a late delivery may race with a new open.
-    std::shared_ptr<const PJavaDevice::EventHeader> eventHeader =
-        std::make_shared<PJavaDevice::EventHeader>();
+    // A late delivery may read it while a new open replaces it, so the one it reads stays
+    // until the port goes; an open with the same port and alias makes nothing new.
+    PPublished<PJavaDevice::EventHeader> eventHeader;
 };
 
 PSerialPort::PSerialPort() : d(new PSerialPortPrivate) {}
@@ -108,10 +108,8 @@ bool PSerialPort::open(int flags)
             {"parity", PString(std::to_string(d->parity))},
             {"flags", PString(std::to_string(flags))},
         });
-        std::atomic_store(&d->eventHeader,
-                          std::shared_ptr<const PJavaDevice::EventHeader>(
-                              std::make_shared<PJavaDevice::EventHeader>(PJavaDevice::eventHeader(
-                                  PString(d->portId), "serial", parameter(PString("alias"))))));
+        d->eventHeader.set(
+            PJavaDevice::eventHeader(PString(d->portId), "serial", parameter(PString("alias"))));
         // Open before the companion starts its reader: a block it reads at once (codes a
         // scanner kept while the link was down) must reach the callback, not be dropped.
         PIODevice::open(flags);
@@ -201,10 +199,9 @@ void PSerialPort::onReceive(const PByteArray& data)
     // The delivery comes from the companion itself, so only the open state is asked: the
     // companion's own check costs three locks per block.
     if (PIODevice::isOpen()) {
-        if (const auto notify = sharedCallback()) {
-            const auto header = std::atomic_load(&d->eventHeader);
-            PIODeviceEvent event = PJavaDevice::borrowingDeviceEvent(data, *header);
-            (*notify)(&event);
+        if (const Callback& notify = heldCallback()) {
+            PIODeviceEvent event = PJavaDevice::borrowingDeviceEvent(data, d->eventHeader.get());
+            notify(&event);
         }
     }
     d->buffers.read.write(data.constChars(), data.size());

@@ -70,7 +70,7 @@ TEST(PInputProcessorTest, onlyDeviceDataEventsReachTheCallbackAndErrorsTheErrorC
     EXPECT_EQ(debug.lines[0], "PInputProcessor::processError" + error.toString().toStdString());
 }
 
-TEST(PInputProcessorTest, callbackMayUseTheParametersAndAThrowReleasesTheLock)
+TEST(PInputProcessorTest, callbackMayUseTheParametersReplaceItselfOrThrow)
 {
     PInputProcessor processor;
     processor.setParameter("Prefix", "X");
@@ -84,10 +84,19 @@ TEST(PInputProcessorTest, callbackMayUseTheParametersAndAThrowReleasesTheLock)
     EXPECT_EQ(seen, "X");
     EXPECT_EQ(processor.parameter("Prefix").toStdString(), "Y");
 
-    // A throwing callback releases the lock.
+    // A callback that replaces itself finishes in itself (its captures still alive).
+    int calls = 0;
+    const std::string tag(64, 't');
+    processor.setCallback([&, tag](PEvent*) {
+        processor.setCallback([&](PEvent*) { calls += 10; });
+        calls += tag.size() == 64 ? 1 : 100;
+    });
+    processor.processInput(&event);
+    processor.processInput(&event);
+    EXPECT_EQ(calls, 11);
+
     processor.setCallback([](PEvent*) { throw std::runtime_error("host failed"); });
     EXPECT_THROW(processor.processInput(&event), std::runtime_error);
-    // Would deadlock if the lock were still held.
     processor.setParameter("Prefix", "X");
     processor.setCallback(nullptr);
     processor.processInput(&event);
