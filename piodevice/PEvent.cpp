@@ -27,9 +27,11 @@ thread_local SpareSlot spareSlot{nullptr, false};
 struct SpareReaper {
     ~SpareReaper()
     {
-        delete spareSlot.spares;
+        // Marked gone before the delete: nothing the delete runs may keep a list here again.
+        SpareFields* spares = spareSlot.spares;
         spareSlot.spares = nullptr;
         spareSlot.gone = true;
+        delete spares;
     }
 };
 thread_local SpareReaper spareReaper;
