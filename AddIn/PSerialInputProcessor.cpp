@@ -232,20 +232,21 @@ void PSerialInputProcessor::processInput(PEvent* event)
     // so it borrows what it shares: the values read above and the settings, which only this
     // thread writes, and not while a message is out.
     const auto send = [&](const char* message, size_t messageSize) {
-        std::vector<PEvent::Field> fields = PEvent::newFields(10);
-        fields.emplace_back(&PEventKeys::DevIdEventKey(), &devId);
-        fields.emplace_back(&PEventKeys::DevTypeEventKey(), &devType);
-        fields.emplace_back(&PEventKeys::DevStateEventKey(), &devState);
-        fields.emplace_back(&PEventKeys::DevAliasEventKey(), &devAlias);
-        fields.emplace_back(&PEventKeys::InputKey(),
-                            PVariant(PByteArray(reinterpret_cast<const unsigned char*>(message),
-                                                static_cast<unsigned long>(messageSize))));
-        fields.emplace_back(&PEventKeys::OutputDataTypeKey(), &settings.outputDataType);
-        fields.emplace_back(&PEventKeys::EquipmentTypeKey(), &settings.equipmentType);
-        fields.emplace_back(&PEventKeys::DevIdKey(), &settings.deviceId);
-        fields.emplace_back(&PEventKeys::EventNameKey(), &settings.eventName);
-        fields.emplace_back(&PEventKeys::UnprocessedInputKey(), &unprocessed);
-        PIODeviceEvent out(std::move(fields));
+        const PVariant input(PByteArray(reinterpret_cast<const unsigned char*>(message),
+                                        static_cast<unsigned long>(messageSize)));
+        const PEvent::Field fields[] = {
+            {&PEventKeys::DevIdEventKey(), &devId},
+            {&PEventKeys::DevTypeEventKey(), &devType},
+            {&PEventKeys::DevStateEventKey(), &devState},
+            {&PEventKeys::DevAliasEventKey(), &devAlias},
+            {&PEventKeys::InputKey(), &input},
+            {&PEventKeys::OutputDataTypeKey(), &settings.outputDataType},
+            {&PEventKeys::EquipmentTypeKey(), &settings.equipmentType},
+            {&PEventKeys::DevIdKey(), &settings.deviceId},
+            {&PEventKeys::EventNameKey(), &settings.eventName},
+            {&PEventKeys::UnprocessedInputKey(), &unprocessed},
+        };
+        PIODeviceEvent out(fields, sizeof fields / sizeof fields[0]);
         PInputProcessor::processInput(&out);
     };
     if (handler) {

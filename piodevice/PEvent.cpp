@@ -1,85 +1,27 @@
 // PEvent and PIODeviceEvent: a typed event with a small locked list of values.
 #include "PEvent.h"
 
-#include <new>
-
-namespace {
-
-// The emptied field lists of the events that this thread dropped, a few, none too big.
-struct SpareFields {
-    static constexpr int Kept = 4;
-    static constexpr std::size_t MaxCapacity = 32;
-    std::vector<PEvent::Field> lists[Kept];
-    int count = 0;
-};
-
-// This thread's spares, made on the first drop. The pointer is the one thread-local read on
-// the way of an event: it is constant-initialised and trivial, so reading it runs no guard.
-struct SpareSlot {
-    SpareFields* spares;
-    // Set once the thread's spares are gone: an event dropped after that (in a destructor run
-    // at the thread's or the process's end) frees its list as usual.
-    bool gone;
-};
-thread_local SpareSlot spareSlot{nullptr, false};
-
-// Frees the spares at the thread's end; registered by the first drop that makes them.
-struct SpareReaper {
-    ~SpareReaper()
-    {
-        // Marked gone before the delete: nothing the delete runs may keep a list here again.
-        SpareFields* spares = spareSlot.spares;
-        spareSlot.spares = nullptr;
-        spareSlot.gone = true;
-        delete spares;
-    }
-};
-thread_local SpareReaper spareReaper;
-
-void keepSpare(std::vector<PEvent::Field>& fields) noexcept
-{
-    fields.clear();
-    if (fields.capacity() == 0 || fields.capacity() > SpareFields::MaxCapacity)
-        return;
-    SpareSlot& slot = spareSlot;
-    if (slot.spares == nullptr) {
-        if (slot.gone)
-            return;
-        static_cast<void>(&spareReaper);  // the first use registers its destructor
-        slot.spares = new (std::nothrow) SpareFields;
-        if (slot.spares == nullptr)
-            return;
-    }
-    SpareFields& spares = *slot.spares;
-    if (spares.count < SpareFields::Kept)
-        spares.lists[spares.count++].swap(fields);
-}
-
-}
-
-std::vector<PEvent::Field> PEvent::newFields(std::size_t capacity)
-{
-    std::vector<Field> fields;
-    if (SpareFields* spares = spareSlot.spares) {
-        if (spares->count > 0)
-            fields.swap(spares->lists[--spares->count]);
-    }
-    fields.reserve(capacity);
-    return fields;
-}
-
 const PEvent::Field* PEvent::find(const PString& key) const
 {
     // The keys of PEventKeys are found by address first, without comparing any text.
-    for (const Field& field : values_) {
-        if (&field.key() == &key)
-            return &field;
+    for (const Field* field = begin(); field != end(); ++field) {
+        if (field->key_ == &key)
+            return field;
     }
-    for (const Field& field : values_) {
-        if (field.key() == key)
-            return &field;
+    for (const Field* field = begin(); field != end(); ++field) {
+        if (*field->key_ == key)
+            return field;
     }
     return nullptr;
+}
+
+void PEvent::takeLent()
+{
+    if (lent_) {
+        values_.assign(lent_, lent_ + lentCount_);
+        lent_ = nullptr;
+        lentCount_ = 0;
+    }
 }
 
 PEvent::PEvent() : PEvent(0) {}
@@ -91,28 +33,57 @@ PEvent::PEvent(int type, KeyValue<PString, PVariant> values) : PEvent(type)
     setValues(std::move(values));
 }
 
-PEvent::PEvent(int type, std::vector<Field>&& fields) : type_(type), values_(std::move(fields)) {}
+PEvent::PEvent(int type, const Field* fields, std::size_t count)
+    : type_(type), lent_(count ? fields : nullptr), lentCount_(count ? count : 0)
+{
+}
 
-PEvent::PEvent(PEvent&& other) noexcept : type_(other.type_), values_(std::move(other.values_))
+// The copies move with their list's nodes, so the fields that point at them stay valid.
+PEvent::PEvent(PEvent&& other) noexcept
+    : type_(other.type_),
+      lent_(other.lent_),
+      lentCount_(other.lentCount_),
+      values_(std::move(other.values_)),
+      owned_(std::move(other.owned_))
 {
     other.type_ = 0;
+    other.lent_ = nullptr;
+    other.lentCount_ = 0;
     other.values_.clear();
+    other.owned_.clear();
 }
 
 PEvent& PEvent::operator=(PEvent&& other) noexcept
 {
     if (this != &other) {
         type_ = other.type_;
+        lent_ = other.lent_;
+        lentCount_ = other.lentCount_;
         values_ = std::move(other.values_);
+        owned_ = std::move(other.owned_);
         other.type_ = 0;
+        other.lent_ = nullptr;
+        other.lentCount_ = 0;
         other.values_.clear();
+        other.owned_.clear();
     }
     return *this;
 }
 
-PEvent::~PEvent()
+PEvent::~PEvent() = default;
+
+void PEvent::own(Field& field, const PString* lastingKey, const PString& key, PVariant value)
 {
-    keepSpare(values_);
+    owned_.push_front(Owned{lastingKey ? PString() : key, std::move(value)});
+    field.key_ = lastingKey ? lastingKey : &owned_.front().key;
+    field.value_ = &owned_.front().value;
+}
+
+void PEvent::keep(const PString* lastingKey, PVariant value)
+{
+    takeLent();
+    values_.emplace_back(lastingKey, nullptr);
+    own(values_.back(), lastingKey, *lastingKey, std::move(value));
 }
 
 PEvent* PEvent::copy() const
@@ -128,29 +99,46 @@ int PEvent::type() const
 void PEvent::setValue(const PString& key, const PVariant& value)
 {
     std::lock_guard<std::mutex> guard(mutex_);
-    if (auto* field = const_cast<Field*>(find(key)))
-        field->setValue(value);
-    else
-        values_.emplace_back(key, value);
+    takeLent();
+    if (auto* field = const_cast<Field*>(find(key))) {
+        // A copy made by this event is written in place; a borrowed value gets a copy, and
+        // the key stays where it was: lasting, borrowed along with the value, or owned.
+        for (Owned& owned : owned_) {
+            if (&owned.value == field->value_) {
+                owned.value = value;
+                return;
+            }
+        }
+        own(*field, field->key_, *field->key_, value);
+        return;
+    }
+    values_.emplace_back(nullptr, nullptr);
+    own(values_.back(), nullptr, key, value);
 }
 
 void PEvent::setValues(KeyValue<PString, PVariant> values)
 {
     std::vector<Field> fields;
+    std::forward_list<Owned> owned;
     fields.reserve(values.size());
-    for (const auto& item : values.container())
-        fields.emplace_back(item.first, item.second);
+    for (const auto& item : values.container()) {
+        owned.push_front(Owned{item.first, item.second});
+        fields.emplace_back(&owned.front().key, &owned.front().value);
+    }
     std::lock_guard<std::mutex> guard(mutex_);
+    lent_ = nullptr;
+    lentCount_ = 0;
     values_.swap(fields);
-    // The old values go outside the lock (fields, at the end of the function).
+    owned_.swap(owned);
+    // The old values go outside the lock (at the end of the function).
 }
 
 KeyValue<PString, PVariant> PEvent::fieldsValues() const
 {
     KeyValue<PString, PVariant> map;
     std::lock_guard<std::mutex> guard(mutex_);
-    for (const Field& field : values_)
-        map.setValue(field.key(), field.value());
+    for (const Field* field = begin(); field != end(); ++field)
+        map.setValue(field->key(), field->value());
     return map;
 }
 
@@ -181,9 +169,9 @@ std::vector<PString> PEvent::fields() const
 {
     std::vector<PString> keys;
     std::lock_guard<std::mutex> guard(mutex_);
-    keys.reserve(values_.size());
-    for (const Field& field : values_)
-        keys.push_back(field.key());
+    keys.reserve(static_cast<std::size_t>(end() - begin()));
+    for (const Field* field = begin(); field != end(); ++field)
+        keys.push_back(field->key());
     return keys;
 }
 
@@ -194,7 +182,8 @@ PIODeviceEvent::PIODeviceEvent(KeyValue<PString, PVariant> values)
 {
 }
 
-PIODeviceEvent::PIODeviceEvent(std::vector<Field>&& fields) : PEvent(EventType, std::move(fields))
+PIODeviceEvent::PIODeviceEvent(const Field* fields, std::size_t count)
+    : PEvent(EventType, fields, count)
 {
 }
 

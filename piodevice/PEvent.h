@@ -6,6 +6,7 @@
 #include "PString.h"
 #include "PVariant.h"
 
+#include <forward_list>
 #include <initializer_list>
 #include <mutex>
 #include <vector>
@@ -17,48 +18,31 @@
 // No operation fails but by allocation.
 class PEvent {
 public:
-    // One key and its value. A key that lives as long as the library (the keys of
-    // PEventKeys) is held by address, so that making and dropping a field does not touch the
-    // key's shared count; any other key is held by a copy. A value may be borrowed the same
-    // way, by whoever makes an event that dies before the value and while it stays unchanged
-    // (a device's event made and dropped within one delivery): every shared count changed
-    // costs an atomic operation, and the road of a scanned code has dozens of them.
+    // One key and its value, both by address: a key that lives as long as the library (the
+    // keys of PEventKeys) and a value borrowed by whoever makes an event that dies before the
+    // value and while it stays unchanged (a device's event made and dropped within one
+    // delivery), or the event's own copies (see keep). Making and dropping a field then
+    // changes no shared count (each one an atomic operation, and the road of a scanned code
+    // would have dozens) and runs no destructor.
     class Field {
     public:
-        Field(const PString& key, PVariant value) : own_(key), value_(std::move(value)) {}
-        Field(const PString* lastingKey, PVariant value)
-            : lasting_(lastingKey), value_(std::move(value))
-        {
-        }
-        Field(const PString* lastingKey, const PVariant* lastingValue)
-            : lasting_(lastingKey), borrowed_(lastingValue)
-        {
-        }
-        const PString& key() const { return lasting_ ? *lasting_ : own_; }
-        const PVariant& value() const { return borrowed_ ? *borrowed_ : value_; }
-        void setValue(const PVariant& value)
-        {
-            value_ = value;
-            borrowed_ = nullptr;
-        }
+        Field(const PString* key, const PVariant* value) : key_(key), value_(value) {}
+        const PString& key() const { return *key_; }
+        const PVariant& value() const { return *value_; }
 
     private:
-        const PString* lasting_ = nullptr;
-        const PVariant* borrowed_ = nullptr;
-        PString own_;
-        PVariant value_;
+        friend class PEvent;
+        const PString* key_;
+        const PVariant* value_;
     };
-
-    // An empty list of fields with room for at least `capacity`, for the constructor below.
-    // It takes the storage of an event that this thread dropped before when it has some: the
-    // road of a scanned code makes and drops two events, and so makes no allocation for them.
-    static std::vector<Field> newFields(std::size_t capacity);
 
     PEvent();
     explicit PEvent(int type);
     PEvent(int type, KeyValue<PString, PVariant> values);
-    // Takes the fields over as they are: the caller gives each key once.
-    PEvent(int type, std::vector<Field>&& fields);
+    // Reads its fields from the caller's array, which must outlive the event unchanged; the
+    // caller gives each key once. The first write copies them into the event. The road of a
+    // scanned code makes its two events so: without an allocation or a copy.
+    PEvent(int type, const Field* fields, std::size_t count);
     // Takes over the record; the moved-from event is left empty, of type 0, and usable.
     PEvent(PEvent&& other) noexcept;
     PEvent& operator=(PEvent&& other) noexcept;
@@ -70,6 +54,9 @@ public:
     virtual PEvent* copy() const;
 
     int type() const;
+    // Adds a field holding a copy of the value, for a key not in the event yet: for the one
+    // making the event, before another thread can see it (takes no lock).
+    void keep(const PString* lastingKey, PVariant value);
     void setValue(const PString& key, const PVariant& value);
     void setValues(KeyValue<PString, PVariant> values);
     // The map, shared with the event until either side writes.
@@ -90,12 +77,29 @@ private:
     // The field of the key, or null. Call under the lock, or while no other thread can see
     // the event.
     const Field* find(const PString& key) const;
+    // The fields in order, lent or the event's own.
+    const Field* begin() const { return lent_ ? lent_ : values_.data(); }
+    const Field* end() const { return lent_ ? lent_ + lentCount_ : values_.data() + values_.size(); }
+    // Makes the lent fields the event's own, before a write; under the lock, or before the
+    // event is shared.
+    void takeLent();
+    // The copies this event holds of keys and values, each kept where it was made.
+    struct Owned {
+        PString key;
+        PVariant value;
+    };
+    // A new copy of the value (and of the key, unless it lasts) for the field.
+    void own(Field& field, const PString* lastingKey, const PString& key, PVariant value);
 
     // The record is the event's own, not behind a pointer: an event is made and dropped for
     // every block a device delivers, and this spares each an allocation.
     int type_ = 0;  // never changes after construction, so it is read without a lock
-    mutable std::mutex mutex_;  // guards values_
+    mutable std::mutex mutex_;  // guards values_ and owned_
+    const Field* lent_ = nullptr;  // the caller's fields, while the event has no own
+    std::size_t lentCount_ = 0;
     std::vector<Field> values_;
+    // Empty on the road of a scanned code, whose events borrow every value.
+    std::forward_list<Owned> owned_;
 };
 
 // The data event of a device, type 17: the only type that the input processors accept.
@@ -105,7 +109,7 @@ public:
 
     PIODeviceEvent();
     explicit PIODeviceEvent(KeyValue<PString, PVariant> values);
-    explicit PIODeviceEvent(std::vector<Field>&& fields);
+    PIODeviceEvent(const Field* fields, std::size_t count);
     PIODeviceEvent(PIODeviceEvent&&) noexcept = default;
     PIODeviceEvent& operator=(PIODeviceEvent&&) noexcept = default;
     ~PIODeviceEvent() override;

@@ -177,41 +177,36 @@ bool operator==(const EventHeader& a, const EventHeader& b)
 
 PIODeviceEvent deviceEvent(const PByteArray& input, const EventHeader& header)
 {
-    // Made in place: every copy of a key or a value is a count changed atomically.
-    std::vector<PEvent::Field> fields;
-    fields.reserve(6);
-    fields.emplace_back(&PEventKeys::KeyboardInputKey(), noKeyboardInput());
-    fields.emplace_back(&PEventKeys::InputKey(), PVariant(input));
-    fields.emplace_back(&PEventKeys::DevIdEventKey(), header.id);
-    fields.emplace_back(&PEventKeys::DevTypeEventKey(), header.type);
-    fields.emplace_back(&PEventKeys::DevStateEventKey(), header.state);
-    fields.emplace_back(&PEventKeys::DevAliasEventKey(), header.alias);
-    return PIODeviceEvent(std::move(fields));
+    PIODeviceEvent event;
+    event.keep(&PEventKeys::KeyboardInputKey(), noKeyboardInput());
+    event.keep(&PEventKeys::InputKey(), PVariant(input));
+    event.keep(&PEventKeys::DevIdEventKey(), header.id);
+    event.keep(&PEventKeys::DevTypeEventKey(), header.type);
+    event.keep(&PEventKeys::DevStateEventKey(), header.state);
+    event.keep(&PEventKeys::DevAliasEventKey(), header.alias);
+    return event;
 }
 
-PIODeviceEvent borrowingDeviceEvent(const PByteArray& input, const EventHeader& header)
+DeviceFields deviceFields(const PVariant& input, const EventHeader& header)
 {
-    std::vector<PEvent::Field> fields = PEvent::newFields(6);
-    fields.emplace_back(&PEventKeys::KeyboardInputKey(), &noKeyboardInput());
-    fields.emplace_back(&PEventKeys::InputKey(), PVariant(input));
-    fields.emplace_back(&PEventKeys::DevIdEventKey(), &header.id);
-    fields.emplace_back(&PEventKeys::DevTypeEventKey(), &header.type);
-    fields.emplace_back(&PEventKeys::DevStateEventKey(), &header.state);
-    fields.emplace_back(&PEventKeys::DevAliasEventKey(), &header.alias);
-    return PIODeviceEvent(std::move(fields));
+    return DeviceFields{{{&PEventKeys::KeyboardInputKey(), &noKeyboardInput()},
+                         {&PEventKeys::InputKey(), &input},
+                         {&PEventKeys::DevIdEventKey(), &header.id},
+                         {&PEventKeys::DevTypeEventKey(), &header.type},
+                         {&PEventKeys::DevStateEventKey(), &header.state},
+                         {&PEventKeys::DevAliasEventKey(), &header.alias}}};
 }
 
 PIODeviceEvent socketEvent(const PByteArray& input, const char* id, const char* type)
 {
-    std::vector<PEvent::Field> fields;
-    fields.reserve(5);
-    fields.emplace_back(&PEventKeys::KeyboardInputKey(), noKeyboardInput());
-    fields.emplace_back(&PEventKeys::InputKey(), PVariant(input));
-    fields.emplace_back(&PEventKeys::IdKey(), PVariant(id));
+    PIODeviceEvent event;
+    event.keep(&PEventKeys::KeyboardInputKey(), noKeyboardInput());
+    event.keep(&PEventKeys::InputKey(), PVariant(input));
+    event.keep(&PEventKeys::IdKey(), PVariant(id));
     if (type)
-        fields.emplace_back(&PEventKeys::TypeKey(), PVariant(type));
-    fields.emplace_back(&PEventKeys::StateKey(), PVariant(0));
-    return PIODeviceEvent(std::move(fields));
+        event.keep(&PEventKeys::TypeKey(), PVariant(type));
+    event.keep(&PEventKeys::StateKey(), PVariant(0));
+    return event;
 }
 
 void debugLine(const PIODevice& device, const std::string& text)

@@ -8,6 +8,7 @@
 #include "PJavaCompanion.h"
 #include "PJavaHandles.h"
 
+#include <array>
 #include <atomic>
 #include <memory>
 #include <mutex>
@@ -116,8 +117,10 @@ EventHeader eventHeader(const PString& id, const char* type, const PVariant& ali
 
 // The data event of a serial or Bluetooth device.
 PIODeviceEvent deviceEvent(const PByteArray& input, const EventHeader& header);
-// The same event borrowing the header's values: the header must outlive the event unchanged.
-PIODeviceEvent borrowingDeviceEvent(const PByteArray& input, const EventHeader& header);
+// The fields of the same event borrowing the input and the header's values: both must
+// outlive the event made of them, unchanged.
+using DeviceFields = std::array<PEvent::Field, 6>;
+DeviceFields deviceFields(const PVariant& input, const EventHeader& header);
 // The data event of a socket device; a null type leaves "type" out.
 PIODeviceEvent socketEvent(const PByteArray& input, const char* id, const char* type);
 

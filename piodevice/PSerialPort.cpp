@@ -200,7 +200,9 @@ void PSerialPort::onReceive(const PByteArray& data)
     // companion's own check costs three locks per block.
     if (PIODevice::isOpen()) {
         if (const Callback& notify = heldCallback()) {
-            PIODeviceEvent event = PJavaDevice::borrowingDeviceEvent(data, d->eventHeader.get());
+            const PVariant input(data);
+            const auto fields = PJavaDevice::deviceFields(input, d->eventHeader.get());
+            PIODeviceEvent event(fields.data(), fields.size());
             notify(&event);
         }
     }

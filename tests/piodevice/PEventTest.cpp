@@ -62,11 +62,18 @@ TEST(PEventTest, valuesCopiesAndMovesKeepTheirOwnFields)
     copy->setValue("again", 2);
     EXPECT_EQ(copy->value("again").toInt(), 2);
 
-    // A key held by address is the same key as its text.
-    PIODeviceEvent byAddress(std::vector<PEvent::Field>{{&PEventKeys::InputKey(), PVariant(1)}});
+    // A key held by address is the same key as its text; writing a borrowed value gives the
+    // event a copy of its own and leaves the lender's alone, also when the event moves.
+    const PVariant lent(1);
+    const PEvent::Field field{&PEventKeys::InputKey(), &lent};
+    PIODeviceEvent byAddress(&field, 1);
     byAddress.setValue(PString("input"), PVariant(2));
-    EXPECT_EQ(byAddress.fields().size(), 1u);
-    EXPECT_EQ(byAddress.value(PEventKeys::InputKey()).toInt(), 2);
+    byAddress.keep(&PEventKeys::DevIdKey(), PVariant("id"));
+    PIODeviceEvent moved(std::move(byAddress));
+    EXPECT_EQ(moved.fields().size(), 2u);
+    EXPECT_EQ(moved.value(PEventKeys::InputKey()).toInt(), 2);
+    EXPECT_EQ(moved.borrowValue(PEventKeys::DevIdKey()).toStdString(), "id");
+    EXPECT_EQ(lent.toInt(), 1);
 }
 
 TEST(PIODeviceTest, openKeepsFlagsAndBaseWaitsAnswerFalse)
