@@ -89,34 +89,41 @@ template <class Sink>
 void markCharacterSet(Sink& sink, const char* data, const char* end, const char* sequence,
                       unsigned long sequenceSize)
 {
-    bool inSet[256] = {};
-    for (unsigned long i = 0; i < sequenceSize; ++i)
-        inSet[static_cast<unsigned char>(sequence[i])] = true;
     bool single = true;
     for (unsigned long i = 1; i < sequenceSize; ++i)
         single = single && sequence[i] == sequence[0];
     const unsigned char only = static_cast<unsigned char>(sequence[0]);
-    // Growing a vector of a few megabytes step by step costs more in page faults than the
-    // whole cut: the sink is sized first, by one counting pass.
-    if (single && Sink::sized)
-        sink.reserveRuns(2 * countByte(data, static_cast<size_t>(end - data), only) + 1);
-
-    const char* run = data;
-    while (run < end) {
-        const char* cursor = run;
-        if (inSet[static_cast<unsigned char>(*cursor)]) {
-            while (cursor < end && inSet[static_cast<unsigned char>(*cursor)])
-                ++cursor;
-            sink(Span{run, cursor, kTerminator});
-        } else {
-            if (single) {
-                cursor = findByte(cursor, end, only);
-            } else {
-                while (cursor < end && !inSet[static_cast<unsigned char>(*cursor)])
+    if (single) {
+        // Growing a vector of a few megabytes step by step costs more in page faults than the
+        // whole cut: the sink is sized first, by one counting pass.
+        if (Sink::sized)
+            sink.reserveRuns(2 * countByte(data, static_cast<size_t>(end - data), only) + 1);
+        // Compared directly, without a table: a block of a code or two is cut twice per
+        // delivery, and filling the table cost more than the search.
+        for (const char* run = data; run < end;) {
+            const char* cursor = run;
+            if (static_cast<unsigned char>(*cursor) == only) {
+                while (cursor < end && static_cast<unsigned char>(*cursor) == only)
                     ++cursor;
+                sink(Span{run, cursor, kTerminator});
+            } else {
+                cursor = findByte(cursor, end, only);
+                sink(Span{run, cursor, kText});
             }
-            sink(Span{run, cursor, kText});
+            run = cursor;
         }
+        return;
+    }
+
+    bool inSet[256] = {};
+    for (unsigned long i = 0; i < sequenceSize; ++i)
+        inSet[static_cast<unsigned char>(sequence[i])] = true;
+    for (const char* run = data; run < end;) {
+        const char* cursor = run;
+        const bool terminator = inSet[static_cast<unsigned char>(*cursor)];
+        while (cursor < end && inSet[static_cast<unsigned char>(*cursor)] == terminator)
+            ++cursor;
+        sink(Span{run, cursor, terminator ? kTerminator : kText});
         run = cursor;
     }
 }
