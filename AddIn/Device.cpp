@@ -305,24 +305,25 @@ Made makeSerial(PDeviceFactory& factory, const PPropertyBag& settings, const PSt
     return made;
 }
 
-// The I/O device's calls reach the processor through these. Each pins the processor for the
-// length of the call and touches nothing of its own after it, so the Device may close, or be
-// deleted, from inside the call. Nothing the processor throws goes back into the device.
+// The I/O device's calls reach the processor through these, and touch nothing of the Device,
+// so it may close, or be deleted, from inside a call. The input callback owns the processor:
+// the I/O device keeps it, and so the processor, while a delivery may still come (every
+// scanned code passes here, and pinning a weak one would cost two atomic writes each);
+// unwire() cuts the processor off the component when the Device lets go of them. The error
+// callback pins the processor for the call. Nothing the processor throws goes back into the
+// device.
 void wire(PIOCustomDevice& device, const std::shared_ptr<PInputProcessor>& processor)
 {
-    std::weak_ptr<PInputProcessor> weak = processor;
-    device.setCallback([weak](PEvent* event) {
-        const std::shared_ptr<PInputProcessor> pinned = weak.lock();
-        if (!pinned)
-            return;
+    device.setCallback([processor](PEvent* event) {
         try {
-            pinned->processInput(event);
+            processor->processInput(event);
         } catch (...) {
-            if (auto handler = pinned->debugMessageHandler())
+            if (auto handler = processor->debugMessageHandler())
                 pDebug(handler) << "Device: input dropped: "
                                 << PError::fromCurrentException().toString().toStdString();
         }
     });
+    std::weak_ptr<PInputProcessor> weak = processor;
     device.setErrorCallback([weak](const PError& error) {
         const std::shared_ptr<PInputProcessor> pinned = weak.lock();
         if (!pinned)
@@ -333,6 +334,16 @@ void wire(PIOCustomDevice& device, const std::shared_ptr<PInputProcessor>& proce
             // An error about an error has nowhere to go.
         }
     });
+}
+
+// A delivery that comes later (one already under way, or a device that outlives the Device
+// in a companion's hands) reaches the processor and goes no further.
+void unwire(const std::shared_ptr<PInputProcessor>& processor)
+{
+    if (processor) {
+        processor->setCallback(nullptr);
+        processor->setErrorCallback(nullptr);
+    }
 }
 
 }
@@ -356,6 +367,7 @@ bool Device::open(const PPropertyBag& settings, PIODevice::Callback input,
     }
     PError held;
     std::shared_ptr<PIOCustomDevice> device;
+    std::shared_ptr<PInputProcessor> processor;
     try {
         if (!input || !error)
             fail(PError::GeneralFailure, "Callback function not set", "Не задана функция оповещения",
@@ -386,7 +398,6 @@ bool Device::open(const PPropertyBag& settings, PIODevice::Callback input,
             fail(PError::GeneralFailure, "Wrond device id", "Устройство задано не верно", __LINE__);
 
         const Mode mode = modeOf(port);
-        std::shared_ptr<PInputProcessor> processor;
         if (mode == Mode::Keyboard)
             processor = std::make_shared<PKeyboardInputProcessor>();
         else
@@ -464,8 +475,10 @@ bool Device::open(const PPropertyBag& settings, PIODevice::Callback input,
         return true;
 
     setLastError(held);
+    // The processor this attempt made is cut off even when a close took it from the Device
+    // before the attempt wired it.
+    unwire(processor);
     std::shared_ptr<PIOCustomDevice> ioDevice;
-    std::shared_ptr<PInputProcessor> processor;
     std::shared_ptr<PSysLog> sysLog;
     PDebugMessageHandler handler;
     {
@@ -504,12 +517,12 @@ bool Device::close()
         if (openUnderWay)
             d->closeRequested = true;
     }
+    unwire(processor);
     // An open under way (maybe this very thread, inside the I/O device's open) closes the
     // device itself when its open returns.
     if (ioDevice && !openUnderWay)
         ioDevice->close();
-    // The processor goes with the last delivery that holds it; taking its lock here could
-    // deadlock a close made from inside its own callback.
+    // The processor goes with the I/O device.
     return true;
 }
 

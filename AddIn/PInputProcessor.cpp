@@ -36,6 +36,16 @@ PInputProcessor::~PInputProcessor()
 
 void PInputProcessor::processInput(PEvent* event)
 {
+    processInputWith(d->callback.get(), event);
+}
+
+const PInputProcessor::Callback& PInputProcessor::heldCallback() const
+{
+    return d->callback.get();
+}
+
+void PInputProcessor::processInputWith(const Callback& callback, PEvent* event)
+{
     if (event == nullptr || event->type() != PIODeviceEvent::EventType) {
         if (auto handler = debugHandler())
             pDebug(*handler) << "PInputProcessor::processInput:" << "Event data corrupted";
@@ -49,7 +59,7 @@ void PInputProcessor::processInput(PEvent* event)
                          << strake::string2hex(input, " ", "0x") << " : "
                          << strake::raw2Base64(input);
     }
-    if (const Callback& callback = d->callback.get())
+    if (callback)
         callback(event);
 }
 

@@ -52,6 +52,12 @@ public:
     DebugMessageHandler debugMessageHandler() const;
 
 protected:
+    // The input callback as it stands, for every message cut from one input: an input under
+    // way completes with the callback it began with (the processor keeps it) when the
+    // callback is replaced or removed meanwhile, from inside it or by another thread.
+    const Callback& heldCallback() const;
+    // What processInput does, handing the event to the given callback.
+    void processInputWith(const Callback& callback, PEvent* event);
     // The current handler without copying the function: null when none is set. Test it
     // before formatting anything, so that a processor without a log formats nothing.
     std::shared_ptr<const DebugMessageHandler> debugHandler() const;

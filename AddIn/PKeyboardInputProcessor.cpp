@@ -139,6 +139,7 @@ void PKeyboardInputProcessor::processInput(PEvent* event)
                          << static_cast<unsigned long>(parts.size());
 
     const PByteArray unprocessed(text);
+    const Callback& callback = heldCallback();
     for (const std::string& part : parts) {
         if (part.empty())
             continue;
@@ -153,7 +154,7 @@ void PKeyboardInputProcessor::processInput(PEvent* event)
               &PEventKeys::DevIdKey(), &PEventKeys::EventNameKey()})
             out.setValue(*key, parameter(*key, PVariant()));
         out.setValue(PEventKeys::UnprocessedInputKey(), PVariant(unprocessed));
-        PInputProcessor::processInput(&out);
+        processInputWith(callback, &out);
         event->setValue(PEventKeys::AcceptStatusKey(), PVariant(int(Delivered)));
     }
 }

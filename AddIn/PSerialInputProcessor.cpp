@@ -150,6 +150,7 @@ void PSerialInputProcessor::processInput(PEvent* event)
         return;
 
     const PSerialSettings& settings = this->settings();
+    const Callback& callback = heldCallback();
     // Copies (short texts, kept in place): the messages go out during the cut, and nothing
     // the host does from its handler may change what the cut reads.
     const std::string suffix = settings.suffix;
@@ -247,7 +248,7 @@ void PSerialInputProcessor::processInput(PEvent* event)
             {&PEventKeys::UnprocessedInputKey(), &unprocessed},
         };
         PIODeviceEvent out(fields, sizeof fields / sizeof fields[0]);
-        PInputProcessor::processInput(&out);
+        processInputWith(callback, &out);
     };
     if (handler) {
         const std::vector<std::string> messages =
