@@ -192,21 +192,23 @@ bool PSerialPort::waitForBytesWriten(int)
     return isOpen();
 }
 
-void PSerialPort::onReceive(const PByteArray& data)
+void PSerialPort::onReceive(PByteArray data)
 {
     if (data.isEmpty())
         return;
+    // The block moves into the event's value: no shared count changes on its way.
+    const PVariant input(std::move(data));
+    const PByteArray& block = *input.bytesOf();
     // The delivery comes from the companion itself, so only the open state is asked: the
     // companion's own check costs three locks per block.
     if (PIODevice::isOpen()) {
         if (const Callback& notify = heldCallback()) {
-            const PVariant input(data);
             const auto fields = PJavaDevice::deviceFields(input, d->eventHeader.get());
             PIODeviceEvent event(fields.data(), fields.size());
             notify(&event);
         }
     }
-    d->buffers.read.write(data.constChars(), data.size());
+    d->buffers.read.write(block.constChars(), block.size());
 }
 
 void PSerialPort::onBytesWriten(const unsigned long&) {}

@@ -70,8 +70,9 @@ public:
     // isOpen().
     bool waitForBytesWriten(int msecs) override;
 
-    // A block from the companion: to the callback while open, then to the read buffer.
-    virtual void onReceive(const PByteArray& data);
+    // A block from the companion: to the callback while open, then to the read buffer. Taken
+    // by value, so that the event holds the very block the companion's call made.
+    virtual void onReceive(PByteArray data);
     virtual void onBytesWriten(const unsigned long& count);
 
     // Base64 port ids from the companion's availibleDevices, decoded; empty on any failure.
