@@ -443,8 +443,9 @@ void KelmorNative::onInputEvent(PEvent* event)
         setLastError(P_ERROR(PError::BadArgument, PString(" obtained bad device id")));
         return;
     }
-    HostTexts nested;
-    HostTexts& texts = hostTexts.depth == 0 ? hostTexts : nested;
+    HostTexts& kept = hostTexts;
+    std::unique_ptr<HostTexts> nested(kept.depth == 0 ? nullptr : new HostTexts);
+    HostTexts& texts = nested ? *nested : kept;
     utf16Of(input, texts.data);
     if (texts.data.empty())
         return;
@@ -454,7 +455,7 @@ void KelmorNative::onInputEvent(PEvent* event)
         int& depth;
         explicit Depth(int& d) : depth(d) { ++depth; }
         ~Depth() { --depth; }
-    } inside(hostTexts.depth);
+    } inside(kept.depth);
     // The last thing done here: the host may destroy this component from inside the call.
     host->externalEvent(&texts.source[0], &texts.message[0], &texts.data[0]);
 }

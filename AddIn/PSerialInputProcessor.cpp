@@ -235,16 +235,17 @@ void PSerialInputProcessor::processInput(PEvent* event)
     const auto send = [&](const char* message, size_t messageSize) {
         const PVariant input(PByteArray(reinterpret_cast<const unsigned char*>(message),
                                         static_cast<unsigned long>(messageSize)));
+        // What the component reads of every message first: it finds a key by walking the list.
         const PEvent::Field fields[] = {
+            {&PEventKeys::InputKey(), &input},
+            {&PEventKeys::EventNameKey(), &settings.eventName},
+            {&PEventKeys::DevIdKey(), &settings.deviceId},
             {&PEventKeys::DevIdEventKey(), &devId},
             {&PEventKeys::DevTypeEventKey(), &devType},
             {&PEventKeys::DevStateEventKey(), &devState},
             {&PEventKeys::DevAliasEventKey(), &devAlias},
-            {&PEventKeys::InputKey(), &input},
             {&PEventKeys::OutputDataTypeKey(), &settings.outputDataType},
             {&PEventKeys::EquipmentTypeKey(), &settings.equipmentType},
-            {&PEventKeys::DevIdKey(), &settings.deviceId},
-            {&PEventKeys::EventNameKey(), &settings.eventName},
             {&PEventKeys::UnprocessedInputKey(), &unprocessed},
         };
         PIODeviceEvent out(fields, sizeof fields / sizeof fields[0]);
