@@ -159,7 +159,12 @@ void PSerialInputProcessor::processInput(PEvent* event)
     std::string text;
     const char* finished = nullptr;
     size_t finishedSize = 0;
-    if (suffix.empty()) {
+    // With a suffix of one byte (or CR LF, cut as a set of bytes), a block that ends on a
+    // suffix byte while nothing is pending or being dropped is finished whole: the common
+    // delivery of whole codes needs no pass for its bounds before the cut.
+    const bool endsFinished = (suffix.size() == 1 || settings.crLfSuffix) && s->pending.empty()
+        && !s->discarding && suffix.find(data[size - 1]) != std::string::npos;
+    if (suffix.empty() || endsFinished) {
         finished = data;
         finishedSize = size;
     } else {
