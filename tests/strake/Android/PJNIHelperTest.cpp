@@ -169,7 +169,7 @@ TEST_F(PJNITest, exclusiveLockIsOwnedNotCounted)
     EXPECT_TRUE(enteredAfterRelease.load());
 }
 
-TEST_F(PJNITest, libraryLoaderLoadsOnceAndTakesRegistrations)
+TEST_F(PJNITest, libraryLoaderLoadsOnceAndTakesRegistrationsAlsoThroughTheFacade)
 {
     const PString library(kelmortest::libraryPath());
     EXPECT_TRUE(PJNIHelper::loadJavaLibrary(library));
@@ -177,32 +177,27 @@ TEST_F(PJNITest, libraryLoaderLoadsOnceAndTakesRegistrations)
     EXPECT_FALSE(PJNIHelper::loadJavaLibrary(PString("no_such_library")));
     EXPECT_EQ(PJNIHelper::getLastError().message(), PString("fail to load library no_such_library"));
 
+    auto registered = [](const char* name) {
+        const PJNILocalRef text = PJNILocalRef::string(PString(name));
+        return PJNIHelper::getLibsLoader().callStaticBooleanMethod("isRegistered", "(Ljava/lang/String;)Z",
+                                                                   text.asString());
+    };
     PJNIHelper::registerJavaLibraryForDelayedLoad(PString("kelmor_later"));
-    const PJNILocalRef name = PJNILocalRef::string(PString("kelmor_later"));
-    EXPECT_TRUE(PJNIHelper::getLibsLoader().callStaticBooleanMethod(
-        "isRegistered", "(Ljava/lang/String;)Z", name.asString()));
+    EXPECT_TRUE(registered("kelmor_later"));
 
-    PJNIHelper::disconnect();
+    // The JNI-free facade connects and registers in one call.
+    ASSERT_TRUE(strake::disconnectJava());
+    EXPECT_FALSE(PJNIHelper::isConnected());
+    EXPECT_FALSE(strake::connectJava(nullptr, PString("kelmor_facade")));
+    ASSERT_TRUE(strake::connectJava(&m_host, PString("kelmor_facade")));
+    EXPECT_TRUE(registered("kelmor_facade"));
+    EXPECT_TRUE(strake::disconnectJava());
+
     EXPECT_FALSE(PJNIHelper::getLibsLoader().isValid());
     EXPECT_EQ(PJNIHelper::getLastError().message(), PString("JNI is not connected"));
     PJNIHelper::registerJavaLibraryForDelayedLoad(PString("kelmor_later"));  // skipped silently
     EXPECT_FALSE(PJNIHelper::loadJavaLibrary(PString("kelmor_later")));
     EXPECT_EQ(PJNIHelper::getLastError().message(), PString("LibLoader is unaccessible"));
-}
-
-TEST_F(PJNITest, facadeConnectsRegistersTheLibraryAndDropsEverything)
-{
-    ASSERT_TRUE(strake::disconnectJava());
-    EXPECT_FALSE(PJNIHelper::isConnected());
-    EXPECT_FALSE(strake::connectJava(nullptr, PString("kelmor_facade")));
-
-    ASSERT_TRUE(strake::connectJava(&m_host, PString("kelmor_facade")));
-    const PJNILocalRef name = PJNILocalRef::string(PString("kelmor_facade"));
-    EXPECT_TRUE(PJNIHelper::getLibsLoader().callStaticBooleanMethod(
-        "isRegistered", "(Ljava/lang/String;)Z", name.asString()));
-
-    EXPECT_TRUE(strake::disconnectJava());
-    EXPECT_FALSE(PJNIHelper::isConnected());
 }
 
 }

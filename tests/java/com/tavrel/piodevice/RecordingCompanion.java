@@ -3,8 +3,6 @@
 package com.tavrel.piodevice;
 
 import android.app.Activity;
-import android.bluetooth.BluetoothSocket;
-import java.net.Socket;
 import java.util.ArrayList;
 import java.util.List;
 
@@ -21,7 +19,7 @@ public class RecordingCompanion {
     public static volatile boolean throwing = false;
     public static volatile boolean openThrows = false;
     public static volatile boolean pumping = false;
-    public static volatile byte[] pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
+    private static final byte[] pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
     /** The answer of the static lists; null is answered as null. */
     public static volatile String listAnswer = "";
     /** The handle that the last companion was made with. */
@@ -57,7 +55,6 @@ public class RecordingCompanion {
         openThrows = false;
         deliverAs = "";
         pumping = false;
-        pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
         listAnswer = "";
         listThrows = false;
         deliverOnOpen = null;
@@ -133,21 +130,6 @@ public class RecordingCompanion {
     public boolean isOpen() {
         record("isOpen");
         return open;
-    }
-
-    public void setConnected(Socket socket, long flags) {
-        record("setConnected socket " + flags);
-        open = true;
-    }
-
-    public void setConnected(BluetoothSocket socket, long flags) {
-        record("setConnected bluetooth " + flags);
-        open = true;
-    }
-
-    /** Delivers one block now, on the caller's thread. */
-    public void deliverNow(byte[] data) {
-        deliver(data);
     }
 
     public static String availibleDevices(Activity activity) {
