@@ -13,7 +13,6 @@
 #include <regex>
 #include <set>
 #include <sstream>
-#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -38,12 +37,6 @@ std::vector<std::string> linesOf(const std::string& text)
     return lines;
 }
 
-bool exists(const std::string& path)
-{
-    struct stat info;
-    return ::stat(path.c_str(), &info) == 0;
-}
-
 std::string threadId()
 {
     std::ostringstream out;
@@ -58,7 +51,7 @@ protected:
         // No dot in the folder: the Java log's name is cut at the first dot of the path.
         dir = ::testing::TempDir() + "kelmor_log_" + std::to_string(::getpid()) + "_" +
               ::testing::UnitTest::GetInstance()->current_test_info()->name();
-        ::mkdir(dir.c_str(), 0700);
+        std::filesystem::create_directory(dir);
     }
     void TearDown() override { std::filesystem::remove_all(dir); }
     PPropertyBag settings(int logType, const std::string& path)
@@ -134,7 +127,7 @@ TEST_F(DeviceLogTest, lineMarksFollowTheLevelAndTextEndsAtItsFirstZero)
     EXPECT_EQ(got[3].substr(0, 4), "[F]{");
     EXPECT_EQ(got[4].substr(0, 1), "{");
     EXPECT_TRUE(std::regex_match(got[4], std::regex(R"(\{\d+\}\(.*\)InputDevice#1: lvl)"))) << got[4];
-    EXPECT_TRUE(exists(path + "_java"));
+    EXPECT_TRUE(std::filesystem::exists(path + "_java"));
 }
 
 TEST_F(DeviceLogTest, javaLogNameAndLogsThatCannotBeWritten)
@@ -142,12 +135,12 @@ TEST_F(DeviceLogTest, javaLogNameAndLogsThatCannotBeWritten)
     // Every dot after the second one is dropped with what stands behind it.
     Device device;
     device.initDebug(settings(0, dir + "/a.b.c.d"));
-    EXPECT_TRUE(exists(dir + "/a_java.b"));
+    EXPECT_TRUE(std::filesystem::exists(dir + "/a_java.b"));
 
     // A folder that does not exist: the device works without a log.
     Device unlogged;
     ASSERT_TRUE(unlogged.open(settings(0, dir + "/missing/x.log"), [](PEvent*) {}, [](const PError&) {}));
-    EXPECT_FALSE(exists(dir + "/missing"));
+    EXPECT_FALSE(std::filesystem::exists(dir + "/missing"));
 
     // Type 0 with no path: a handler that drops everything.
     Device pathless;
@@ -163,7 +156,7 @@ TEST_F(DeviceLogTest, javaLogNameAndLogsThatCannotBeWritten)
     Device noType;
     noType.initDebug(PPropertyBag());
     EXPECT_FALSE(noType.debugMessageHandler());
-    EXPECT_FALSE(exists(dir + "/quiet.log"));
+    EXPECT_FALSE(std::filesystem::exists(dir + "/quiet.log"));
 }
 
 TEST_F(DeviceLogTest, systemLogWritesTheSameLineUnderTheKelmorTag)

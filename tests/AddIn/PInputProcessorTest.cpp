@@ -143,17 +143,26 @@ TEST(PInputProcessorTest, withoutDebugHandlerNothingIsFormatted)
 #endif
 #endif
 
-namespace {
+namespace kelmortest {
 thread_local size_t tAllocations = 0;
 thread_local size_t tBytes = 0;
+
+bool allocationCountingAvailable()
+{
+#ifdef KELMOR_SANITIZED
+    return false;
+#else
+    return true;
+#endif
+}
 }
 
 #ifndef KELMOR_SANITIZED
 
 void* operator new(std::size_t size)
 {
-    ++tAllocations;
-    tBytes += size;
+    ++kelmortest::tAllocations;
+    kelmortest::tBytes += size;
     if (void* block = std::malloc(size ? size : 1))
         return block;
     throw std::bad_alloc();
@@ -171,29 +180,3 @@ void operator delete(void* block, std::size_t) noexcept
 
 #endif
 
-namespace kelmortest {
-
-bool allocationCountingAvailable()
-{
-#ifdef KELMOR_SANITIZED
-    return false;
-#else
-    return true;
-#endif
-}
-
-AllocationCounter::AllocationCounter() : m_startAllocations(tAllocations), m_startBytes(tBytes) {}
-
-AllocationCounter::~AllocationCounter() = default;
-
-size_t AllocationCounter::allocations() const
-{
-    return tAllocations - m_startAllocations;
-}
-
-size_t AllocationCounter::bytes() const
-{
-    return tBytes - m_startBytes;
-}
-
-}

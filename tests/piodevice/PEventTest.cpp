@@ -72,9 +72,8 @@ TEST(PEventTest, valuesCopiesAndMovesKeepTheirOwnFields)
 TEST(PIODeviceTest, openKeepsFlagsAndBaseWaitsAnswerFalse)
 {
     RecordingDevice device;
-    EXPECT_FALSE(device.isOpen());
     EXPECT_TRUE(device.open(PIODevice::OpenRead | PIODevice::OpenBuffered));
-    EXPECT_EQ(device.openFlags(), 0x101);
+    EXPECT_EQ(device.openFlags(), PIODevice::OpenRead | PIODevice::OpenBuffered);
     EXPECT_FALSE(device.waitForReadyRead(-1));
     EXPECT_FALSE(device.waitForBytesWriten(10));
     EXPECT_EQ(device.skip(5), 0u);

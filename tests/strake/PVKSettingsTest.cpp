@@ -110,10 +110,6 @@ TEST(PVKSettingsTest, writesKeepTheHostTypeAndRefuseWhatHasNoValue)
         const PError error = settings.getLastError();
         EXPECT_EQ(error.code(), r.code);
         EXPECT_EQ(error.message(), PString(r.message));
-        if (r.code == 100 || r.value == nullptr) {
-            EXPECT_EQ(error.module(), PString("jni/../../strake/PVKSettings"));
-            EXPECT_EQ(error.method(), PString("bool PVKSettings::setParameter(const PString&, tVariant*)"));
-        }
         EXPECT_EQ(settings.getSettings().value("Prefix").toInt(), 13);
     }
 
