@@ -70,9 +70,10 @@ TEST(PVariantTest, textAndByteFormsFollowTheBuildingType)
     EXPECT_EQ(utf16Bytes.toPString(), PString("OK"));
 
     // Little-endian; a long in the host's 32 bits; PString's text as wide characters, std::string's as UTF-8.
-    const std::vector<size_t> widths = {PVariant(short(1)).toByteArray().size(), PVariant(1L).toByteArray().size(),
-        PVariant(1ul).toByteArray().size(), PVariant(PString("Ж")).toByteArray().size()};
-    EXPECT_EQ(widths, (std::vector<size_t>{2, 4, 8, 4}));
+    const std::vector<size_t> widths = {PVariant(true).toByteArray().size(), PVariant(short(1)).toByteArray().size(),
+        PVariant(1L).toByteArray().size(), PVariant(1ul).toByteArray().size(),
+        PVariant(PString("Ж")).toByteArray().size()};
+    EXPECT_EQ(widths, (std::vector<size_t>{1, 2, 4, 8, 4}));
     EXPECT_EQ(PVariant(0x0102).toByteArray()[0], 0x02);
     EXPECT_EQ(PVariant("Ж").toByteArray().toStdString(), "Ж");
 }
