@@ -166,11 +166,9 @@ TEST(PStringTest, splitKeepsInnerEmptyPiecesButNoEmptyTail)
             out.push_back(p.toStdString());
         return out;
     };
+    // That the pieces join to the input less an empty tail is the split fuzz target's check.
     EXPECT_EQ(pieces("a,b,"), (std::vector<std::string>{"a", "b"}));
     EXPECT_EQ(pieces(",,"), (std::vector<std::string>{"", ""}));
-    EXPECT_EQ(pieces(",a"), (std::vector<std::string>{"", "a"}));
-    EXPECT_EQ(pieces(""), std::vector<std::string>{});
-    EXPECT_EQ(pieces("a,,b"), (std::vector<std::string>{"a", "", "b"}));
 
     using V = std::vector<std::string>;
     EXPECT_EQ(strake::split<char>("k=v;;x", ";;", false), V{"k=v"});
@@ -247,21 +245,12 @@ TEST(StrakeTextTest, hexWritesSeparatorBehindEveryByteAndFormatMeasuresExactly)
     EXPECT_EQ(strake::tolower(std::wstring(L"AB1")), L"ab1");
 }
 
-TEST(StrakeTextTest, base64RoundTripsEveryLength)
-{
-    std::string raw;
-    for (int n = 0; n < 64; ++n) {
-        const std::string encoded = strake::base64_encode(raw);
-        EXPECT_EQ(encoded.size(), (raw.size() + 2) / 3 * 4);
-        EXPECT_EQ(strake::base64_decode(encoded), raw) << n;
-        raw += char(n * 37 + 200);
-    }
-    EXPECT_EQ(strake::raw2Base64("Man"), "TWFu");
-    EXPECT_EQ(strake::base642Raw("TWFu"), "Man");
-}
-
+// Round trips of every length are the Base64 fuzz target's, replayed with the tests.
 TEST(StrakeTextTest, base64DecoderIsLenient)
 {
+    EXPECT_EQ(strake::raw2Base64("Man"), "TWFu");
+    EXPECT_EQ(strake::base642Raw("TWFu"), "Man");
+    EXPECT_EQ(strake::base64_encode(std::string("\xff")), "/w==");
     // Without padding, or with the URL-safe characters.
     EXPECT_EQ(strake::base64_decode("QUI"), strake::base64_decode("QUI="));
     EXPECT_EQ(strake::base64_decode("QUI"), "AB");
