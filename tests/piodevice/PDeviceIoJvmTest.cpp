@@ -138,7 +138,7 @@ TEST_F(PDeviceIoJvmTest, udpSocketKeepsEachDatagramWholeAndAnswersItsSender)
     target.sin_port = htons(port);
     for (const char* datagram : {"a", "bb", "ccc"})
         sendto(sender.fd, datagram, strlen(datagram), 0, reinterpret_cast<sockaddr*>(&target), sizeof target);
-    ASSERT_TRUE(recorder.waitForEvents(3));
+    ASSERT_TRUE(recorder.waitFor(3));
     const auto events = recorder.events();
     EXPECT_EQ(events[0]->value(PString("input")).toByteArray(), PByteArray("a"));
     EXPECT_EQ(events[1]->value(PString("input")).toByteArray(), PByteArray("bb"));
