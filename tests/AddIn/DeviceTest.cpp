@@ -78,7 +78,6 @@ TEST_F(DeviceTest, portValueChoosesTheModeAndItsDevice)
         EXPECT_EQ(made->spec.address, PString(c.address));
         EXPECT_EQ(made->spec.port, c.port);
         EXPECT_EQ(parameter("timeout"), c.timeout);
-        EXPECT_TRUE(device.isOpened());
         EXPECT_TRUE(device.close());
         EXPECT_TRUE(device.close());
         EXPECT_EQ(made->closes, 1);

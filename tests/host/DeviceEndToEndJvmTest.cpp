@@ -70,8 +70,6 @@ protected:
             connection.setAndroidHelper(static_cast<IHostAndroidHelper*>(&PHostJvm::androidHelper()));
             attached = component->attach(locale);
         }
-        // DestroyObject, leaving the connection for the test to look at; the driver is unusable.
-        void destroyComponent() { component.reset(); }
         // Settings that GetParameters left at their defaults, then the given ones; the id. A
         // refusal fails the test unless `refusable`.
         std::u16string open(const std::vector<std::pair<std::u16string, std::u16string>>& settings,
@@ -369,7 +367,7 @@ TEST_F(DeviceEndToEndJvmTest, devicesOutliveTheirComponentUntilTheLastOneGoes)
 
         // A's connection outlives A, so a delivery to it would be recorded; under ASan a
         // delivery to the freed component would be reported.
-        a->destroyComponent();
+        a->component.reset();  // DestroyObject; the connection stays to be looked at
         ASSERT_TRUE(first.send("A2\r\n"));
         ASSERT_TRUE(second.send("B1\r\n"));
         ASSERT_TRUE(b->received(1));
@@ -402,7 +400,7 @@ TEST_F(DeviceEndToEndJvmTest, deliveriesRacingComponentDestructionTouchNothingFr
                 (void)::write(pty.master, "0123456789ABCDEFGH\r\n", 20);  // a full pty only refuses
         });
         ASSERT_TRUE(doomed->connection.waitForEvents(1, kDeadline));
-        doomed->destroyComponent();
+        doomed->component.reset();
         stop = true;
         scanner.join();
         EXPECT_TRUE(keeper->driver.close(id));

@@ -101,30 +101,16 @@ protected:
     // RecordingCompanion's settings back to their defaults, its record emptied.
     static void resetRecording() { callStatic(kRecording, "reset", "()V"); }
     // RecordingCompanion's static settings and record.
-    void setRecording(const char* field, bool value)
+    static void setRecording(const char* field, bool value)
     {
-        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
-        env()->SetStaticBooleanField(cls, env()->GetStaticFieldID(cls, field, "Z"), jboolean(value));
-        kelmortest::javaQuiet(field);
-        drop(cls);
+        callStatic(kRecording, "setFlag", "(Ljava/lang/String;Z)V", field, jboolean(value));
     }
-    void setRecording(const char* field, const char* text)
+    static void setRecording(const char* field, const char* text)
     {
-        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
-        jstring value = text ? env()->NewStringUTF(text) : nullptr;
-        env()->SetStaticObjectField(cls, env()->GetStaticFieldID(cls, field, "Ljava/lang/String;"), value);
-        kelmortest::javaQuiet(field);
-        drop(value);
-        drop(cls);
+        callStatic(kRecording, "setText", "(Ljava/lang/String;Ljava/lang/String;)V", field, text);
     }
-    std::string recordedCalls() { return callStatic<std::string>(kRecording, "calls", "()Ljava/lang/String;"); }
-    long long lastHandle()
-    {
-        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
-        const long long handle = env()->GetStaticLongField(cls, env()->GetStaticFieldID(cls, "lastHandle", "J"));
-        drop(cls);
-        return handle;
-    }
+    static std::string recordedCalls() { return callStatic<std::string>(kRecording, "calls", "()Ljava/lang/String;"); }
+    static long long lastHandle() { return callStatic<long long>(kRecording, "lastHandle", "()J"); }
     static constexpr const char16_t* kRecording = u"com.tavrel.piodevice.RecordingCompanion";
 
     RedirectingAndroidHelper m_helper;

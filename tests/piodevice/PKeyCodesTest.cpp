@@ -81,7 +81,6 @@ TEST(PKeyCodes, keyNamesShowDirection)
     EXPECT_EQ(getKeyName(65, 0), PString("'_A'"));
     EXPECT_EQ(getKeyName(13, 1), PString("'ENTER'"));
     EXPECT_EQ(getKeyName(173, 0), PString("'leftalt'"));
-    EXPECT_EQ(getKeyName(97, 1), PString("{FAIL(97(}"));
     EXPECT_EQ(getKeyName(97, 0), PString("{FAIL(97(}"));
     EXPECT_EQ(getKeyName(0), PString("NONE"));
     EXPECT_EQ(getKeyName(126), PString("~"));

@@ -22,8 +22,7 @@ public class RecordingCompanion {
     private static final byte[] pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
     /** The answer of the static lists; null is answered as null. */
     public static volatile String listAnswer = "";
-    /** The handle that the last companion was made with. */
-    public static volatile long lastHandle;
+    private static volatile long lastHandle;
     public static volatile boolean listThrows = false;
     /** A block that open delivers before it returns, as a reader that finds data at once. */
     public static volatile String deliverOnOpen = null;
@@ -58,6 +57,20 @@ public class RecordingCompanion {
         listAnswer = "";
         listThrows = false;
         deliverOnOpen = null;
+    }
+
+    /** Sets a static setting by its name. */
+    public static void setFlag(String field, boolean value) throws ReflectiveOperationException {
+        RecordingCompanion.class.getField(field).setBoolean(null, value);
+    }
+
+    public static void setText(String field, String value) throws ReflectiveOperationException {
+        RecordingCompanion.class.getField(field).set(null, value);
+    }
+
+    /** The handle that the last companion was made with. */
+    public static long lastHandle() {
+        return lastHandle;
     }
 
     /** The calls so far, one per line. */
