@@ -1,5 +1,5 @@
 // Counting of heap allocations made by the calling thread, for tests that prove a path
-// builds nothing. PInputProcessorTest.cpp replaces operator new of this test program to count;
+// builds nothing. PSerialInputProcessorTest.cpp replaces operator new of this test program to count;
 // not available under sanitizers, which keep their own allocator.
 #pragma once
 
