@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -157,8 +158,17 @@ TEST(PThreadSafeBufferTest, closeEndsAnEndlessWaitWithFalse)
     PThreadSafeBuffer buffer(8);
     ASSERT_TRUE(buffer.open(kDeviceBuffer));
     bool result = true;
-    std::thread waiter([&] { result = buffer.waitForReadyRead(-1); });
-    // Whether the close comes before or during the wait, the answer is false.
+    std::atomic<bool> started{false};
+    std::thread waiter([&] {
+        started = true;
+        result = buffer.waitForReadyRead(-1);
+    });
+    // Whether the close comes before or during the wait, the answer is false; most often the
+    // waiter is inside its wait by now.
+    while (!started)
+        std::this_thread::yield();
+    for (int i = 0; i < 100; ++i)
+        std::this_thread::yield();
     buffer.close();
     waiter.join();
     EXPECT_FALSE(result);
