@@ -40,12 +40,8 @@ protected:
     }
     std::string packetRecord(int code, int action, int meta, const char* characters)
     {
-        const jstring none = nullptr;
-        auto call = [&](const auto& text) {
-            return callStatic<std::string>(kKeyboard, "packetRecord", "(IIILjava/lang/String;)Ljava/lang/String;",
-                                    code, action, meta, text);
-        };
-        return characters ? call(characters) : call(none);
+        return callStatic<std::string>(kKeyboard, "packetRecord", "(IIILjava/lang/String;)Ljava/lang/String;",
+                                       code, action, meta, characters);
     }
     int openCompanions() { return callStatic<int>(kKeyboard, "openCount", "()I"); }
 };
