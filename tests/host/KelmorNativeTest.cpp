@@ -257,7 +257,7 @@ TEST_F(KelmorNativeTest, callsThatBreakTheSignatureAreRefusedBeforeTheHandler)
     EXPECT_EQ(lastError().result.lVal, 2);
 }
 
-TEST_F(KelmorNativeTest, aHostWithoutMemoryGetsFailuresNotCrashes)
+TEST_F(KelmorNativeTest, startAndEndCallsAreSafeToRepeatAndAHostWithoutMemoryGetsFailures)
 {
     PHostComponent unmanaged(*library, u"InputDevice", &memory);
     ASSERT_TRUE(unmanaged.attach(u"en_US", false));
@@ -282,10 +282,7 @@ TEST_F(KelmorNativeTest, aHostWithoutMemoryGetsFailuresNotCrashes)
     EXPECT_EQ(unmanaged->GetMethodName(0, 0), nullptr);
     memory.setRefuseAllocations(false);
     EXPECT_EQ(unmanaged.call(u"Version").resultText(), u"10.1.8.6");
-}
 
-TEST_F(KelmorNativeTest, startAndEndCallsAreSafeToRepeat)
-{
     PHostComponent reader(*library, u"CardReaderDevice", &memory);
     ASSERT_TRUE(reader.isValid());
     EXPECT_EQ(reader->GetNMethods(), 0);
