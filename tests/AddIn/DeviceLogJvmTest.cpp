@@ -24,9 +24,7 @@ protected:
 
 TEST_F(DeviceLogJvmTest, javaLogGetsTheTagAndTheFileBesideOurs)
 {
-    PPropertyBag settings;
-    settings.addValue("BluetoothDevice", PVariant("00:11:22:33:44:55"));
-    settings.addValue("LogType", PVariant(1));
+    PPropertyBag settings = kelmortest::bag({{"BluetoothDevice", PVariant("00:11:22:33:44:55")}, {"LogType", PVariant(1)}});
     Device device;
     ASSERT_TRUE(device.open(settings, [](PEvent*) {}, [](const PError&) {}));
     EXPECT_EQ(javaLogger("getTag"), "Kelmor");

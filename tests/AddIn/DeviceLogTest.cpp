@@ -13,7 +13,6 @@
 #include <regex>
 #include <set>
 #include <sstream>
-#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -21,27 +20,14 @@ namespace {
 
 using kelmortest::RecordingFactory;
 
-std::string readFile(const std::string& path)
+// The file's lines; none when it cannot be read.
+std::vector<std::string> linesOf(const std::string& path)
 {
     std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-std::vector<std::string> linesOf(const std::string& text)
-{
-    std::istringstream in(text);
     std::vector<std::string> lines;
     for (std::string line; std::getline(in, line);)
         lines.push_back(line);
     return lines;
-}
-
-bool exists(const std::string& path)
-{
-    struct stat info;
-    return ::stat(path.c_str(), &info) == 0;
 }
 
 std::string threadId()
@@ -58,7 +44,7 @@ protected:
         // No dot in the folder: the Java log's name is cut at the first dot of the path.
         dir = ::testing::TempDir() + "kelmor_log_" + std::to_string(::getpid()) + "_" +
               ::testing::UnitTest::GetInstance()->current_test_info()->name();
-        ::mkdir(dir.c_str(), 0700);
+        std::filesystem::create_directory(dir);
     }
     void TearDown() override { std::filesystem::remove_all(dir); }
     PPropertyBag settings(int logType, const std::string& path)
@@ -87,8 +73,8 @@ TEST_F(DeviceLogTest, fileHoldsOneLinePerMessageFromEveryThread)
     EXPECT_EQ(delivered, 1);
     device.close();
 
-    const std::string text = readFile(path);
-    const std::vector<std::string> lines = linesOf(text);
+    const std::vector<std::string> lines = linesOf(path);
+    const std::string text = ::testing::PrintToString(lines);
     ASSERT_FALSE(lines.empty());
     EXPECT_TRUE(std::regex_match(lines[0], std::regex(R"(log opened \d{4}-\d\d-\d\d::\d\d:\d\d:\d\d)"))) << text;
     const std::regex form(R"(\[D\]\{(\d+)\}\(\d{4}-\d\d-\d\d::\d\d:\d\d:\d\d\)InputDevice#1: (.*))");
@@ -111,7 +97,7 @@ TEST_F(DeviceLogTest, fileHoldsOneLinePerMessageFromEveryThread)
     EXPECT_EQ(messages[1], "Bluetooth mode");
     EXPECT_EQ(messages[2], "Device succesefully opened");
     EXPECT_EQ(threads, (std::set<std::string>{threadId(), deliveringThread}));
-    EXPECT_EQ(readFile(dir + "/scan_java.log"), "");
+    EXPECT_TRUE(linesOf(dir + "/scan_java.log").empty());
 }
 
 TEST_F(DeviceLogTest, lineMarksFollowTheLevelAndTextEndsAtItsFirstZero)
@@ -126,7 +112,7 @@ TEST_F(DeviceLogTest, lineMarksFollowTheLevelAndTextEndsAtItsFirstZero)
     ASSERT_TRUE(handler);
     for (unsigned short level : {1, 2, 3})
         handler(DebugMessageContext{0, level}, std::string("lvl\0hidden", 10));
-    const std::vector<std::string> got = linesOf(readFile(path));
+    const std::vector<std::string> got = linesOf(path);
     ASSERT_EQ(got.size(), 5u);
     EXPECT_EQ(got[0], "kept");
     EXPECT_EQ(got[1].rfind("log opened ", 0), 0u);
@@ -134,7 +120,7 @@ TEST_F(DeviceLogTest, lineMarksFollowTheLevelAndTextEndsAtItsFirstZero)
     EXPECT_EQ(got[3].substr(0, 4), "[F]{");
     EXPECT_EQ(got[4].substr(0, 1), "{");
     EXPECT_TRUE(std::regex_match(got[4], std::regex(R"(\{\d+\}\(.*\)InputDevice#1: lvl)"))) << got[4];
-    EXPECT_TRUE(exists(path + "_java"));
+    EXPECT_TRUE(std::filesystem::exists(path + "_java"));
 }
 
 TEST_F(DeviceLogTest, javaLogNameAndLogsThatCannotBeWritten)
@@ -142,12 +128,12 @@ TEST_F(DeviceLogTest, javaLogNameAndLogsThatCannotBeWritten)
     // Every dot after the second one is dropped with what stands behind it.
     Device device;
     device.initDebug(settings(0, dir + "/a.b.c.d"));
-    EXPECT_TRUE(exists(dir + "/a_java.b"));
+    EXPECT_TRUE(std::filesystem::exists(dir + "/a_java.b"));
 
     // A folder that does not exist: the device works without a log.
     Device unlogged;
     ASSERT_TRUE(unlogged.open(settings(0, dir + "/missing/x.log"), [](PEvent*) {}, [](const PError&) {}));
-    EXPECT_FALSE(exists(dir + "/missing"));
+    EXPECT_FALSE(std::filesystem::exists(dir + "/missing"));
 
     // Type 0 with no path: a handler that drops everything.
     Device pathless;
@@ -163,7 +149,7 @@ TEST_F(DeviceLogTest, javaLogNameAndLogsThatCannotBeWritten)
     Device noType;
     noType.initDebug(PPropertyBag());
     EXPECT_FALSE(noType.debugMessageHandler());
-    EXPECT_FALSE(exists(dir + "/quiet.log"));
+    EXPECT_FALSE(std::filesystem::exists(dir + "/quiet.log"));
 }
 
 TEST_F(DeviceLogTest, systemLogWritesTheSameLineUnderTheKelmorTag)

@@ -1,14 +1,17 @@
 // The device registry: ids, its two texts for a bad id, the settings rule, the one-attempt
-// test, and last errors that stay with the thread that failed.
+// test, last errors that stay with the thread that failed, and the settings catalogue.
 #include "DeviceManager.h"
 
 #include "Device.h"
 #include "PLocale.h"
+#include "PVKSettings.h"
 #include "RecordingDevice.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <fstream>
+#include <sstream>
 #include <thread>
 
 namespace {
@@ -153,6 +156,27 @@ TEST_F(DeviceManagerTest, aTestIsOneAttemptThatLeavesTheTableAsItWas)
     EXPECT_EQ(factory->count(), 2);
     EXPECT_EQ(DeviceManager::getLastError().message(), PString("Failed to open device. Check connection"));
     EXPECT_EQ(ids(), std::vector<std::string>{"InputDevice#1"});
+}
+
+// The catalogue compared whole with reviewed documents: English with ports and paired devices
+// listed, Russian with none.
+TEST_F(DeviceManagerTest, catalogueIsTheWholeSettingsDocumentInEitherLanguage)
+{
+    for (bool withLists : {false, true}) {
+        SCOPED_TRACE(withLists ? "lists, en" : "no lists, ru");
+        if (withLists)
+            kelmortest::fillFakeLists(*factory);
+        PLocale::setDefaultLocaleId(withLists ? PLocale::English : PLocale::Russian);
+        PVKSettings settings;
+        ASSERT_TRUE(DeviceManager::fillSettings(&settings));
+        std::ifstream in(std::string(KELMOR_SOURCE_DIR) + "/tests/AddIn/data/" +
+                         (withLists ? "settings-en-lists.xml" : "settings-ru.xml"));
+        std::ostringstream expected;
+        expected << in.rdbuf();
+        ASSERT_FALSE(expected.str().empty());
+        EXPECT_EQ(settings.getXML().toStdString(), expected.str());
+    }
+    EXPECT_FALSE(DeviceManager::fillSettings(nullptr));
 }
 
 }

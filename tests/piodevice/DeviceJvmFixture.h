@@ -12,8 +12,6 @@
 #include <gtest/gtest.h>
 #include <jni.h>
 
-#include <chrono>
-#include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -79,19 +77,11 @@ protected:
     static JNIEnv* env() { return PHostJvm::env(); }
 
     // Local references: the test thread never returns to Java, so each is dropped once used.
-    static jstring javaString(const std::string& utf8) { return env()->NewStringUTF(utf8.c_str()); }
-    static jintArray javaInts(const std::vector<int>& values)
-    {
-        jintArray array = env()->NewIntArray(static_cast<jsize>(values.size()));
-        std::vector<jint> copy(values.begin(), values.end());
-        env()->SetIntArrayRegion(array, 0, static_cast<jsize>(copy.size()), copy.data());
-        return array;
-    }
     static void drop(jobject ref) { dropLocal(ref); }
 
     // Java threads that send an intent with the extra `name` and a key packet over and over;
     // stopFloods answers whether they ended within ten seconds.
-    static void startFloods(jstring action, jstring name, jstring keyPacket)
+    static void startFloods(const char* action, const char* name, const char* keyPacket)
     {
         callStatic(kTraffic, "startFloods",
                    "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V", action, name,
@@ -111,30 +101,16 @@ protected:
     // RecordingCompanion's settings back to their defaults, its record emptied.
     static void resetRecording() { callStatic(kRecording, "reset", "()V"); }
     // RecordingCompanion's static settings and record.
-    void setRecording(const char* field, bool value)
+    static void setRecording(const char* field, bool value)
     {
-        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
-        env()->SetStaticBooleanField(cls, env()->GetStaticFieldID(cls, field, "Z"), jboolean(value));
-        kelmortest::javaQuiet(field);
-        drop(cls);
+        callStatic(kRecording, "setFlag", "(Ljava/lang/String;Z)V", field, jboolean(value));
     }
-    void setRecording(const char* field, const char* text)
+    static void setRecording(const char* field, const char* text)
     {
-        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
-        jstring value = text ? javaString(text) : nullptr;
-        env()->SetStaticObjectField(cls, env()->GetStaticFieldID(cls, field, "Ljava/lang/String;"), value);
-        kelmortest::javaQuiet(field);
-        drop(value);
-        drop(cls);
+        callStatic(kRecording, "setText", "(Ljava/lang/String;Ljava/lang/String;)V", field, text);
     }
-    std::string recordedCalls() { return callStatic<std::string>(kRecording, "calls", "()Ljava/lang/String;"); }
-    long long lastHandle()
-    {
-        jclass cls = PHostJvm::androidHelper().findClass(kRecording);
-        const long long handle = env()->GetStaticLongField(cls, env()->GetStaticFieldID(cls, "lastHandle", "J"));
-        drop(cls);
-        return handle;
-    }
+    static std::string recordedCalls() { return callStatic<std::string>(kRecording, "calls", "()Ljava/lang/String;"); }
+    static long long lastHandle() { return callStatic<long long>(kRecording, "lastHandle", "()J"); }
     static constexpr const char16_t* kRecording = u"com.tavrel.piodevice.RecordingCompanion";
 
     RedirectingAndroidHelper m_helper;
@@ -196,40 +172,37 @@ using kelmortest::registerBluetooth;
 using kelmortest::setProperty;
 using kelmortest::unregisterBluetooth;
 
-using Clock = std::chrono::steady_clock;
-constexpr std::chrono::seconds kDeadline{10};
-
-// Copies of the events a device raised, and the errors it reported, with waits.
-class Recorder {
+// Copies of the events a device raised, counted, and the errors it reported.
+class Recorder : public kelmortest::WaitCounter {
 public:
     PIODevice::Callback callback()
     {
-        return [this](PEvent* event) { keep(std::shared_ptr<PEvent>(event->copy()), nullptr); };
+        return [this](PEvent* event) {
+            {
+                std::lock_guard<std::mutex> lock(mutex_);
+                events_.emplace_back(event->copy());
+            }
+            add();
+        };
     }
     PIODevice::ErrorCallback errorCallback()
     {
-        return [this](const PError& error) { keep(nullptr, &error); };
-    }
-    // Waits until at least count events came; false at the deadline.
-    bool waitForEvents(size_t count)
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_until(lock, Clock::now() + kDeadline, [&] { return events_.size() >= count; });
+        return [this](const PError& error) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            errors_.push_back(error);
+        };
     }
     // Waits until the events' inputs joined hold at least size bytes; the joined input.
     std::string waitForInput(size_t size)
     {
-        std::string joined;
-        std::unique_lock<std::mutex> lock(mutex_);
-        changed_.wait_until(lock, Clock::now() + kDeadline, [&] {
-            joined.clear();
-            for (const auto& event : events_) {
-                const PByteArray input = event->value(PString("input")).toByteArray();
-                joined.append(input.constChars(), input.size());
-            }
-            return joined.size() >= size;
-        });
-        return joined;
+        for (;;) {
+            const long seen = count();
+            std::string joined;
+            for (const auto& event : events())
+                joined += event->value(PString("input")).toByteArray().toStdString();
+            if (joined.size() >= size || !waitFor(seen + 1))
+                return joined;
+        }
     }
     std::vector<std::shared_ptr<PEvent>> events()
     {
@@ -243,18 +216,7 @@ public:
     }
 
 private:
-    void keep(std::shared_ptr<PEvent> event, const PError* error)
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (event)
-            events_.push_back(std::move(event));
-        if (error)
-            errors_.push_back(*error);
-        changed_.notify_all();
-    }
-
     std::mutex mutex_;  // guards events_ and errors_
-    std::condition_variable changed_;
     std::vector<std::shared_ptr<PEvent>> events_;
     std::vector<PError> errors_;
 };

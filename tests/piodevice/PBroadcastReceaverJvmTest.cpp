@@ -156,10 +156,7 @@ protected:
         // Warm-up: the companion's class is pinned from the first open on.
         ASSERT_TRUE(m_make()->open(1));
         m_refs = PHostJvm::globalRefCount();
-        jstring args[] = {javaString("FLOOD"), javaString("data")};
-        startFloods(args[0], args[1], nullptr);
-        for (jstring arg : args)
-            drop(arg);
+        startFloods("FLOOD", "data", nullptr);
     }
     void TearDown() override
     {

@@ -40,12 +40,8 @@ protected:
     }
     std::string packetRecord(int code, int action, int meta, const char* characters)
     {
-        const jstring none = nullptr;
-        auto call = [&](const auto& text) {
-            return callStatic<std::string>(kKeyboard, "packetRecord", "(IIILjava/lang/String;)Ljava/lang/String;",
-                                    code, action, meta, text);
-        };
-        return characters ? call(characters) : call(none);
+        return callStatic<std::string>(kKeyboard, "packetRecord", "(IIILjava/lang/String;)Ljava/lang/String;",
+                                       code, action, meta, characters);
     }
     int openCompanions() { return callStatic<int>(kKeyboard, "openCount", "()I"); }
 };
@@ -72,15 +68,10 @@ TEST_F(PKeyboardJvmTest, keyEventsFromJavaReachAnOpenDeviceOnTheTimerAsTheScanne
     EXPECT_EQ(wired.messages->at(0), "0104601234567894\x1d" "21aB-1");
 
     // Key events one by one: shift down, A down and up, shift up, Enter down and up.
-    jintArray codes = javaInts({59, 29, 29, 59, 66, 66});
-    jintArray actions = javaInts({0, 0, 1, 1, 0, 1});
-    jintArray metas = javaInts({1, 1, 1, 0, 0, 0});
-    EXPECT_EQ(callStatic<int>(kKeyboard, "sendKeyEvents", "([I[I[I[Ljava/lang/String;)I", codes,
-                            actions, metas, nullptr),
+    EXPECT_EQ(callStatic<int>(kKeyboard, "sendKeyEvents", "([I[I[I[Ljava/lang/String;)I",
+                              std::vector<jint>{59, 29, 29, 59, 66, 66}, std::vector<jint>{0, 0, 1, 1, 0, 1},
+                              std::vector<jint>{1, 1, 1, 0, 0, 0}, nullptr),
               1);
-    drop(codes);
-    drop(actions);
-    drop(metas);
     ASSERT_TRUE(wired.messages->waitFor(2));
     EXPECT_EQ(wired.messages->at(1), "A");
 
@@ -137,8 +128,7 @@ TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCa
     anchor.device->close();
     const long refs = PHostJvm::globalRefCount();  // with the companion's class pinned
 
-    jstring packet = javaString("29:1:QQ==");
-    startFloods(nullptr, nullptr, packet);
+    startFloods(nullptr, nullptr, "29:1:QQ==");
     // Every tenth cycle the device is alone, and its companion comes and goes with it.
     const kelmortest::MakeDevice make = [] {
         auto device = std::make_shared<PKeyboard>();
@@ -154,7 +144,6 @@ TEST_F(PKeyboardJvmTest, openStreamCloseCyclesWhileJavaThreadsSendAsFastAsTheyCa
     });
     anchor.device->close();
     EXPECT_TRUE(stopFloods());
-    drop(packet);
     EXPECT_EQ(PHostJvm::globalRefCount(), refs);
     EXPECT_EQ(openCompanions(), 0);
 }

@@ -189,28 +189,21 @@ TEST(PLoggerTest, writesFromManyThreadsArriveWhole)
     EXPECT_EQ(lines, 800);
 }
 
-TEST(PLoggerTest, logFileNamesAndTimeStamps)
+TEST(PLoggerTest, closedLoggersDropEverythingAndNamesCarryATimeStamp)
 {
-    EXPECT_EQ(pGetDefaultLogFilePath(), "/storage/emulated/0/Download/");
-    const std::string stamp = getCurrentTimeString("%Y%m%d%H%M%S");
-    EXPECT_EQ(stamp.size(), 14u);
-    EXPECT_EQ(getCurrentTimeString(""), "");
-    const std::string name = pGetLogFileName("kelmor", ".txt");
-    EXPECT_EQ(name.rfind("kelmor_x64_t", 0), 0u);
-    EXPECT_EQ(name.substr(name.size() - 4), ".txt");
-    EXPECT_EQ(name.substr(name.size() - 18, 14).find_first_not_of("0123456789"), std::string::npos);
-    trace(nullptr, "never written");
-    trace("Strake", "trace reaches the Android log");
-    tracef("Strake", "%s %d", "tracef", 1);
-
-    // A closed logger drops everything.
     PLogger logger("", std::ios::app);
     EXPECT_FALSE(logger.isOpened());
     logger << std::string("x") << 1;
     EXPECT_EQ(logger.addNote("%d", 1), -1);
     PLogger none;
-    EXPECT_FALSE(none.isOpened());
     none << "y";
+    trace(nullptr, "never written");
+    tracef("Strake", "%s %d", "tracef", 1);
+
+    const std::string name = pGetLogFileName("kelmor", ".txt");
+    EXPECT_EQ(name.substr(name.size() - 18).find_first_not_of("0123456789"), 14u) << name;
+    EXPECT_EQ(getCurrentTimeString(""), "");
+    EXPECT_EQ(pGetDefaultLogFilePath().back(), '/');
 }
 
 }

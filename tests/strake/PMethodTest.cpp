@@ -1,7 +1,11 @@
-// The checks and the run of a bound method.
+// The checks and the run of a bound method, a property's reads and writes, and the table of
+// both with its names and aliases.
 #include "PMethod.h"
 
 #include "PHostMemoryManager.h"
+#include "PProperty.h"
+#include "PVKExtention.h"
+#include "StrakeVariant.h"
 
 #include <gtest/gtest.h>
 
@@ -74,6 +78,128 @@ TEST(PMethodTest, handlerGetsAnEmptyResultAndTheCopysAllocator)
     Recorder procedure;
     EXPECT_TRUE(recordingMethod("VOID()", procedure)(nullptr, nullptr, 0, nullptr));
     EXPECT_EQ(procedure.resultTypeSeen, -1);
+}
+
+TEST(PPropertyTest, writesAreCheckedAndNotifiedOnlyWhenTheSetterTakesThem)
+{
+    int stored = 0;
+    int notified = 0;
+    bool accept = true;
+    PProperty property(
+        PString("Speed"), PSemanticEntry(VTYPE_I4, true),
+        [&](tVariant* value, IMemoryManager*) { return strake::int2var(value, stored, VTYPE_I4); },
+        [&](const tVariant* value) {
+            if (accept)
+                stored = value->lVal;
+            return accept;
+        },
+        [&](const tVariant&) { ++notified; });
+    ASSERT_TRUE(property.isValid());
+
+    tVariant value;
+    std::memset(&value, 0, sizeof value);
+    strake::int2var(&value, 9600, VTYPE_UI4);
+    PError error;
+    EXPECT_TRUE(property.setValue(&value, &error));
+    EXPECT_EQ(stored, 9600);
+    EXPECT_EQ(notified, 1);
+
+    accept = false;
+    EXPECT_TRUE(property.setValue(&value, &error));
+    EXPECT_EQ(notified, 1);
+
+    strake::double2var(&value, 1.5, VTYPE_R8);
+    EXPECT_FALSE(property.setValue(&value, &error));
+    EXPECT_EQ(error.code(), 103);
+    EXPECT_THROW(property(&value), PError);
+
+    EXPECT_EQ(property.getValue(&error).lVal, 9600);
+    EXPECT_FALSE(property.getValue(nullptr, &error));
+    EXPECT_EQ(error.code(), 101);
+
+    // Read-only and unreadable properties answer as such.
+    PProperty readOnly(PString("Name"), PSemanticEntry(VTYPE_PWSTR, false),
+                       [](tVariant* value, IMemoryManager* manager) {
+                           return strake::wstr2var(value, L"scanner", manager);
+                       });
+    EXPECT_TRUE(readOnly.isReadable());
+    EXPECT_FALSE(readOnly.isWritable());
+    std::memset(&value, 0, sizeof value);
+    EXPECT_TRUE(readOnly.setValue(&value, nullptr));
+
+    PHostMemoryManager memory;
+    readOnly.setAllocator(&memory);
+    ASSERT_TRUE(readOnly.getValue(&value, &error));
+    EXPECT_EQ(hostTextOf(value), u"scanner");
+    memory.release(value);
+
+    PProperty unreadable(PString("Secret"), PSemanticEntry(VTYPE_PWSTR, false), nullptr);
+    EXPECT_FALSE(unreadable.isValid());
+    EXPECT_FALSE(unreadable.getValue(&value, &error));
+    EXPECT_EQ(error.code(), 105);
+    EXPECT_FALSE(PProperty(PString("Void"), PSemanticEntry(), [](tVariant*, IMemoryManager*) {
+                     return true;
+                 }).isValid());
+}
+
+PMethod method(const char* name, const char* signature = "VOID()")
+{
+    return PMethod(PString(name), PMethodSemantic::fromString(signature),
+                   [](tVariant*, tVariant*, long, IMemoryManager*) { return true; });
+}
+
+PProperty property(const char* name)
+{
+    return PProperty(PString(name), PSemanticEntry(VTYPE_I4, false),
+                     [](tVariant*, IMemoryManager*) { return true; });
+}
+
+TEST(PVKExtentionTest, namesAndAliasesFindPositionsExactly)
+{
+    PVKExtention table;
+    table.addMethod(method("Open"), PString("Подключить"));
+    table.addMethod(method("Act", "BOOL(WSTR)"), PString("Действие"));
+    table.addMethod(method("Act", "BOOL(WSTR)"), PString("Действие"));
+    table.addMethod(method("Close"), PString());
+    EXPECT_EQ(table.methodsCount(), 4u);
+    EXPECT_EQ(table.findMethod(PString("Open")), 0);
+    EXPECT_EQ(table.findMethod(PString("Подключить")), 0);
+    EXPECT_EQ(table.findMethod(PString("Act")), 2);
+    EXPECT_EQ(table.findMethod(PString("Действие")), 2);
+    EXPECT_EQ(table.findMethod(PString("open")), -1);
+    EXPECT_EQ(table.findMethod(PString("Nothing")), -1);
+    // An empty alias is a key like any other.
+    EXPECT_EQ(table.findMethod(PString()), 3);
+    EXPECT_EQ(table.methodAlias(PString("Open")), PString("Подключить"));
+    EXPECT_TRUE(table.methodAlias(PString("Nothing")).isEmpty());
+    EXPECT_EQ(table.getMethod(1ul).name(), PString("Act"));
+    EXPECT_FALSE(table.getMethod(4ul).isValid());
+    EXPECT_FALSE(table.getMethod(static_cast<unsigned long>(-1)).isValid());
+
+    table.changeMethodAlias(PString("Open"), PString("Открыть"));
+    EXPECT_EQ(table.findMethod(PString("Открыть")), 0);
+    EXPECT_EQ(table.findMethod(PString("Подключить")), -1);
+    EXPECT_EQ(table.methodAlias(PString("Open")), PString("Открыть"));
+    table.changeMethodAlias(PString("Nothing"), PString("Ничто"));
+    EXPECT_EQ(table.findMethod(PString("Ничто")), -1);
+
+    // Properties keep every non-empty alias.
+    table.addProperty(property("Speed"), PString(";Скорость;;Baud;"));
+    table.addProperty(property("Port"), PString());
+    EXPECT_EQ(table.propertiesCount(), 2u);
+    EXPECT_EQ(table.findProperty(PString("Скорость")), 0);
+    EXPECT_EQ(table.findProperty(PString("Baud")), 0);
+    EXPECT_EQ(table.findProperty(PString("Port")), 1);
+    EXPECT_EQ(table.findProperty(PString()), -1);
+    EXPECT_EQ(table.propAlias(PString("Speed")), PString("Скорость"));
+    EXPECT_TRUE(table.propAlias(PString("Port")).isEmpty());
+
+    table.changePropAlias(PString("Speed"), PString("Rate"));
+    EXPECT_EQ(table.findProperty(PString("Rate")), 0);
+    EXPECT_EQ(table.findProperty(PString("Скорость")), -1);
+    EXPECT_EQ(table.findProperty(PString("Baud")), 0);
+    table.changePropAlias(PString("Port"), PString("Порт"));
+    EXPECT_EQ(table.findProperty(PString("Порт")), 1);
 }
 
 }

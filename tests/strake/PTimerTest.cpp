@@ -7,19 +7,17 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
-#include <set>
 #include <thread>
 
 namespace {
 
-// Counts ticks; a test waits on it until a number is reached.
-struct TickCounter : kelmortest::WaitCounter {
-    std::function<void()> callback()
-    {
-        return [this] { add(); };
-    }
-    int value() const { return static_cast<int>(count()); }
-};
+using TickCounter = kelmortest::WaitCounter;
+
+// A timer callback that counts its ticks.
+std::function<void()> ticking(TickCounter& counter)
+{
+    return [&counter] { counter.add(); };
+}
 
 TEST(PTimerTest, refusesWithoutCallbackOrWithNothingToCount)
 {
@@ -27,9 +25,9 @@ TEST(PTimerTest, refusesWithoutCallbackOrWithNothingToCount)
     EXPECT_FALSE(noCallback.start(10, 0, 1));
 
     TickCounter counter;
-    PTimer endless(counter.callback());
+    PTimer endless(ticking(counter));
     EXPECT_FALSE(endless.start(0, 0, -1));  // interval 0 and no end
-    PTimer zeroCount(counter.callback(), 10);
+    PTimer zeroCount(ticking(counter), 10);
     zeroCount.setCount(0);
     EXPECT_FALSE(zeroCount.start());
     EXPECT_FALSE(zeroCount.isRunning());
@@ -40,12 +38,12 @@ TEST(PTimerTest, countedRunsEndByThemselvesAndAnImmediateFirstRunCountsAsOne)
     // A long interval with a run at once: only that run can have happened when the thread ends.
     for (const auto& [interval, count] : {std::pair{0, 3}, std::pair{60000, 1}}) {
         TickCounter counter;
-        PTimer timer(counter.callback());
+        PTimer timer(ticking(counter));
         timer.start(interval, interval ? 1 : 0, count);
         ASSERT_TRUE(counter.waitFor(count));
         while (timer.isRunning())
             PCurrentThread::sleep(1);
-        EXPECT_EQ(counter.value(), count);
+        EXPECT_EQ(counter.count(), count);
         if (interval == 0) {  // the thread ended by itself and is still to be joined: start does it
             timer.start(0, 0, 2);
             ASSERT_TRUE(counter.waitFor(count + 2));
@@ -53,14 +51,11 @@ TEST(PTimerTest, countedRunsEndByThemselvesAndAnImmediateFirstRunCountsAsOne)
     }
 }
 
-TEST(PTimerTest, keepsTickingWithStoredIntervalUntilStopped)
+TEST(PTimerTest, keepsTickingWithTheStoredIntervalAndIgnoresChangesWhileRunning)
 {
     TickCounter counter;
-    PTimer timer(counter.callback(), 5);
+    PTimer timer(ticking(counter), 5);
     EXPECT_TRUE(timer.start(-1, 0, -1));
-    EXPECT_TRUE(timer.isRunning());
-    EXPECT_EQ(timer.interval(), 5);
-    EXPECT_EQ(timer.count(), -1);
     ASSERT_TRUE(counter.waitFor(4));
     timer.setInterval(1000);
     timer.setCount(1);
@@ -74,13 +69,13 @@ TEST(PTimerTest, keepsTickingWithStoredIntervalUntilStopped)
 TEST(PTimerTest, restartWithFlagOneRunsAtOnceAndZeroOnlyMovesTheTick)
 {
     TickCounter counter;
-    PTimer timer(counter.callback(), 60000);
+    PTimer timer(ticking(counter), 60000);
     ASSERT_TRUE(timer.start());
     EXPECT_TRUE(timer.restart(0));
     EXPECT_TRUE(timer.restart(1));
     ASSERT_TRUE(counter.waitFor(1));
     EXPECT_TRUE(timer.isRunning());
-    EXPECT_EQ(counter.value(), 1);
+    EXPECT_EQ(counter.count(), 1);
     // Stopping wakes the long wait at once: the test would hang otherwise.
     timer.stop();
     EXPECT_FALSE(timer.isRunning());
@@ -107,18 +102,18 @@ TEST(PTimerTest, movedTimerKeepsRunningAndAShotTicksOnItsOwnThread)
     // First: the shot's thread, detached, then has the rest of the test to end in.
     auto shots = std::make_shared<TickCounter>();
     EXPECT_FALSE(PTimer::shot(nullptr, 1, 1));
-    EXPECT_FALSE(PTimer::shot(shots->callback(), 0, -1));
-    EXPECT_TRUE(PTimer::shot([shots] { shots->callback()(); }, 1, 2));
+    EXPECT_FALSE(PTimer::shot(ticking(*shots), 0, -1));
+    EXPECT_TRUE(PTimer::shot([shots] { shots->add(); }, 1, 2));
     ASSERT_TRUE(shots->waitFor(2));
 
     TickCounter counter;
-    PTimer source(counter.callback(), 2);
+    PTimer source(ticking(counter), 2);
     ASSERT_TRUE(source.start());
     PTimer target(std::move(source));
     EXPECT_FALSE(source.isRunning());
     source.stop();
     EXPECT_TRUE(target.isRunning());
-    const int before = counter.value();
+    const int before = counter.count();
     ASSERT_TRUE(counter.waitFor(before + 2));
 }
 
@@ -134,7 +129,7 @@ TEST(PTimerTest, stopAndDestructionWaitForATickInProgress)
         auto timer = std::make_unique<PTimer>(
             [&] {
                 inside = true;
-                entered.callback()();
+                entered.add();
                 while (!stopping)
                     std::this_thread::yield();
                 for (int i = 0; i < 1000; ++i)  // a stop that does not wait returns meanwhile
@@ -168,14 +163,12 @@ TEST(PTimeTest, elapsedIsZeroUnlessRunning)
 
 TEST(PRandomTest, coversTheRangeAndStaysInside)
 {
-    std::set<unsigned int> seen;
     bool high = false;
     bool low = false;
     for (int i = 0; i < 2000; ++i) {
         unsigned int v = PRandom::randomI(0, 4294967295u);
         high = high || v >= 0x80000000u;
         low = low || v < 0x80000000u;
-        seen.insert(v);
         unsigned int small = PRandom::randomI(10, 12);
         EXPECT_GE(small, 10u);
         EXPECT_LE(small, 12u);
@@ -184,7 +177,6 @@ TEST(PRandomTest, coversTheRangeAndStaysInside)
         EXPECT_LT(r, 1.0);
     }
     EXPECT_TRUE(high && low);
-    EXPECT_GT(seen.size(), 1990u);
     EXPECT_EQ(PRandom::randomI(7, 7), 7u);
 }
 

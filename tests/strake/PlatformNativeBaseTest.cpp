@@ -48,20 +48,23 @@ public:
     int localeCalls = 0;
 };
 
-TEST(PlatformNativeBaseTest, startCallsAnswerBeforeAndAfterInit)
-{
+// A probe component as the host sees it, with the host's memory and connection at hand.
+class PlatformNativeBaseTest : public ::testing::Test {
+protected:
     ProbeComponent component;
     IComponentBase& host = component;
+    PHostMemoryManager memory;
+    PHostConnection connection;
+};
+
+TEST_F(PlatformNativeBaseTest, startCallsAnswerBeforeAndAfterInit)
+{
     EXPECT_EQ(host.GetInfo(), 3003);
     char16_t* name = nullptr;
-    EXPECT_FALSE(host.RegisterExtensionAs(&name));
-    EXPECT_EQ(name, nullptr);
+    EXPECT_FALSE(host.RegisterExtensionAs(&name)) << "no memory yet";
     EXPECT_FALSE(host.Init(nullptr));
     EXPECT_FALSE(component.isInitialized());
     EXPECT_FALSE(host.setMemManager(nullptr));
-
-    PHostMemoryManager memory;
-    PHostConnection connection;
     EXPECT_TRUE(host.setMemManager(&memory));
     EXPECT_TRUE(host.Init(static_cast<IAddInDefBaseEx*>(&connection)));
     ASSERT_TRUE(host.RegisterExtensionAs(&name));
@@ -72,11 +75,8 @@ TEST(PlatformNativeBaseTest, startCallsAnswerBeforeAndAfterInit)
     EXPECT_EQ(component.localeCalls, 1);
 }
 
-TEST(PlatformNativeBaseTest, handlerExceptionsBecomeOneReportWithAnEmptyMessage)
+TEST_F(PlatformNativeBaseTest, handlerExceptionsBecomeOneReportWithAnEmptyMessage)
 {
-    ProbeComponent component;
-    PHostConnection connection;
-    IComponentBase& host = component;
     host.Init(static_cast<IAddInDefBaseEx*>(&connection));
     EXPECT_FALSE(host.CallAsProc(host.FindMethod(u"Сбой"), nullptr, 0));
     const auto errors = connection.errors();
@@ -94,12 +94,8 @@ TEST(PlatformNativeBaseTest, handlerExceptionsBecomeOneReportWithAnEmptyMessage)
     EXPECT_EQ(alone.getLastError().code(), 2);
 }
 
-TEST(PlatformNativeBaseTest, parameterDefaultsAndPropertiesReachTheHost)
+TEST_F(PlatformNativeBaseTest, parameterDefaultsAndPropertiesReachTheHost)
 {
-    ProbeComponent component;
-    PHostMemoryManager memory;
-    PHostConnection connection;
-    IComponentBase& host = component;
     host.setMemManager(&memory);
     host.Init(static_cast<IAddInDefBaseEx*>(&connection));
 
@@ -140,9 +136,8 @@ TEST(PlatformNativeBaseTest, parameterDefaultsAndPropertiesReachTheHost)
     EXPECT_EQ(memory.liveBlocks(), 0u);
 }
 
-TEST(PlatformNativeBaseTest, exclusiveCallsDoNotOverlap)
+TEST_F(PlatformNativeBaseTest, exclusiveCallsDoNotOverlap)
 {
-    ProbeComponent component;
     int inside = 0;
     int overlaps = 0;
     std::vector<std::thread> threads;

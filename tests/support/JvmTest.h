@@ -67,7 +67,8 @@ inline bool javaQuiet(const char* what)
     return false;
 }
 
-// The arguments of one call: texts become Java strings, which go when the call is done.
+// The arguments of one call: texts (a null one as null) and int vectors become Java strings and
+// arrays, which go when the call is done.
 class JavaArgs {
 public:
     JavaArgs() = default;
@@ -84,12 +85,18 @@ public:
         return ref;
     }
     jvalue operator()(const std::string& text) { return object(keep(PHostJvm::env()->NewStringUTF(text.c_str()))); }
-    jvalue operator()(const char* text) { return (*this)(std::string(text)); }
+    jvalue operator()(const char* text) { return text ? (*this)(std::string(text)) : object(nullptr); }
     jvalue operator()(jobject ref) { return object(ref); }
     jvalue operator()(std::nullptr_t) { return object(nullptr); }
     jvalue operator()(jint n) { jvalue v; v.i = n; return v; }
     jvalue operator()(jlong n) { jvalue v; v.j = n; return v; }
     jvalue operator()(jboolean b) { jvalue v; v.z = b; return v; }
+    jvalue operator()(const std::vector<jint>& values)
+    {
+        jintArray array = PHostJvm::env()->NewIntArray(static_cast<jsize>(values.size()));
+        PHostJvm::env()->SetIntArrayRegion(array, 0, static_cast<jsize>(values.size()), values.data());
+        return object(keep(array));
+    }
 
 private:
     static jvalue object(jobject ref) { jvalue v; v.l = ref; return v; }

@@ -37,27 +37,26 @@ public final class DeviceTraffic {
     }
 
     /** Starts a thread that sends the intent over and over (unless action is null), and one that
-     *  sends the key packet (unless it is null). */
+     *  sends the key packet (unless it is null). Only the flood a test asked for: on a small
+     *  machine the other would take the CPU from the threads that the test measures. */
     public static synchronized void startFloods(String action, String name, String keyPacket) {
         flooding = true;
-        Thread intents = new Thread(() -> {
+        if (action != null) {
             Intent intent = new Intent(action).putExtra(name, "4601234567894");
-            while (flooding)
-                PBroadcastReceaver.sendBroadcast(intent);
-        }, "intent flood");
-        Thread keys = new Thread(() -> {
-            while (flooding)
-                PKeyboard.sendPacket(keyPacket);
-        }, "key flood");
-        // Only the flood a test asked for: on a small machine the other would take the CPU
-        // from the timer and the delivering threads that the test measures.
-        for (Thread thread : new Thread[] {action != null ? intents : null, keyPacket != null ? keys : null}) {
-            if (thread == null)
-                continue;
-            thread.setDaemon(true);
-            floods.add(thread);
-            thread.start();
+            flood("intent flood", () -> PBroadcastReceaver.sendBroadcast(intent));
         }
+        if (keyPacket != null)
+            flood("key flood", () -> PKeyboard.sendPacket(keyPacket));
+    }
+
+    private static void flood(String name, Runnable send) {
+        Thread thread = new Thread(() -> {
+            while (flooding)
+                send.run();
+        }, name);
+        thread.setDaemon(true);
+        floods.add(thread);
+        thread.start();
     }
 
     /** Ends the floods; true when their threads are gone within the time. */

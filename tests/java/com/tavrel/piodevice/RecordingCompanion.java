@@ -3,8 +3,6 @@
 package com.tavrel.piodevice;
 
 import android.app.Activity;
-import android.bluetooth.BluetoothSocket;
-import java.net.Socket;
 import java.util.ArrayList;
 import java.util.List;
 
@@ -21,11 +19,10 @@ public class RecordingCompanion {
     public static volatile boolean throwing = false;
     public static volatile boolean openThrows = false;
     public static volatile boolean pumping = false;
-    public static volatile byte[] pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
+    private static final byte[] pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
     /** The answer of the static lists; null is answered as null. */
     public static volatile String listAnswer = "";
-    /** The handle that the last companion was made with. */
-    public static volatile long lastHandle;
+    private static volatile long lastHandle;
     public static volatile boolean listThrows = false;
     /** A block that open delivers before it returns, as a reader that finds data at once. */
     public static volatile String deliverOnOpen = null;
@@ -57,10 +54,23 @@ public class RecordingCompanion {
         openThrows = false;
         deliverAs = "";
         pumping = false;
-        pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
         listAnswer = "";
         listThrows = false;
         deliverOnOpen = null;
+    }
+
+    /** Sets a static setting by its name. */
+    public static void setFlag(String field, boolean value) throws ReflectiveOperationException {
+        RecordingCompanion.class.getField(field).setBoolean(null, value);
+    }
+
+    public static void setText(String field, String value) throws ReflectiveOperationException {
+        RecordingCompanion.class.getField(field).set(null, value);
+    }
+
+    /** The handle that the last companion was made with. */
+    public static long lastHandle() {
+        return lastHandle;
     }
 
     /** The calls so far, one per line. */
@@ -133,21 +143,6 @@ public class RecordingCompanion {
     public boolean isOpen() {
         record("isOpen");
         return open;
-    }
-
-    public void setConnected(Socket socket, long flags) {
-        record("setConnected socket " + flags);
-        open = true;
-    }
-
-    public void setConnected(BluetoothSocket socket, long flags) {
-        record("setConnected bluetooth " + flags);
-        open = true;
-    }
-
-    /** Delivers one block now, on the caller's thread. */
-    public void deliverNow(byte[] data) {
-        deliver(data);
     }
 
     public static String availibleDevices(Activity activity) {
