@@ -149,15 +149,6 @@ PVariant PEvent::value(const PString& key) const
     return field ? field->value() : PVariant();
 }
 
-void PEvent::readValues(std::initializer_list<std::pair<const PString*, PVariant*>> reads) const
-{
-    std::lock_guard<std::mutex> guard(mutex_);
-    for (const auto& read : reads) {
-        const Field* field = find(*read.first);
-        *read.second = field ? field->value() : PVariant();
-    }
-}
-
 const PVariant& PEvent::borrowValue(const PString& key) const
 {
     static const PVariant absent;

@@ -7,7 +7,6 @@
 #include "PVariant.h"
 
 #include <forward_list>
-#include <initializer_list>
 #include <mutex>
 #include <vector>
 
@@ -63,9 +62,6 @@ public:
     KeyValue<PString, PVariant> fieldsValues() const;
     // The stored value, or an invalid PVariant when the key is absent.
     PVariant value(const PString& key) const;
-    // Reads several values under one lock: each key's value (invalid when absent) into the
-    // PVariant paired with it.
-    void readValues(std::initializer_list<std::pair<const PString*, PVariant*>> reads) const;
     // The stored value itself (an invalid PVariant when the key is absent), read without the
     // lock: for the one that holds the event while no other thread can write it (a processor
     // reading the event a device hands it). Valid until the key is written or the event dies.

@@ -264,7 +264,8 @@ TEST(PEventTest, valuesCopiesAndMovesKeepTheirOwnFields)
     PIODeviceEvent byAddress(&field, 1);
     byAddress.setValue(PString("input"), PVariant(2));
     byAddress.keep(&PEventKeys::DevIdKey(), PVariant("id"));
-    PIODeviceEvent moved(std::move(byAddress));
+    PIODeviceEvent moved;
+    moved = PIODeviceEvent(std::move(byAddress));
     EXPECT_EQ(moved.fields().size(), 2u);
     EXPECT_EQ(moved.value(PEventKeys::InputKey()).toInt(), 2);
     EXPECT_EQ(moved.borrowValue(PEventKeys::DevIdKey()).toStdString(), "id");
