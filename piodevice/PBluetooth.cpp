@@ -163,8 +163,11 @@ void PBluetooth::onReceive(const PByteArray& data)
     // would only cost a call per block.
     const Callback notify = callback();
     if (notify && PIODevice::isOpen() && d->holder.companion.isValid()) {
-        PIODeviceEvent event = PJavaDevice::deviceEvent(
-            data, PJavaDevice::eventHeader(d->deviceId, "bluetooth", parameter(PString("alias"))));
+        const PJavaDevice::EventHeader header =
+            PJavaDevice::eventHeader(d->deviceId, "bluetooth", parameter(PString("alias")));
+        const PVariant input(data);
+        const auto fields = PJavaDevice::deviceFields(input, header);
+        PIODeviceEvent event(fields.data(), fields.size());
         notify(&event);
     }
 }

@@ -158,6 +158,12 @@ const PVariant& noKeyboardInput()
     return value;
 }
 
+const PVariant& stateZero()
+{
+    static const PVariant value(0);
+    return value;
+}
+
 }
 
 EventHeader eventHeader(const PString& id, const char* type, const PVariant& alias)
@@ -175,18 +181,6 @@ bool operator==(const EventHeader& a, const EventHeader& b)
            same(a.alias, b.alias);
 }
 
-PIODeviceEvent deviceEvent(const PByteArray& input, const EventHeader& header)
-{
-    PIODeviceEvent event;
-    event.keep(&PEventKeys::KeyboardInputKey(), noKeyboardInput());
-    event.keep(&PEventKeys::InputKey(), PVariant(input));
-    event.keep(&PEventKeys::DevIdEventKey(), header.id);
-    event.keep(&PEventKeys::DevTypeEventKey(), header.type);
-    event.keep(&PEventKeys::DevStateEventKey(), header.state);
-    event.keep(&PEventKeys::DevAliasEventKey(), header.alias);
-    return event;
-}
-
 DeviceFields deviceFields(const PVariant& input, const EventHeader& header)
 {
     return DeviceFields{{{&PEventKeys::KeyboardInputKey(), &noKeyboardInput()},
@@ -197,16 +191,18 @@ DeviceFields deviceFields(const PVariant& input, const EventHeader& header)
                          {&PEventKeys::DevAliasEventKey(), &header.alias}}};
 }
 
-PIODeviceEvent socketEvent(const PByteArray& input, const char* id, const char* type)
+SocketEvent::SocketEvent(const PByteArray& input, const char* id, const char* type)
+    : input_(input),
+      id_(id),
+      type_(type ? PVariant(type) : PVariant()),
+      fields_{{{&PEventKeys::KeyboardInputKey(), &noKeyboardInput()},
+               {&PEventKeys::InputKey(), &input_},
+               {&PEventKeys::IdKey(), &id_},
+               type ? PEvent::Field{&PEventKeys::TypeKey(), &type_}
+                    : PEvent::Field{&PEventKeys::StateKey(), &stateZero()},
+               {&PEventKeys::StateKey(), &stateZero()}}},
+      event_(fields_.data(), type ? 5 : 4)
 {
-    PIODeviceEvent event;
-    event.keep(&PEventKeys::KeyboardInputKey(), noKeyboardInput());
-    event.keep(&PEventKeys::InputKey(), PVariant(input));
-    event.keep(&PEventKeys::IdKey(), PVariant(id));
-    if (type)
-        event.keep(&PEventKeys::TypeKey(), PVariant(type));
-    event.keep(&PEventKeys::StateKey(), PVariant(0));
-    return event;
 }
 
 void debugLine(const PIODevice& device, const std::string& text)

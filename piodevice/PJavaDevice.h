@@ -115,14 +115,27 @@ struct EventHeader {
 bool operator==(const EventHeader& a, const EventHeader& b);
 EventHeader eventHeader(const PString& id, const char* type, const PVariant& alias);
 
-// The data event of a serial or Bluetooth device.
-PIODeviceEvent deviceEvent(const PByteArray& input, const EventHeader& header);
-// The fields of the same event borrowing the input and the header's values: both must
-// outlive the event made of them, unchanged.
+// The fields of the data event of a serial or Bluetooth device, borrowing the input and the
+// header's values: both must outlive the event made of them, unchanged.
 using DeviceFields = std::array<PEvent::Field, 6>;
 DeviceFields deviceFields(const PVariant& input, const EventHeader& header);
-// The data event of a socket device; a null type leaves "type" out.
-PIODeviceEvent socketEvent(const PByteArray& input, const char* id, const char* type);
+
+// The data event of a socket device with its values beside it, made in place: no allocation
+// but the texts'. A null type leaves "type" out. Not copyable: the event points at the values.
+class SocketEvent {
+public:
+    SocketEvent(const PByteArray& input, const char* id, const char* type);
+    SocketEvent(const SocketEvent&) = delete;
+    SocketEvent& operator=(const SocketEvent&) = delete;
+    PIODeviceEvent* event() { return &event_; }
+
+private:
+    const PVariant input_;
+    const PVariant id_;
+    const PVariant type_;
+    const std::array<PEvent::Field, 5> fields_;
+    PIODeviceEvent event_;
+};
 
 // Writes one debug line when the device has a handler.
 void debugLine(const PIODevice& device, const std::string& text);

@@ -196,8 +196,8 @@ void PTcpSocket::receive(const PByteArray& data, const char* debugText)
     const Callback notify = callback();
     if (notify && isOpen()) {
         PJavaDevice::debugLine(*this, "callback called");
-        PIODeviceEvent event = PJavaDevice::socketEvent(data, "tcpsocket", "tcp");
-        notify(&event);
+        PJavaDevice::SocketEvent made(data, "tcpsocket", "tcp");
+        notify(made.event());
     }
 }
 

@@ -184,7 +184,7 @@ void PUdpSocket::deliver(const PByteArray& datagram)
     onReceive(datagram);
     const Callback notify = callback();
     if (notify && isOpen()) {
-        PIODeviceEvent event = PJavaDevice::socketEvent(datagram, "udpsocket", "udp");
-        notify(&event);
+        PJavaDevice::SocketEvent made(datagram, "udpsocket", "udp");
+        notify(made.event());
     }
 }
