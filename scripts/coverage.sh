@@ -2,7 +2,9 @@
 # Builds the coverage flavour, runs every suite (the JVM ones too) and prints the line coverage
 # of the library alone (AddIn/, strake/, piodevice/), per directory and in total.
 #   scripts/coverage.sh [ctest arguments...]
-# Also prints the ratio of non-blank test lines to non-blank code lines.
+# Also prints the ratio of non-blank test lines to non-blank code lines, and lists every covered
+# line as file:line in build-coverage/covered-lines.txt: `comm -23 before after` of two such
+# lists shows what a change to the tests stopped reaching.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,7 +19,15 @@ find "$dir" -name '*.gcda' -delete
 ctest --test-dir "$dir" -j "${KELMOR_JOBS:-$(nproc)}" --timeout 600 "$@" || status=$?
 
 gcovr --root . --object-directory "$dir" --filter 'AddIn/' --filter 'strake/' --filter 'piodevice/' \
-    --gcov-ignore-parse-errors --csv -o "$dir/coverage.csv" 2>"$dir/gcovr.log" || { cat "$dir/gcovr.log"; exit 1; }
+    --gcov-ignore-parse-errors --csv "$dir/coverage.csv" --json "$dir/coverage.json" 2>"$dir/gcovr.log" \
+    || { cat "$dir/gcovr.log"; exit 1; }
+python3 - "$dir/coverage.json" <<'EOF' | LC_ALL=C sort -u >"$dir/covered-lines.txt"
+import json, sys
+for entry in json.load(open(sys.argv[1]))['files']:
+    for line in entry['lines']:
+        if line['count'] > 0:
+            print(f"{entry['file']}:{line['line_number']}")
+EOF
 python3 - "$dir/coverage.csv" <<'EOF'
 import csv, sys
 folders = {}
