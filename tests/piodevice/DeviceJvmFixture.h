@@ -1,6 +1,4 @@
-// The fixture of the device tests in the VM: the JNI layer connected through the test host,
-// the companions' natives bound to this program's copy of the library, class names that a
-// test may send to a recording double, an event recorder and short ways into Java.
+// The fixture of the device tests in the VM, with a recording companion and an event recorder.
 #pragma once
 
 #include "../strake/Android/PJNITestFixture.h"
@@ -76,9 +74,6 @@ protected:
 
     static JNIEnv* env() { return PHostJvm::env(); }
 
-    // Local references: the test thread never returns to Java, so each is dropped once used.
-    static void drop(jobject ref) { dropLocal(ref); }
-
     // Java threads that send an intent with the extra `name` and a key packet over and over;
     // stopFloods answers whether they ended within ten seconds.
     static void startFloods(const char* action, const char* name, const char* keyPacket)
@@ -90,17 +85,14 @@ protected:
     static bool stopFloods() { return kelmortest::callStatic<bool>(kTraffic, "stopFloods", "(J)Z", jlong(10000)); }
     static constexpr const char16_t* kTraffic = u"com.tavrel.kelmortest.DeviceTraffic";
 
-    // The recording stand-in: the next serial, socket and Bluetooth companions made are
-    // RecordingCompanions.
+    // The next serial, socket and Bluetooth companions made are RecordingCompanions.
     void useRecordingCompanions()
     {
         for (const char16_t* name : {u"SerialPort", u"TcpSocket", u"UdpSocket", u"Bluetooth"})
             redirect(u"com.tavrel.piodevice.P" + std::u16string(name), kRecording);
         resetRecording();
     }
-    // RecordingCompanion's settings back to their defaults, its record emptied.
     static void resetRecording() { callStatic(kRecording, "reset", "()V"); }
-    // RecordingCompanion's static settings and record.
     static void setRecording(const char* field, bool value)
     {
         callStatic(kRecording, "setFlag", "(Ljava/lang/String;Z)V", field, jboolean(value));

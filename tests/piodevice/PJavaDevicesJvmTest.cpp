@@ -1,7 +1,4 @@
-// The Java-backed devices against recording stand-ins of their companions (the exact parameter
-// strings and error texts, companion answers that are no answer, deliveries that race with close
-// and destruction) and with the real desktop companions: a serial port and a Bluetooth peer
-// behind pseudo-terminals, a TCP echo server and a UDP sender on 127.0.0.1.
+// The Java-backed devices against recording companions and the real desktop companions.
 #include "DeviceJvmFixture.h"
 #include "DeviceLifeChecks.h"
 #include "LoopbackSocket.h"
@@ -70,10 +67,16 @@ protected:
 
 TEST_F(PJavaDevicesJvmTest, serialPortSendsItsSettingsOnceAndKeepsItsCompanion)
 {
+    PSerialPort onStack;
+    onStack.setPortID("/dev/ttyACM0");
+    EXPECT_FALSE(onStack.open(PIODevice::OpenRead));
+    EXPECT_EQ(onStack.getLastError().code(), 2);
+    EXPECT_EQ(onStack.getLastError().message(),
+              PString("a device that Java calls back must be made with std::make_shared"));
     auto port = std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 7, PSerialPort::TwoStop,
                                               PSerialPort::EvenParity, PSerialPort::NoFlowControl);
     EXPECT_TRUE(port->close());
-    EXPECT_EQ(recordedCalls(), "") << "close of a port never opened calls nothing";
+    EXPECT_EQ(recordedCalls(), "") << "neither a port on the stack nor a close of one never opened calls Java";
 
     ASSERT_TRUE(port->open(PIODevice::OpenRead));
     EXPECT_TRUE(port->open(PIODevice::OpenRead));
@@ -123,6 +126,7 @@ TEST_F(PJavaDevicesJvmTest, serialPortHandsBlocksToTheCallbackAndBuffersOnlyWhen
     deliverAsCompanion(&Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData, "late");
     EXPECT_EQ(recorder.events().size(), 2u) << "a closed port raises nothing";
     EXPECT_EQ(port->write(std::string("x")), 0u);
+    EXPECT_EQ(port->getLastError().code(), 200);
     EXPECT_EQ(port->getLastError().message(), PString("device not opened"));
 }
 
@@ -199,17 +203,6 @@ TEST_F(PJavaDevicesJvmTest, bluetoothAsksItsCompanionAndMakesANewOneAtEachOpen)
               "new\nopen address=00:11:22:33:44:55;flags=1;\ngetLastErrorMessage");
 }
 
-TEST_F(PJavaDevicesJvmTest, deviceNotOwnedBySharedPointerCannotOpen)
-{
-    PSerialPort port;
-    port.setPortID("/dev/ttyACM0");
-    EXPECT_FALSE(port.open(PIODevice::OpenRead));
-    EXPECT_EQ(port.getLastError().code(), 2);
-    EXPECT_EQ(port.getLastError().message(),
-              PString("a device that Java calls back must be made with std::make_shared"));
-    EXPECT_EQ(recordedCalls(), "");
-}
-
 TEST_F(PJavaDevicesJvmTest, listsThatAreNoAnswerGiveNothingAndLeaveNoPendingException)
 {
     for (const char* answer : {static_cast<const char*>(nullptr), "", "<Devices", "not xml", "<Other/>"}) {
@@ -267,7 +260,9 @@ TEST_P(PJavaDeviceStressJvmTest, openStreamCloseCyclesLeakNothing)
 INSTANTIATE_TEST_SUITE_P(EachDevice, PJavaDeviceStressJvmTest, ::testing::Range<size_t>(0, 4),
                          [](const auto& info) { return std::string(kinds()[info.param].name); });
 
-TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceFromInsideItsCallback)
+// The host closes or drops the device from inside its callback, or drops it while a delivery
+// runs: the device goes when the delivery ends.
+TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceInsideOrDuringItsCallback)
 {
     const long globalRefs = pumpWithEveryClassPinned();
     for (const Kind& kind : kinds()) {
@@ -277,22 +272,11 @@ TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceFromInsideItsCallback)
             kelmortest::closeOrDropInsideCallback(kind.make, PIODevice::OpenReadWrite, !drop, drop,
                                                   [] { EXPECT_TRUE(companionThreadsEnded()); });
         }
-    }
-    EXPECT_TRUE(globalRefsSettleAtMost(globalRefs));
-}
-
-TEST_F(PJavaDevicesJvmTest, deviceDroppedDuringADeliveryGoesWhenTheDeliveryEnds)
-{
-    const long globalRefs = pumpWithEveryClassPinned();
-    for (const Kind& kind : kinds()) {
-        SCOPED_TRACE(kind.name);
-        setRecording("deliverAs", kind.name);
         kelmortest::letGoDuringCallback(kind.make, PIODevice::OpenReadWrite, false);
         EXPECT_TRUE(companionThreadsEnded());
     }
     EXPECT_TRUE(globalRefsSettleAtMost(globalRefs));
 }
-
 
 // ---- the real companions ------------------------------------------------------------------
 
@@ -433,11 +417,12 @@ TEST_F(PDeviceIoJvmTest, udpSocketKeepsEachDatagramWholeAndAnswersItsSender)
     udp->close();
 }
 
-TEST_F(PDeviceIoJvmTest, bluetoothPeerBehindAPseudoTerminalIsListedOpenedAndSeenToLeave)
+TEST_F(PDeviceIoJvmTest, bluetoothPeerIsListedCarriesBytesBothWaysAndItsDroppedLinkIsMadeAgain)
 {
-    PseudoTerminal pty;
-    ASSERT_FALSE(pty.slave.empty());
-    registerBluetooth("00:11:22:33:44:55", "Scanner", pty.slave);
+    LoopbackSocket server(SOCK_STREAM);
+    const unsigned short port = server.listenAny();
+    ASSERT_NE(port, 0);
+    registerBluetooth("00:11:22:33:44:55", "Scanner", "tcp:127.0.0.1:" + std::to_string(port));
     const auto devices = PBluetooth::availibleDevices();
     ASSERT_FALSE(devices.empty());
     const PBluetoothDeviceInfo& listed = devices.back();
@@ -450,33 +435,14 @@ TEST_F(PDeviceIoJvmTest, bluetoothPeerBehindAPseudoTerminalIsListedOpenedAndSeen
     device->setCallback(recorder.callback());
     ASSERT_TRUE(device->open(PIODevice::OpenRead)) << device->getLastError().toString().toStdString();
     EXPECT_TRUE(device->isOpen());
-    ASSERT_TRUE(pty.send("AB\r"));
+    int link = server.accept();
+    ASSERT_GE(link, 0);
+    ASSERT_EQ(send(link, "AB\r", 3, 0), 3);
     EXPECT_EQ(recorder.waitForInput(3), "AB\r");
     EXPECT_EQ(recorder.events().front()->value(PString("dev_type")).toPString(), PString("bluetooth"));
     EXPECT_EQ(recorder.events().front()->value(PString("dev_id")).toPString(), PString("00:11:22:33:44:55"));
     EXPECT_EQ(device->write(PByteArray("hi")), 2u);
-    EXPECT_EQ(pty.receive(2), "hi");
-
-    pty.closeMaster();
-    EXPECT_TRUE(eventually([&] { return !device->isOpen(); }));
-    device->close();
-    unregisterBluetooth("00:11:22:33:44:55");
-}
-
-TEST_F(PDeviceIoJvmTest, bluetoothLinkThatDropsIsMadeAgainWhileOpen)
-{
-    LoopbackSocket server(SOCK_STREAM);
-    const unsigned short port = server.listenAny();
-    ASSERT_NE(port, 0);
-    const std::string endpoint = "tcp:127.0.0.1:" + std::to_string(port);
-    registerBluetooth("AA:BB:CC:DD:EE:FF", "", endpoint);
-
-    Recorder recorder;
-    auto device = std::make_shared<PBluetooth>(PString("AA:BB:CC:DD:EE:FF"));
-    device->setCallback(recorder.callback());
-    ASSERT_TRUE(device->open(PIODevice::OpenRead)) << device->getLastError().toString().toStdString();
-    int link = server.accept();
-    ASSERT_GE(link, 0);
+    EXPECT_EQ(readFor(link, 2), "hi");
     ::close(link);
     EXPECT_TRUE(eventually([&] { return !device->isOpen(); }));
 
@@ -484,10 +450,10 @@ TEST_F(PDeviceIoJvmTest, bluetoothLinkThatDropsIsMadeAgainWhileOpen)
     ASSERT_GE(link, 0) << "the companion comes back";
     EXPECT_TRUE(eventually([&] { return device->isOpen(); }));
     ASSERT_EQ(send(link, "X1\r", 3, 0), 3);
-    EXPECT_EQ(recorder.waitForInput(3), "X1\r");
+    EXPECT_EQ(recorder.waitForInput(6), "AB\rX1\r");
     ::close(link);
     device->close();  // also while a reconnect may be waiting
-    unregisterBluetooth("AA:BB:CC:DD:EE:FF");
+    unregisterBluetooth("00:11:22:33:44:55");
 }
 
 }

@@ -1,5 +1,4 @@
-// Tests of the key code tables, key names, the keyboard text packet, packed key messages, the key
-// message buffer and the global key queue's facade and implementations.
+// Tests of the key codes, key names and packets, packed key messages and the global key queue.
 #include "PGlobalKeyEventsQueue.h"
 #include "PKeyCodes.h"
 

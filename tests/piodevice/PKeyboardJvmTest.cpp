@@ -1,5 +1,4 @@
-// Keyboard mode in the VM: key events given to the Java companion reach open keyboard devices
-// on the service's timer and come out of the keyboard processor as the scanned code.
+// Keyboard mode in the VM: key events from the Java companion come out as the scanned code.
 #include "DeviceJvmFixture.h"
 #include "DeviceLifeChecks.h"
 #include "PEvent.h"

@@ -1,6 +1,4 @@
-// Life-cycle checks that every device kind must pass, shared by the device tests: open, stream
-// and close over and over; a device that its own callback closes and lets go; a device let go
-// while its callback runs. Each takes a maker of the device under test.
+// Life-cycle checks that every device kind must pass, each given a maker of the device.
 #pragma once
 
 #include "PEvent.h"

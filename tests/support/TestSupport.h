@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdlib>
 #include <string>
 
 namespace kelmortest {
@@ -23,6 +24,10 @@ inline constexpr std::chrono::seconds kStressTime{120};
 #endif
 
 // Path of the built libkelmor.so (the KELMOR_LIBRARY environment variable wins).
-std::string libraryPath();
+inline std::string libraryPath()
+{
+    const char* fromEnvironment = std::getenv("KELMOR_LIBRARY");
+    return fromEnvironment && *fromEnvironment ? fromEnvironment : KELMOR_LIBRARY_PATH;
+}
 
 }

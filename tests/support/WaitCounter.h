@@ -1,6 +1,4 @@
-// WaitCounter: a count that one thread raises and another waits on with a deadline, so that a
-// test waits for what it expects instead of sleeping and hoping; TextLog, texts counted so;
-// eventually, for states that only polling can tell.
+// Counts and texts to wait on with a deadline, and polling for states nothing signals.
 #pragma once
 
 #include <chrono>

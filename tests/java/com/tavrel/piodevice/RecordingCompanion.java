@@ -1,17 +1,11 @@
-// A stand-in for the device companions that records every call and answers as a test says:
-// the way to force the failures that the real companions can't be made to show on demand.
+// A stand-in for the device companions that records every call and fails as a test asks.
 package com.tavrel.piodevice;
 
 import android.app.Activity;
 import java.util.ArrayList;
 import java.util.List;
 
-/**
- * It stands for any companion class, and delivers through the native method of the one that
- * deliverAs names when it is made. Settings are static and read on every call; reset()
- * restores the defaults.
- * With pumping on, open starts a thread that delivers pumpBlock as fast as it can until close.
- */
+/** Delivers through the native method of the class deliverAs names; settings are static. */
 public class RecordingCompanion {
     private static final List<String> calls = new ArrayList<>(); // guarded by itself
     public static volatile boolean openResult = true;
@@ -20,13 +14,11 @@ public class RecordingCompanion {
     public static volatile boolean openThrows = false;
     public static volatile boolean pumping = false;
     private static final byte[] pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
-    /** The answer of the static lists; null is answered as null. */
     public static volatile String listAnswer = "";
     private static volatile long lastHandle;
     public static volatile boolean listThrows = false;
     /** A block that open delivers before it returns, as a reader that finds data at once. */
     public static volatile String deliverOnOpen = null;
-    /** Whose native method delivers: "serial", "tcp", "udp", "bluetooth", or none. */
     public static volatile String deliverAs = "";
 
     private interface Delivery {
@@ -59,7 +51,6 @@ public class RecordingCompanion {
         deliverOnOpen = null;
     }
 
-    /** Sets a static setting by its name. */
     public static void setFlag(String field, boolean value) throws ReflectiveOperationException {
         RecordingCompanion.class.getField(field).setBoolean(null, value);
     }
@@ -68,12 +59,10 @@ public class RecordingCompanion {
         RecordingCompanion.class.getField(field).set(null, value);
     }
 
-    /** The handle that the last companion was made with. */
     public static long lastHandle() {
         return lastHandle;
     }
 
-    /** The calls so far, one per line. */
     public static String calls() {
         synchronized (calls) {
             return String.join("\n", calls);
@@ -103,10 +92,6 @@ public class RecordingCompanion {
         }
     }
 
-    private void deliver(byte[] data) {
-        delivery.deliver(handle, data);
-    }
-
     public boolean open(String parameters) {
         record("open " + parameters);
         if (openThrows)
@@ -114,12 +99,11 @@ public class RecordingCompanion {
         open = openResult;
         String early = deliverOnOpen;
         if (open && early != null)
-            deliver(early.getBytes());
+            delivery.deliver(handle, early.getBytes());
         if (open && pumping) {
-            byte[] block = pumpBlock;
             CompanionThreads.start("pump", () -> {
                 while (open)
-                    deliver(block);
+                    delivery.deliver(handle, pumpBlock);
             });
         }
         return open;
