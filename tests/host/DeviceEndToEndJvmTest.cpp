@@ -57,7 +57,7 @@ protected:
               driver(*component, russianNames)
         {
             connection.setAndroidHelper(static_cast<IHostAndroidHelper*>(&PHostJvm::androidHelper()));
-            attached = component->attach(locale);
+            EXPECT_TRUE(component->attach(locale));
         }
         // Settings that GetParameters left at their defaults, then the given ones; the id. A
         // refusal fails the test unless `refusable`.
@@ -86,15 +86,12 @@ protected:
         PHostConnection connection;
         std::unique_ptr<PHostComponent> component;
         PHostDriver driver;
-        bool attached = false;
     };
 
     std::unique_ptr<Session> session(const char16_t* className = u"InputDevice",
                                      const char16_t* locale = u"en_US", bool russianNames = false)
     {
-        auto made = std::make_unique<Session>(m_library, className, locale, russianNames);
-        EXPECT_TRUE(made->attached);
-        return made;
+        return std::make_unique<Session>(m_library, className, locale, russianNames);
     }
 
     static void expectCodes(const std::vector<PHostExternalEvent>& events, const std::u16string& id,
@@ -114,7 +111,7 @@ protected:
 
 const std::string kGs1 = std::string("0104601234567890") + '\x1d' + "21ABC";
 
-// ---- the four roads ------------------------------------------------------------------------
+// ---- serial and keyboard roads -------------------------------------------------------------
 
 TEST_F(DeviceEndToEndJvmTest, serialScannerGivesOneEventPerCodeInOrderWhateverThePiecesOrTheFlood)
 {
@@ -306,9 +303,8 @@ TEST_F(DeviceEndToEndJvmTest, devicesOutliveTheirComponentUntilTheLastOneGoes)
     }
 }
 
-// Deliveries racing the destruction of the component that opened the device, while another
-// component keeps the process state up: nothing reaches the freed object (ASan watches), and
-// neither side waits forever on the other.
+// Deliveries race the destruction of the component that opened the device while another keeps
+// the process state up: nothing reaches the freed object (ASan watches), nobody waits forever.
 TEST_F(DeviceEndToEndJvmTest, deliveriesRacingComponentDestructionTouchNothingFreed)
 {
     Pty pty;

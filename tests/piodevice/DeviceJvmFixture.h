@@ -32,8 +32,7 @@ void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString(J
 
 namespace kelmortest {
 
-// The test host's Android helper, except for the class names it is told to answer with
-// another class.
+// The test host's Android helper, answering some class names with another class.
 class RedirectingAndroidHelper : public IHostAndroidHelper {
 public:
     jobject getActivity() override { return PHostJvm::androidHelper().getActivity(); }

@@ -116,9 +116,7 @@ TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBeco
 
     // The byte road: bytes as they are, with no suffix; nothing for a null array.
     const jlong handle = lastHandle();
-    jbyteArray bytes = env()->NewByteArray(3);
-    const jbyte raw[] = {'0', 29, '1'};
-    env()->SetByteArrayRegion(bytes, 0, 3, raw);
+    jbyteArray bytes = strake::str2jbyteArray(env(), "0\x1d" "1");
     Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(env(), nullptr, handle, bytes);
     Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(env(), nullptr, handle, nullptr);
     Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString(env(), nullptr, handle, nullptr);

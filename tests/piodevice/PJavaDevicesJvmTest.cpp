@@ -49,14 +49,19 @@ protected:
     // Delivers a block through the exported function, as the companion made last would.
     void deliverAsCompanion(void (*native)(JNIEnv*, jclass, jlong, jbyteArray), const std::string& bytes)
     {
-        JNIEnv* env = PHostJvm::env();
-        jbyteArray array = strake::str2jbyteArray(env, bytes);
-        native(env, nullptr, static_cast<jlong>(lastHandle()), array);
-        env->DeleteLocalRef(array);
+        jbyteArray array = strake::str2jbyteArray(env(), bytes);
+        native(env(), nullptr, static_cast<jlong>(lastHandle()), array);
+        kelmortest::dropLocal(array);
     }
     // Companions pump as fast as they can, with every kind's class pinned for the connection;
     // the global references held then.
-    long pumpWithEveryClassPinned();
+    long pumpWithEveryClassPinned()
+    {
+        setRecording("pumping", true);
+        for (const Kind& kind : kinds())
+            EXPECT_TRUE(PJNIHelper::getClass(PString(kind.javaClass)).isValid());
+        return PHostJvm::globalRefCount();
+    }
     // The VM's count of global references comes down to `limit`: it moves by one now and then
     // on its own (the JDK's own references), so a leak is a count that stays above.
     static bool globalRefsSettleAtMost(long limit)
@@ -232,14 +237,6 @@ TEST_F(PJavaDevicesJvmTest, listsThatAreNoAnswerGiveNothingAndLeaveNoPendingExce
 }
 
 // ---- deliveries against close and destruction --------------------------------------------
-
-long PJavaDevicesJvmTest::pumpWithEveryClassPinned()
-{
-    setRecording("pumping", true);
-    for (const Kind& kind : kinds())
-        EXPECT_TRUE(PJNIHelper::getClass(PString(kind.javaClass)).isValid());
-    return PHostJvm::globalRefCount();
-}
 
 // Open, let the pump deliver, close: over and over, while the pump goes as fast as it can.
 class PJavaDeviceStressJvmTest : public PJavaDevicesJvmTest,

@@ -65,9 +65,8 @@ inline void openStreamCloseCycles(const char* name, const MakeDevice& make, int 
     std::printf("%d %s cycles\n", cycles, name);
 }
 
-// The callback closes the device, or lets its last reference go, or both: the delivery under
-// way touches nothing freed (ASan watches) and a dropped device goes. Given `settle`, which waits
-// until the device's deliveries have ended, no other delivery may have reached it.
+// The callback closes the device or lets its last reference go, or both: nothing freed is touched
+// (ASan watches), a dropped device goes, and after `settle` no other delivery came.
 inline void closeOrDropInsideCallback(const MakeDevice& make, int flags, bool close, bool drop,
                                       const std::function<void()>& settle = nullptr)
 {

@@ -54,8 +54,7 @@ inline bool javaQuiet(const char* what)
     return false;
 }
 
-// The arguments of one call: texts (a null one as null) and int vectors become Java strings and
-// arrays, which go when the call is done.
+// The arguments of one call: texts and int vectors become Java objects that go with the call.
 class JavaArgs {
 public:
     JavaArgs() = default;
@@ -123,8 +122,7 @@ Result callStatic(const char16_t* className, const char* name, const char* signa
     }
 }
 
-// The desktop companions' controls: Java system properties, the Bluetooth peers they reach, and
-// whether every companion reader and pump thread has ended (waiting at most ten seconds).
+// The desktop companions' controls; companionThreadsEnded waits at most ten seconds.
 inline void setProperty(const std::string& key, const std::string& value)
 {
     callStatic<std::string>(u"java.lang.System", "setProperty",

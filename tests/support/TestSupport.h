@@ -7,9 +7,8 @@
 
 namespace kelmortest {
 
-// How long a stress loop may run before it stops short of its cycle count. Under TSan every
-// thread start and JNI call costs many times more, so there a loop runs as many cycles as a
-// quarter minute allows; elsewhere the cycle count ends it.
+// How long a stress loop may run before it stops short of its cycle count: under TSan every
+// thread start and JNI call costs many times more, so there time ends it, elsewhere the count.
 #if defined(__SANITIZE_THREAD__)
 #define KELMOR_TEST_UNDER_TSAN 1
 #elif defined(__has_feature)

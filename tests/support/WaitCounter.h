@@ -60,9 +60,8 @@ private:
     std::vector<std::string> m_texts;
 };
 
-// Waits, polling, until the condition holds; false after ten seconds. For states that only a
-// call can tell (a link that went down, a device that went); anything that raises an event
-// uses a WaitCounter.
+// Waits, polling, until the condition holds; false after ten seconds. Only for states that no
+// event tells (a link that went down, a device that went).
 template <class Condition>
 bool eventually(Condition condition)
 {
