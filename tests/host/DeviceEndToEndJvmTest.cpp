@@ -60,9 +60,8 @@ protected:
             EXPECT_TRUE(component->attach(locale));
         }
         // Settings that GetParameters left at their defaults, then the given ones; the id. A
-        // refusal fails the test unless `refusable`.
-        std::u16string open(const std::vector<std::pair<std::u16string, std::u16string>>& settings,
-                            bool refusable = false)
+        // refusal fails the test.
+        std::u16string open(const std::vector<std::pair<std::u16string, std::u16string>>& settings)
         {
             driver.getParameters();
             for (const auto& setting : settings) {
@@ -71,7 +70,7 @@ protected:
                                   << hostToUtf8(driver.lastError().text);
             }
             const std::u16string id = driver.open();
-            if (id.empty() && !refusable)
+            if (id.empty())
                 ADD_FAILURE() << "Open refused: " << hostToUtf8(driver.lastError().text);
             return id;
         }
@@ -221,23 +220,7 @@ TEST_F(DeviceEndToEndJvmTest, outputOptionsShapeTheEventUnderRussianNames)
     }
 }
 
-// ---- failures the host sees ----------------------------------------------------------------
-
-TEST_F(DeviceEndToEndJvmTest, failuresReachTheHostInItsLanguage)
-{
-    setProperty("kelmor.serial.ports", "/nonexistent/tty");
-    // The settings' own refusals are DeviceTest's, in both languages.
-    for (const bool russian : {false, true}) {
-        auto host = session(u"InputDevice", russian ? u"ru_RU" : u"en_US", russian);
-        EXPECT_EQ(host->open({{u"BluetoothDevice", u"1"}}, true), u"");
-        EXPECT_EQ(host->driver.lastError().text, russian ? u"Не удалось открыть устройство. Проверьте связь."
-                                                         : u"Failed to open device. Check connection");
-        std::u16string text;
-        EXPECT_FALSE(host->driver.deviceTest(&text));
-        EXPECT_EQ(text, u"");
-    }
-    EXPECT_TRUE(companionThreadsEnded());
-}
+// ---- a device without its event name ------------------------------------------------------
 
 TEST_F(DeviceEndToEndJvmTest, withoutEquipmentTypeTheCodeSetsBadEventNameAndNoEventComes)
 {

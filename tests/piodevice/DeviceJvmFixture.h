@@ -163,7 +163,7 @@ using kelmortest::registerBluetooth;
 using kelmortest::setProperty;
 using kelmortest::unregisterBluetooth;
 
-// Copies of the events a device raised, counted, and the errors it reported.
+// Copies of the events a device raised, counted.
 class Recorder : public kelmortest::WaitCounter {
 public:
     PIODevice::Callback callback()
@@ -174,13 +174,6 @@ public:
                 events_.emplace_back(event->copy());
             }
             add();
-        };
-    }
-    PIODevice::ErrorCallback errorCallback()
-    {
-        return [this](const PError& error) {
-            std::lock_guard<std::mutex> lock(mutex_);
-            errors_.push_back(error);
         };
     }
     // Waits until the events' inputs joined hold at least size bytes; the joined input.
@@ -200,16 +193,10 @@ public:
         std::lock_guard<std::mutex> lock(mutex_);
         return events_;
     }
-    std::vector<PError> errors()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return errors_;
-    }
 
 private:
-    std::mutex mutex_;  // guards events_ and errors_
+    std::mutex mutex_;  // guards events_
     std::vector<std::shared_ptr<PEvent>> events_;
-    std::vector<PError> errors_;
 };
 
 }

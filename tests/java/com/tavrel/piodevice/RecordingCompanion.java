@@ -142,9 +142,7 @@ public class RecordingCompanion {
     }
 
     private static String list(String call) {
-        synchronized (calls) {
-            calls.add(call);
-        }
+        record(call);
         if (listThrows)
             throw new IllegalStateException("no list");
         return listAnswer;
