@@ -345,4 +345,25 @@ TEST_F(KelmorNativeTest, failedOpenAndTestEmptyTheirOutParametersAndKeepTheReaso
     EXPECT_EQ(lastError().paramText(0), u"Failed to create device");
 }
 
+
+// Without a VM the roads that need Java still get their device from the settings: it is the
+// device's open that fails, not its making.
+TEST_F(KelmorNativeTest, javaRoadsGetTheirDeviceAndOnlyItsOpenFailsWithoutAVm)
+{
+    const std::vector<std::vector<std::pair<const char16_t*, const char16_t*>>> roads = {
+        {{u"BluetoothDevice", u"BROADCAST"}, {u"Action", u"SCAN"}, {u"Extra", u"barcode"},
+         {u"ExtraType", u"String"}},
+        {{u"BluetoothDevice", u"00:11:22:33:44:55"}},
+        {{u"BluetoothDevice", u"tcp://127.0.0.1:7000"}},
+    };
+    for (const auto& settings : roads) {
+        component.call(u"GetParameters", {hostEmptyValue()});
+        for (const auto& [name, value] : settings)
+            ASSERT_TRUE(component.call(u"SetParameter", {memory.text(name), memory.text(value)}).result.bVal);
+        EXPECT_FALSE(component.call(u"Open", {hostEmptyValue()}).result.bVal);
+        EXPECT_EQ(lastError().paramText(0), u"Failed to open device. Check connection")
+            << hostToUtf8(settings[0].second);
+    }
+}
+
 }

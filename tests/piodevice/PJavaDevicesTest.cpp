@@ -93,6 +93,7 @@ TEST(PJavaDevicesTest, withoutJavaOpenFailsWithTheFirstCheckOfEachDevice)
     EXPECT_EQ(tcp->getLastError().message(), PString("JNI not connected"));
 
     auto udp = std::make_shared<PUdpSocket>();
+    EXPECT_EQ(udp->port(), 5000);
     EXPECT_FALSE(udp->open(PIODevice::OpenRead));
     EXPECT_EQ(udp->getLastError().message(), PString("no device address set"))
         << "the address is tested before Java";
