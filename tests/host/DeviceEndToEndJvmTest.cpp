@@ -265,8 +265,7 @@ TEST_F(DeviceEndToEndJvmTest, devicesOutliveTheirComponentUntilTheLastOneGoes)
         // The Java logger's native resolves in the library: a link error would fail the call.
         callStatic(u"com.tavrel.strake.PLogger", "PLoggerWrite", "(JLjava/lang/String;)V", jlong(0), "from Java");
         const std::u16string idA = a->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
-        const std::u16string idB =
-            b->open({{u"EquipmentType", u"CardReaderDevice"}, {u"BluetoothDevice", u"2"}});
+        b->open({{u"EquipmentType", u"CardReaderDevice"}, {u"BluetoothDevice", u"2"}});
         ASSERT_TRUE(first.send("A1\r\n"));
         ASSERT_TRUE(a->received(1));
 
