@@ -79,20 +79,18 @@ TEST_F(PBroadcastReceaverJvmTest, typedExtrasArriveAsOneEventEachWithEveryByteAn
     send("sendString", "STR", "com.scanner.CATEGORY", "data", "2");
     EXPECT_EQ(texts->at(-1), "2\r\n");
 
-    // Closed, the device hears nothing; open again, it uses the same companion.
     const long refs = PHostJvm::globalRefCount();
     byText->close();
     EXPECT_EQ(registeredReceivers(), 2);
     send("sendString", "STR", "", "data", "2");
-    EXPECT_EQ(texts->count(), 2);
+    EXPECT_EQ(texts->count(), 2) << "a closed device hears nothing";
     ASSERT_TRUE(byText->open(1));
-    EXPECT_EQ(PHostJvm::globalRefCount(), refs);
+    EXPECT_EQ(PHostJvm::globalRefCount(), refs) << "open again, it keeps its companion";
     send("sendString", "STR", "", "data", "3");
     EXPECT_EQ(texts->at(-1), "3\r\n");
 
-    // Destroyed, its companion's reference goes with it.
     byText.reset();
-    EXPECT_EQ(PHostJvm::globalRefCount(), refs - 1);
+    EXPECT_EQ(PHostJvm::globalRefCount(), refs - 1) << "the companion goes with its device";
     EXPECT_EQ(registeredReceivers(), 2);
 }
 

@@ -157,7 +157,6 @@ TEST(PBroadcastReceaverTest, extrasXmlGivesTheFirstFieldWithTheSuffixUnlessItEnd
     EXPECT_EQ(xmlInput("<action><fields><field", "\r"), "<none>");
     EXPECT_EQ(xmlInput("", "\r"), "<none>");
 
-    // The parameter text and the type names.
     PBroadcastReceaver device("com.scanner.ACTION");
     device.setFieldsDesc({PBroadcastDataField("data", PBroadcastDataField::String)});
     EXPECT_EQ(device.parametersText(), PString("action_name=com.scanner.ACTION;fields=data(9);"));
