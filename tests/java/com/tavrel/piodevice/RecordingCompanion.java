@@ -5,21 +5,26 @@ import android.app.Activity;
 import java.util.ArrayList;
 import java.util.List;
 
-/** Delivers through the native method of the class deliverAs names; settings are static. */
+/** Delivers through the native method of the class deliverAs names. */
 public class RecordingCompanion {
+    /** What a test sets by name; reset() makes a new one with these defaults. */
+    public static final class Settings {
+        public volatile boolean openResult = true;
+        public volatile String errorMessage = "";
+        public volatile boolean throwing = false;
+        public volatile boolean openThrows = false;
+        public volatile boolean pumping = false;
+        public volatile String listAnswer = "";
+        public volatile boolean listThrows = false;
+        /** A block that open delivers before it returns, as a reader that finds data at once. */
+        public volatile String deliverOnOpen = null;
+        public volatile String deliverAs = "";
+    }
+
     private static final List<String> calls = new ArrayList<>(); // guarded by itself
-    public static volatile boolean openResult = true;
-    public static volatile String errorMessage = "";
-    public static volatile boolean throwing = false;
-    public static volatile boolean openThrows = false;
-    public static volatile boolean pumping = false;
+    private static volatile Settings settings = new Settings();
     private static final byte[] pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
-    public static volatile String listAnswer = "";
     private static volatile long lastHandle;
-    public static volatile boolean listThrows = false;
-    /** A block that open delivers before it returns, as a reader that finds data at once. */
-    public static volatile String deliverOnOpen = null;
-    public static volatile String deliverAs = "";
 
     private interface Delivery {
         void deliver(long handle, byte[] data);
@@ -31,7 +36,7 @@ public class RecordingCompanion {
 
     public RecordingCompanion(Activity activity, long handle) {
         this.handle = handle;
-        this.delivery = delivery(deliverAs);
+        this.delivery = delivery(settings.deliverAs);
         lastHandle = handle;
         record("new");
     }
@@ -40,23 +45,15 @@ public class RecordingCompanion {
         synchronized (calls) {
             calls.clear();
         }
-        openResult = true;
-        errorMessage = "";
-        throwing = false;
-        openThrows = false;
-        deliverAs = "";
-        pumping = false;
-        listAnswer = "";
-        listThrows = false;
-        deliverOnOpen = null;
+        settings = new Settings();
     }
 
     public static void setFlag(String field, boolean value) throws ReflectiveOperationException {
-        RecordingCompanion.class.getField(field).setBoolean(null, value);
+        Settings.class.getField(field).setBoolean(settings, value);
     }
 
     public static void setText(String field, String value) throws ReflectiveOperationException {
-        RecordingCompanion.class.getField(field).set(null, value);
+        Settings.class.getField(field).set(settings, value);
     }
 
     public static long lastHandle() {
@@ -73,7 +70,7 @@ public class RecordingCompanion {
         synchronized (calls) {
             calls.add(call);
         }
-        if (throwing)
+        if (settings.throwing)
             throw new IllegalStateException("refused: " + call);
     }
 
@@ -94,13 +91,13 @@ public class RecordingCompanion {
 
     public boolean open(String parameters) {
         record("open " + parameters);
-        if (openThrows)
+        if (settings.openThrows)
             throw new IllegalStateException("open refused");
-        open = openResult;
-        String early = deliverOnOpen;
+        open = settings.openResult;
+        String early = settings.deliverOnOpen;
         if (open && early != null)
             delivery.deliver(handle, early.getBytes());
-        if (open && pumping) {
+        if (open && settings.pumping) {
             CompanionThreads.start("pump", () -> {
                 while (open)
                     delivery.deliver(handle, pumpBlock);
@@ -116,12 +113,12 @@ public class RecordingCompanion {
 
     public boolean write(byte[] data) {
         record("write " + new String(data));
-        return openResult;
+        return settings.openResult;
     }
 
     public String getLastErrorMessage() {
         record("getLastErrorMessage");
-        return errorMessage;
+        return settings.errorMessage;
     }
 
     public boolean isOpen() {
@@ -143,8 +140,8 @@ public class RecordingCompanion {
 
     private static String list(String call) {
         record(call);
-        if (listThrows)
+        if (settings.listThrows)
             throw new IllegalStateException("no list");
-        return listAnswer;
+        return settings.listAnswer;
     }
 }
