@@ -18,7 +18,14 @@
 namespace {
 
 // The exported functions of the library. It stays loaded: its threads may outlive a test.
-struct EntryPoints {
+class EntryPointsTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(getClassNames && getClassObject && destroyObject && getAttachType && setPlatformCapabilities)
+            << dlerror();
+    }
+
     void* library = dlopen(kelmortest::libraryPath().c_str(), RTLD_NOW | RTLD_LOCAL);
     void* symbol(const char* name) const { return library ? dlsym(library, name) : nullptr; }
     GetClassNamesFn getClassNames = reinterpret_cast<GetClassNamesFn>(symbol("GetClassNames"));
@@ -27,15 +34,6 @@ struct EntryPoints {
     GetAttachTypeFn getAttachType = reinterpret_cast<GetAttachTypeFn>(symbol("GetAttachType"));
     SetPlatformCapabilitiesFn setPlatformCapabilities =
         reinterpret_cast<SetPlatformCapabilitiesFn>(symbol("SetPlatformCapabilities"));
-};
-
-class EntryPointsTest : public ::testing::Test, protected EntryPoints {
-protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(getClassNames && getClassObject && destroyObject && getAttachType && setPlatformCapabilities)
-            << dlerror();
-    }
 };
 
 TEST_F(EntryPointsTest, namesItsTwoClassesAndRefusesEveryOtherName)

@@ -189,11 +189,14 @@ TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
     }
 }
 
-TEST_F(KelmorNativeTest, badIndexesReportOneErrorNamingTheIndex)
+// Bad indexes, and calls that break a method's signature, are refused before any handler runs
+// (nothing is written), each with one report that names the index or is empty.
+TEST_F(KelmorNativeTest, badIndexesAndBrokenSignaturesAreRefusedWithOneReportEach)
 {
-    PHostConnection& host = component.connection();
+    const long version = component->FindMethod(u"Version");
+    const long description = component->FindMethod(u"GetDescription");
     tVariant result = hostEmptyValue();
-
+    tVariant param = hostEmptyValue();
     EXPECT_EQ(component->GetMethodName(12, 0), nullptr);
     EXPECT_EQ(component->GetMethodName(-1, 1), nullptr);
     EXPECT_EQ(component->GetNParams(1000), 0);
@@ -202,59 +205,32 @@ TEST_F(KelmorNativeTest, badIndexesReportOneErrorNamingTheIndex)
     EXPECT_FALSE(component->GetParamDefValue(40, 0, &result));
     EXPECT_EQ(component->GetPropName(0, 0), nullptr);
     EXPECT_FALSE(component->IsPropWritable(3));
+    EXPECT_EQ(lastError().paramText(0), u"no prop found for index3");
+    EXPECT_FALSE(component->CallAsFunc(version, &result, &param, 1));
+    EXPECT_FALSE(component->CallAsFunc(description, &result, nullptr, 1));
+    EXPECT_FALSE(component->CallAsFunc(description, &result, &param, -1));
+    EXPECT_FALSE(component->CallAsFunc(description, nullptr, &param, 1));
+    EXPECT_FALSE(component->CallAsProc(version, nullptr, 0));
 
-    const auto errors = host.errors();
-    ASSERT_EQ(errors.size(), 8u);
-    const std::u16string texts[] = {
-        u"no method found for index 12",   u"no method found for index -1",
-        u"no method found for index 1000", u"no method found for index -5",
-        u"no method found for index 12",   u"no method found for index 40",
-        u"no prop found for index 0",      u"no prop found for index3",
+    const std::pair<long, std::u16string> reports[] = {
+        {2, u"no method found for index 12"},   {2, u"no method found for index -1"},
+        {2, u"no method found for index 1000"}, {2, u"no method found for index -5"},
+        {2, u"no method found for index 12"},   {2, u"no method found for index 40"},
+        {2, u"no prop found for index 0"},      {2, u"no prop found for index3"},
+        {113, u""}, {113, u""}, {113, u""}, {112, u""}, {2, u"no proc-method found for index 11"},
     };
+    const auto errors = component.connection().errors();
+    ASSERT_EQ(errors.size(), std::size(reports));
     for (size_t i = 0; i < errors.size(); ++i) {
+        SCOPED_TRACE(i);
         EXPECT_EQ(errors[i].level, 1003);
         EXPECT_EQ(errors[i].source, u"InputDevice|CardReaderDevice");
-        EXPECT_EQ(errors[i].code, 2);
-        EXPECT_EQ(errors[i].text, texts[i]);
+        EXPECT_EQ(errors[i].code, reports[i].first);
+        EXPECT_EQ(errors[i].text, reports[i].second);
     }
-    const PHostCall error = lastError();
-    EXPECT_EQ(error.result.lVal, 2);
-    EXPECT_EQ(error.paramText(0), u"no prop found for index3");
-    EXPECT_EQ(result.vt, VTYPE_EMPTY);
-}
-
-TEST_F(KelmorNativeTest, callsThatBreakTheSignatureAreRefusedBeforeTheHandler)
-{
-    PHostConnection& host = component.connection();
-    const long version = component->FindMethod(u"Version");
-    const long description = component->FindMethod(u"GetDescription");
-    tVariant result = hostEmptyValue();
-    tVariant param = hostEmptyValue();
-
-    struct Case {
-        bool answered;
-        long code;
-    };
-    const Case cases[] = {
-        {component->CallAsFunc(version, &result, &param, 1), 113},
-        {component->CallAsFunc(description, &result, nullptr, 1), 113},
-        {component->CallAsFunc(description, &result, &param, -1), 113},
-        {component->CallAsFunc(description, nullptr, &param, 1), 112},
-        {component->CallAsProc(version, nullptr, 0), 2},
-    };
-    const auto errors = host.errors();
-    ASSERT_EQ(errors.size(), 5u);
-    for (size_t i = 0; i < 5; ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_FALSE(cases[i].answered);
-        EXPECT_EQ(errors[i].code, cases[i].code);
-        EXPECT_EQ(errors[i].level, 1003);
-    }
-    EXPECT_EQ(errors[4].text, u"no proc-method found for index 11");
-    // Refused calls wrote nothing: no handler ran.
+    EXPECT_EQ(lastError().result.lVal, 2);
     EXPECT_EQ(result.vt, VTYPE_EMPTY);
     EXPECT_EQ(param.vt, VTYPE_EMPTY);
-    EXPECT_EQ(lastError().result.lVal, 2);
 }
 
 TEST_F(KelmorNativeTest, startAndEndCallsAreSafeToRepeatAndAHostWithoutMemoryGetsFailures)
@@ -367,6 +343,27 @@ TEST_F(KelmorNativeTest, failedOpenAndTestEmptyTheirOutParametersAndKeepTheReaso
         EXPECT_EQ(param.wstrLen, 0u);
     }
     EXPECT_EQ(lastError().paramText(0), u"Failed to create device");
+}
+
+
+// Without a VM the roads that need Java still get their device from the settings: it is the
+// device's open that fails, not its making.
+TEST_F(KelmorNativeTest, javaRoadsGetTheirDeviceAndOnlyItsOpenFailsWithoutAVm)
+{
+    const std::vector<std::vector<std::pair<const char16_t*, const char16_t*>>> roads = {
+        {{u"BluetoothDevice", u"BROADCAST"}, {u"Action", u"SCAN"}, {u"Extra", u"barcode"},
+         {u"ExtraType", u"String"}},
+        {{u"BluetoothDevice", u"00:11:22:33:44:55"}},
+        {{u"BluetoothDevice", u"tcp://127.0.0.1:7000"}},
+    };
+    for (const auto& settings : roads) {
+        component.call(u"GetParameters", {hostEmptyValue()});
+        for (const auto& [name, value] : settings)
+            ASSERT_TRUE(component.call(u"SetParameter", {memory.text(name), memory.text(value)}).result.bVal);
+        EXPECT_FALSE(component.call(u"Open", {hostEmptyValue()}).result.bVal);
+        EXPECT_EQ(lastError().paramText(0), u"Failed to open device. Check connection")
+            << hostToUtf8(settings[0].second);
+    }
 }
 
 }

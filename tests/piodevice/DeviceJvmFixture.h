@@ -1,6 +1,4 @@
-// The fixture of the device tests in the VM: the JNI layer connected through the test host,
-// the companions' natives bound to this program's copy of the library, class names that a
-// test may send to a recording double, an event recorder and short ways into Java.
+// The fixture of the device tests in the VM, with a recording companion and an event recorder.
 #pragma once
 
 #include "../strake/Android/PJNITestFixture.h"
@@ -34,8 +32,7 @@ void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString(J
 
 namespace kelmortest {
 
-// The test host's Android helper, except for the class names it is told to answer with
-// another class.
+// The test host's Android helper, answering some class names with another class.
 class RedirectingAndroidHelper : public IHostAndroidHelper {
 public:
     jobject getActivity() override { return PHostJvm::androidHelper().getActivity(); }
@@ -76,9 +73,6 @@ protected:
 
     static JNIEnv* env() { return PHostJvm::env(); }
 
-    // Local references: the test thread never returns to Java, so each is dropped once used.
-    static void drop(jobject ref) { dropLocal(ref); }
-
     // Java threads that send an intent with the extra `name` and a key packet over and over;
     // stopFloods answers whether they ended within ten seconds.
     static void startFloods(const char* action, const char* name, const char* keyPacket)
@@ -90,17 +84,14 @@ protected:
     static bool stopFloods() { return kelmortest::callStatic<bool>(kTraffic, "stopFloods", "(J)Z", jlong(10000)); }
     static constexpr const char16_t* kTraffic = u"com.tavrel.kelmortest.DeviceTraffic";
 
-    // The recording stand-in: the next serial, socket and Bluetooth companions made are
-    // RecordingCompanions.
+    // The next serial, socket and Bluetooth companions made are RecordingCompanions.
     void useRecordingCompanions()
     {
         for (const char16_t* name : {u"SerialPort", u"TcpSocket", u"UdpSocket", u"Bluetooth"})
             redirect(u"com.tavrel.piodevice.P" + std::u16string(name), kRecording);
         resetRecording();
     }
-    // RecordingCompanion's settings back to their defaults, its record emptied.
     static void resetRecording() { callStatic(kRecording, "reset", "()V"); }
-    // RecordingCompanion's static settings and record.
     static void setRecording(const char* field, bool value)
     {
         callStatic(kRecording, "setFlag", "(Ljava/lang/String;Z)V", field, jboolean(value));
@@ -172,7 +163,7 @@ using kelmortest::registerBluetooth;
 using kelmortest::setProperty;
 using kelmortest::unregisterBluetooth;
 
-// Copies of the events a device raised, counted, and the errors it reported.
+// Copies of the events a device raised, counted.
 class Recorder : public kelmortest::WaitCounter {
 public:
     PIODevice::Callback callback()
@@ -183,13 +174,6 @@ public:
                 events_.emplace_back(event->copy());
             }
             add();
-        };
-    }
-    PIODevice::ErrorCallback errorCallback()
-    {
-        return [this](const PError& error) {
-            std::lock_guard<std::mutex> lock(mutex_);
-            errors_.push_back(error);
         };
     }
     // Waits until the events' inputs joined hold at least size bytes; the joined input.
@@ -209,16 +193,10 @@ public:
         std::lock_guard<std::mutex> lock(mutex_);
         return events_;
     }
-    std::vector<PError> errors()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return errors_;
-    }
 
 private:
-    std::mutex mutex_;  // guards events_ and errors_
+    std::mutex mutex_;  // guards events_
     std::vector<std::shared_ptr<PEvent>> events_;
-    std::vector<PError> errors_;
 };
 
 }

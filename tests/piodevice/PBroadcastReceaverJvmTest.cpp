@@ -1,5 +1,4 @@
-// Broadcast mode in the VM: intents sent on the companion's in-JVM bus reach the device as
-// one event each, every byte kept, and the device's life holds against deliveries in flight.
+// Broadcast mode in the VM: intents on the companion's in-JVM bus reach the device, one event each.
 #include "DeviceJvmFixture.h"
 #include "DeviceLifeChecks.h"
 #include "PBroadcastReceaver.h"
@@ -80,20 +79,18 @@ TEST_F(PBroadcastReceaverJvmTest, typedExtrasArriveAsOneEventEachWithEveryByteAn
     send("sendString", "STR", "com.scanner.CATEGORY", "data", "2");
     EXPECT_EQ(texts->at(-1), "2\r\n");
 
-    // Closed, the device hears nothing; open again, it uses the same companion.
     const long refs = PHostJvm::globalRefCount();
     byText->close();
     EXPECT_EQ(registeredReceivers(), 2);
     send("sendString", "STR", "", "data", "2");
-    EXPECT_EQ(texts->count(), 2);
+    EXPECT_EQ(texts->count(), 2) << "a closed device hears nothing";
     ASSERT_TRUE(byText->open(1));
-    EXPECT_EQ(PHostJvm::globalRefCount(), refs);
+    EXPECT_EQ(PHostJvm::globalRefCount(), refs) << "open again, it keeps its companion";
     send("sendString", "STR", "", "data", "3");
     EXPECT_EQ(texts->at(-1), "3\r\n");
 
-    // Destroyed, its companion's reference goes with it.
     byText.reset();
-    EXPECT_EQ(PHostJvm::globalRefCount(), refs - 1);
+    EXPECT_EQ(PHostJvm::globalRefCount(), refs - 1) << "the companion goes with its device";
     EXPECT_EQ(registeredReceivers(), 2);
 }
 
@@ -117,15 +114,13 @@ TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBeco
 
     // The byte road: bytes as they are, with no suffix; nothing for a null array.
     const jlong handle = lastHandle();
-    jbyteArray bytes = env()->NewByteArray(3);
-    const jbyte raw[] = {'0', 29, '1'};
-    env()->SetByteArrayRegion(bytes, 0, 3, raw);
+    jbyteArray bytes = strake::str2jbyteArray(env(), "0\x1d" "1");
     Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(env(), nullptr, handle, bytes);
     Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(env(), nullptr, handle, nullptr);
     Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString(env(), nullptr, handle, nullptr);
     EXPECT_EQ(inputs->at(-1), std::string("0\x1d" "1"));
     EXPECT_EQ(inputs->count(), 1);
-    drop(bytes);
+    kelmortest::dropLocal(bytes);
 
     for (const bool throws : {false, true}) {
         setRecording("openResult", throws);

@@ -1,6 +1,4 @@
-// Tests of PEvent, PIODeviceEvent and the PIODevice / PIOCustomDevice frame, and of its buffers
-// PBuffer and PThreadSafeBuffer: positions, rewinding, reopening, resizing, memory cost and the
-// waits for data.
+// Tests of the event types, the PIODevice frame and its buffers PBuffer and PThreadSafeBuffer.
 #include "PBuffer.h"
 #include "PEvent.h"
 #include "PEventKeys.h"
@@ -8,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdio>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -48,17 +46,12 @@ std::string readAllText(PIODevice& device)
     return device.readAll().toStdString();
 }
 
-// Resident set size of this process in bytes.
+// Resident set size of this process in bytes; 0 when it cannot be read.
 long residentBytes()
 {
     long pages = 0;
     long resident = 0;
-    FILE* statm = std::fopen("/proc/self/statm", "r");
-    if (statm == nullptr)
-        return -1;
-    if (std::fscanf(statm, "%ld %ld", &pages, &resident) != 2)
-        resident = -1;
-    std::fclose(statm);
+    std::ifstream("/proc/self/statm") >> pages >> resident;
     return resident * 4096;
 }
 

@@ -1,5 +1,4 @@
-// Tests of the key code tables, key names, the keyboard text packet, packed key messages, the key
-// message buffer and the global key queue's facade and implementations.
+// Tests of the key codes, key names and packets, packed key messages and the global key queue.
 #include "PGlobalKeyEventsQueue.h"
 #include "PKeyCodes.h"
 
@@ -58,21 +57,6 @@ TEST(PKeyCodes, packetRecordsBecomeKeyMessagesThatPackInTheirLayout)
     ASSERT_EQ(back.size(), 2u);
     EXPECT_EQ(std::memcmp(back.data(), messages.data(), packed.size() - 1), 0);
     EXPECT_TRUE(unpackKeyMessages(PByteArray("0123456789")).empty());
-}
-
-TEST(PKeyCodes, androidCodesMapAtTheEdgesOfEveryRange)
-{
-    const int rows[][2] = {
-        {3, 161},  {7, '0'},  {16, '9'},  {29, 'A'},  {54, 'Z'},  {57, 128},  {60, 133},
-        {61, 9},   {62, 32},  {66, 13},   {67, 127},  {68, '`'},  {76, '/'},  {81, '+'},
-        {92, 163}, {93, 164}, {111, 27},  {113, 130}, {115, 134}, {124, 160}, {131, 241},
-        {142, 252}, {144, 176}, {153, 185}, {154, '/'}, {160, 186}, {161, '='}, {163, ')'},
-        // Codes between and around the ranges have no key.
-        {-1, 0},   {0, 0},    {2, 0},     {6, 0},     {19, 0},    {63, 0},    {143, 0},
-        {156, 0},  {164, 0},  {100000, 0},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(androidKeyCodeToKeyCode(row[0]), unsigned(row[1])) << "android " << row[0];
 }
 
 TEST(PKeyCodes, keyNamesShowDirection)

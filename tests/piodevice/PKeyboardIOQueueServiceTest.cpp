@@ -1,6 +1,4 @@
-// Tests of the keyboard service and the keyboard device with a recording companion in place
-// of the Java one: start and stop, the tick and its reply, failures, and the device's life
-// against the timer under load.
+// The keyboard service and device with a recording companion in place of the Java one.
 #include "DeviceLifeChecks.h"
 #include "PEvent.h"
 #include "PEventKeys.h"
@@ -45,10 +43,7 @@ public:
         return true;
     }
     void close() override { ++m_log->closed; }
-    PError lastError() const override
-    {
-        return PError(8, "no companion");
-    }
+    PError lastError() const override { return PError(8, "no companion"); }
 
 private:
     std::shared_ptr<CompanionLog> m_log;

@@ -1,5 +1,4 @@
-// Keyboard mode in the VM: key events given to the Java companion reach open keyboard devices
-// on the service's timer and come out of the keyboard processor as the scanned code.
+// Keyboard mode in the VM: key events from the Java companion come out as the scanned code.
 #include "DeviceJvmFixture.h"
 #include "DeviceLifeChecks.h"
 #include "PEvent.h"
@@ -62,7 +61,6 @@ TEST_F(PKeyboardJvmTest, keyEventsFromJavaReachAnOpenDeviceOnTheTimerAsTheScanne
     ASSERT_TRUE(wired.device->open(1)) << wired.device->getLastError().toString().toStdString();
     EXPECT_EQ(openCompanions(), 1);
 
-    // Typed as a keyboard scanner types: GS by its key (F8), Enter at the end.
     EXPECT_EQ(sendText("0104601234567894\x1d" "21aB-1\r"), 1);
     ASSERT_TRUE(wired.messages->waitFor(1));
     EXPECT_EQ(wired.messages->at(0), "0104601234567894\x1d" "21aB-1");

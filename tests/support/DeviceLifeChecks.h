@@ -1,6 +1,4 @@
-// Life-cycle checks that every device kind must pass, shared by the device tests: open, stream
-// and close over and over; a device that its own callback closes and lets go; a device let go
-// while its callback runs. Each takes a maker of the device under test.
+// Life-cycle checks that every device kind must pass, each given a maker of the device.
 #pragma once
 
 #include "PEvent.h"
@@ -67,9 +65,8 @@ inline void openStreamCloseCycles(const char* name, const MakeDevice& make, int 
     std::printf("%d %s cycles\n", cycles, name);
 }
 
-// The callback closes the device, or lets its last reference go, or both: the delivery under
-// way touches nothing freed (ASan watches) and a dropped device goes. Given `settle`, which waits
-// until the device's deliveries have ended, no other delivery may have reached it.
+// The callback closes the device or lets its last reference go, or both: nothing freed is touched
+// (ASan watches), a dropped device goes, and after `settle` no other delivery came.
 inline void closeOrDropInsideCallback(const MakeDevice& make, int flags, bool close, bool drop,
                                       const std::function<void()>& settle = nullptr)
 {

@@ -1,9 +1,8 @@
-// A GoogleTest fixture for tests that run in the VM: the VM has the test classes on its class
-// path, and whatever it prints during a test (a JNI check report above all) fails the test;
-// what it printed while starting does not.
+// The fixture of tests in the VM (whatever the VM prints during a test fails it), and calls into Java.
 #pragma once
 
 #include "PHostJvm.h"
+#include "PJNIGuards.h"
 
 #include <gtest/gtest.h>
 
@@ -35,24 +34,12 @@ protected:
     }
 };
 
-
 // Calls from the test thread to the jars' static methods. The thread never returns to Java, so
 // every local reference is dropped once used; a Java exception fails the test and is cleared.
 inline void dropLocal(jobject ref)
 {
     if (ref)
         PHostJvm::env()->DeleteLocalRef(ref);
-}
-
-inline std::string javaUtf8(jobject text)
-{
-    JNIEnv* env = PHostJvm::env();
-    if (!text || env->ExceptionCheck())
-        return std::string();
-    const char* chars = env->GetStringUTFChars(static_cast<jstring>(text), nullptr);
-    std::string utf8(chars ? chars : "");
-    env->ReleaseStringUTFChars(static_cast<jstring>(text), chars);
-    return utf8;
 }
 
 // True when no Java exception is pending; otherwise describes it, clears it and fails the test.
@@ -67,8 +54,7 @@ inline bool javaQuiet(const char* what)
     return false;
 }
 
-// The arguments of one call: texts (a null one as null) and int vectors become Java strings and
-// arrays, which go when the call is done.
+// The arguments of one call: texts and int vectors become Java objects that go with the call.
 class JavaArgs {
 public:
     JavaArgs() = default;
@@ -127,16 +113,16 @@ Result callStatic(const char16_t* className, const char* name, const char* signa
             result = method ? env->CallStaticLongMethodA(cls, method, values) : -1;
         } else {
             static_assert(std::is_same_v<Result, std::string>, "a result of a kind JNI gives");
-            if (method)
-                result = javaUtf8(made.keep(env->CallStaticObjectMethodA(cls, method, values)));
+            jobject text = method ? made.keep(env->CallStaticObjectMethodA(cls, method, values)) : nullptr;
+            const PJNIStringChars chars(env, static_cast<jstring>(env->ExceptionCheck() ? nullptr : text));
+            result = chars ? chars.get() : "";
         }
         javaQuiet(name);
         return result;
     }
 }
 
-// The desktop companions' controls: Java system properties, the Bluetooth peers they reach, and
-// whether every companion reader and pump thread has ended (waiting at most ten seconds).
+// The desktop companions' controls; companionThreadsEnded waits at most ten seconds.
 inline void setProperty(const std::string& key, const std::string& value)
 {
     callStatic<std::string>(u"java.lang.System", "setProperty",

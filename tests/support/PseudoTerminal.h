@@ -1,5 +1,4 @@
-// A pseudo-terminal standing for a scanner on a serial line: the test holds the master, a
-// companion opens the slave by its path.
+// A pseudo-terminal standing for a scanner on a serial line; the companion opens its slave.
 #pragma once
 
 #include <fcntl.h>

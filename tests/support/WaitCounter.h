@@ -1,6 +1,4 @@
-// WaitCounter: a count that one thread raises and another waits on with a deadline, so that a
-// test waits for what it expects instead of sleeping and hoping; TextLog, texts counted so;
-// eventually, for states that only polling can tell.
+// Counts and texts to wait on with a deadline, and polling for states nothing signals.
 #pragma once
 
 #include <chrono>
@@ -62,9 +60,8 @@ private:
     std::vector<std::string> m_texts;
 };
 
-// Waits, polling, until the condition holds; false after ten seconds. For states that only a
-// call can tell (a link that went down, a device that went); anything that raises an event
-// uses a WaitCounter.
+// Waits, polling, until the condition holds; false after ten seconds. Only for states that no
+// event tells (a link that went down, a device that went).
 template <class Condition>
 bool eventually(Condition condition)
 {

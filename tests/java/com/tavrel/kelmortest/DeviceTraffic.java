@@ -1,5 +1,4 @@
-// What a scanner application or a keyboard would send, for the device tests: single intents
-// with typed extras, and floods of intents and key packets from Java threads of their own.
+// What a scanner application or a keyboard sends: single intents and floods from Java threads.
 package com.tavrel.kelmortest;
 
 import android.content.Intent;

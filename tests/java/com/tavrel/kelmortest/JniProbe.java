@@ -1,5 +1,4 @@
-// A Java object for the JNI layer's tests: one method per result type, methods and a
-// constructor that throw, and a method that calls back into native code.
+// A Java object for the JNI layer's tests: results of each type, throwers and a call back.
 package com.tavrel.kelmortest;
 
 import android.app.Activity;

@@ -1,33 +1,30 @@
-// A stand-in for the device companions that records every call and answers as a test says:
-// the way to force the failures that the real companions can't be made to show on demand.
+// A stand-in for the device companions that records every call and fails as a test asks.
 package com.tavrel.piodevice;
 
 import android.app.Activity;
 import java.util.ArrayList;
 import java.util.List;
 
-/**
- * It stands for any companion class, and delivers through the native method of the one that
- * deliverAs names when it is made. Settings are static and read on every call; reset()
- * restores the defaults.
- * With pumping on, open starts a thread that delivers pumpBlock as fast as it can until close.
- */
+/** Delivers through the native method of the class deliverAs names. */
 public class RecordingCompanion {
+    /** What a test sets by name; reset() makes a new one with these defaults. */
+    public static final class Settings {
+        public volatile boolean openResult = true;
+        public volatile String errorMessage = "";
+        public volatile boolean throwing = false;
+        public volatile boolean openThrows = false;
+        public volatile boolean pumping = false;
+        public volatile String listAnswer = "";
+        public volatile boolean listThrows = false;
+        /** A block that open delivers before it returns, as a reader that finds data at once. */
+        public volatile String deliverOnOpen = null;
+        public volatile String deliverAs = "";
+    }
+
     private static final List<String> calls = new ArrayList<>(); // guarded by itself
-    public static volatile boolean openResult = true;
-    public static volatile String errorMessage = "";
-    public static volatile boolean throwing = false;
-    public static volatile boolean openThrows = false;
-    public static volatile boolean pumping = false;
+    private static volatile Settings settings = new Settings();
     private static final byte[] pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
-    /** The answer of the static lists; null is answered as null. */
-    public static volatile String listAnswer = "";
     private static volatile long lastHandle;
-    public static volatile boolean listThrows = false;
-    /** A block that open delivers before it returns, as a reader that finds data at once. */
-    public static volatile String deliverOnOpen = null;
-    /** Whose native method delivers: "serial", "tcp", "udp", "bluetooth", or none. */
-    public static volatile String deliverAs = "";
 
     private interface Delivery {
         void deliver(long handle, byte[] data);
@@ -39,7 +36,7 @@ public class RecordingCompanion {
 
     public RecordingCompanion(Activity activity, long handle) {
         this.handle = handle;
-        this.delivery = delivery(deliverAs);
+        this.delivery = delivery(settings.deliverAs);
         lastHandle = handle;
         record("new");
     }
@@ -48,32 +45,21 @@ public class RecordingCompanion {
         synchronized (calls) {
             calls.clear();
         }
-        openResult = true;
-        errorMessage = "";
-        throwing = false;
-        openThrows = false;
-        deliverAs = "";
-        pumping = false;
-        listAnswer = "";
-        listThrows = false;
-        deliverOnOpen = null;
+        settings = new Settings();
     }
 
-    /** Sets a static setting by its name. */
     public static void setFlag(String field, boolean value) throws ReflectiveOperationException {
-        RecordingCompanion.class.getField(field).setBoolean(null, value);
+        Settings.class.getField(field).setBoolean(settings, value);
     }
 
     public static void setText(String field, String value) throws ReflectiveOperationException {
-        RecordingCompanion.class.getField(field).set(null, value);
+        Settings.class.getField(field).set(settings, value);
     }
 
-    /** The handle that the last companion was made with. */
     public static long lastHandle() {
         return lastHandle;
     }
 
-    /** The calls so far, one per line. */
     public static String calls() {
         synchronized (calls) {
             return String.join("\n", calls);
@@ -84,7 +70,7 @@ public class RecordingCompanion {
         synchronized (calls) {
             calls.add(call);
         }
-        if (throwing)
+        if (settings.throwing)
             throw new IllegalStateException("refused: " + call);
     }
 
@@ -103,23 +89,18 @@ public class RecordingCompanion {
         }
     }
 
-    private void deliver(byte[] data) {
-        delivery.deliver(handle, data);
-    }
-
     public boolean open(String parameters) {
         record("open " + parameters);
-        if (openThrows)
+        if (settings.openThrows)
             throw new IllegalStateException("open refused");
-        open = openResult;
-        String early = deliverOnOpen;
+        open = settings.openResult;
+        String early = settings.deliverOnOpen;
         if (open && early != null)
-            deliver(early.getBytes());
-        if (open && pumping) {
-            byte[] block = pumpBlock;
+            delivery.deliver(handle, early.getBytes());
+        if (open && settings.pumping) {
             CompanionThreads.start("pump", () -> {
                 while (open)
-                    deliver(block);
+                    delivery.deliver(handle, pumpBlock);
             });
         }
         return open;
@@ -132,12 +113,12 @@ public class RecordingCompanion {
 
     public boolean write(byte[] data) {
         record("write " + new String(data));
-        return openResult;
+        return settings.openResult;
     }
 
     public String getLastErrorMessage() {
         record("getLastErrorMessage");
-        return errorMessage;
+        return settings.errorMessage;
     }
 
     public boolean isOpen() {
@@ -158,11 +139,9 @@ public class RecordingCompanion {
     }
 
     private static String list(String call) {
-        synchronized (calls) {
-            calls.add(call);
-        }
-        if (listThrows)
+        record(call);
+        if (settings.listThrows)
             throw new IllegalStateException("no list");
-        return listAnswer;
+        return settings.listAnswer;
     }
 }

@@ -1,5 +1,4 @@
-// Delivers one block over and over from Java, through the serial companion's native method or
-// through a bare native method, for the benchmark of the serial road.
+// Delivers one block over and over from Java, for the benchmark of the serial road.
 package com.tavrel.piodevice;
 
 public final class SerialPump {
