@@ -1,6 +1,4 @@
-// Device::open against a recording device: the mode a port value selects, what each mode
-// gives its device, the prefix and suffix rules, every failure in both languages, and closes
-// and deletions from inside a delivery.
+// Device::open against a recording device: modes, settings, failures, and closes from a delivery.
 #include "Device.h"
 
 #include "DeviceManager.h"

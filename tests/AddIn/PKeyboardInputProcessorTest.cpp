@@ -1,5 +1,4 @@
-// Tests of the keyboard processors: bursts built from the text packets of the Java side, fed
-// tick by tick as the keyboard service does, with a recording callback.
+// Tests of the keyboard processors: bursts of the Java side's text packets, fed tick by tick.
 #include "PKeyboardInputProcessor.h"
 
 #include "AllocationCounter.h"
@@ -15,8 +14,7 @@ using strake::raw2Base64;
 
 namespace {
 
-// Android key codes of the keys used below.
-const int kAltLeft = 57, kShiftLeft = 59, kEnter = 66, kF1 = 131, kF8 = 138, kNumpad0 = 144;
+const int kShiftLeft = 59, kEnter = 66, kF1 = 131, kF8 = 138;
 
 std::string record(int androidCode, bool pressed, const std::string& characters = "")
 {
@@ -87,8 +85,7 @@ protected:
             });
         }
     }
-    // Feeds the packet split into `ticks` ticks of whole records, then one empty tick, and
-    // gives the acceptStatus of each tick.
+    // Feeds the packet in `ticks` ticks of whole records and one empty tick: each acceptStatus.
     std::vector<int> feed(PInputProcessor& processor, const std::string& packet, size_t ticks)
     {
         const std::vector<std::string> records = strake::split(packet, ';');
@@ -122,36 +119,22 @@ protected:
 
 }  // namespace
 
-// The other GS conventions (Alt and the digit row, Ctrl and ]) are typed end to end.
-TEST_F(KeyboardProcessorTest, gsByKeyOrByAltCodeKeepsTheGsByteInsideTheMessage)
+// The other GS conventions (Alt and a decimal code, Ctrl and ]) are PKeyTranslationTest's.
+TEST_F(KeyboardProcessorTest, gsKeyKeepsTheGsByteInsideTheMessage)
 {
-    const struct {
-        const char* name;
-        std::string gs;
-    } ways[] = {
-        {"GS key", tap(kF8)},
-        {"Alt and numeric pad", record(kAltLeft, true) + tap(kNumpad0) + tap(kNumpad0 + 2) +
-                                    tap(kNumpad0 + 9) + record(kAltLeft, false)},
-    };
-    for (const auto& way : ways) {
-        SCOPED_TRACE(way.name);
-        delivered.clear();
-        const std::string packet = typed("0104") + way.gs + typed("21ABC") + enter();
-        const std::vector<int> statuses = feed(keyboard, packet, 3);
-        EXPECT_EQ(statuses, (std::vector<int>{1, 1, 1, 3}));
-        ASSERT_EQ(delivered.size(), 1u);
-        EXPECT_EQ(delivered[0].input, "0104\x1d" "21ABC");
-        EXPECT_EQ(delivered[0].unprocessed, "0104\x1d" "21ABC\r");
-        PEvent& event = *delivered[0].copy;
-        EXPECT_EQ(event.type(), PIODeviceEvent::EventType);
-        const std::pair<const char*, const char*> fields[] = {
-            {"EventName", "Barcode"}, {"DevId", "Kelmor#1"}, {"EquipmentType", "Scanner"}, {"dev_id", "keyboard"}, {"dev_state", "0"}};
-        for (const auto& [key, value] : fields)
-            EXPECT_EQ(event.value(key).toStdString(), value) << key;
-        // Not set on the processor: carried as an invalid value, not invented.
-        EXPECT_FALSE(event.value("OutputDataType").isValid());
-        EXPECT_FALSE(event.value("dev_alias").isValid());
-    }
+    EXPECT_EQ(feed(keyboard, typed("0104") + tap(kF8) + typed("21ABC") + enter(), 3), (std::vector<int>{1, 1, 1, 3}));
+    ASSERT_EQ(delivered.size(), 1u);
+    EXPECT_EQ(delivered[0].input, "0104\x1d" "21ABC");
+    EXPECT_EQ(delivered[0].unprocessed, "0104\x1d" "21ABC\r");
+    PEvent& event = *delivered[0].copy;
+    EXPECT_EQ(event.type(), PIODeviceEvent::EventType);
+    const std::pair<const char*, const char*> fields[] = {
+        {"EventName", "Barcode"}, {"DevId", "Kelmor#1"}, {"EquipmentType", "Scanner"}, {"dev_id", "keyboard"}, {"dev_state", "0"}};
+    for (const auto& [key, value] : fields)
+        EXPECT_EQ(event.value(key).toStdString(), value) << key;
+    // Not set on the processor: carried as an invalid value, not invented.
+    EXPECT_FALSE(event.value("OutputDataType").isValid());
+    EXPECT_FALSE(event.value("dev_alias").isValid());
 }
 
 TEST_F(KeyboardProcessorTest, burstIsCutByPrefixAndSuffix)
@@ -174,8 +157,7 @@ TEST_F(KeyboardProcessorTest, burstIsCutByPrefixAndSuffix)
 
 TEST_F(KeyboardProcessorTest, burstsWithoutSuffixTextOrMessagesEndQuietly)
 {
-    // A pause inside a scan splits it: the first half lacks the suffix and is lost, that
-    // burst ending with status unset.
+    // A pause inside a scan splits it: the first half lacks the suffix and is lost, status unset.
     EXPECT_EQ(feed(keyboard, typed("123"), 1), (std::vector<int>{1, 0}));
     EXPECT_TRUE(delivered.empty());
     EXPECT_EQ(feed(keyboard, typed("45") + enter(), 1), (std::vector<int>{1, 3}));
@@ -217,12 +199,9 @@ TEST_F(KeyboardProcessorTest, parametersChooseGsKeyOutputTypeAndSuffix)
 
 TEST_F(KeyboardProcessorTest, endlessBurstKeepsOnlyItsNewestStrokes)
 {
-    // A key held down never lets a tick go empty. The burst stays bounded and keeps the end
-    // of the input, where a code's suffix would be.
+    // A key held down never lets a tick go empty: the burst keeps its end, where a suffix would be.
     const size_t cap = PKeyboardInputProcessor::maxBurstMessages();
-    const PByteArray press = strake::packKeyMessages(
-        strake::rawInputToStandart(PString(record(29, true, "A"))));
-    std::vector<PKeyMSG> chunk(1000, strake::unpackKeyMessages(press)[0]);
+    std::vector<PKeyMSG> chunk(1000, strake::rawInputToStandart(PString(record(29, true, "A")))[0]);
     PIODeviceEvent event = tick("");
     event.setValue("keyboard_input", PVariant(strake::packKeyMessages(chunk)));
     for (size_t fed = 0; fed <= cap; fed += chunk.size())
@@ -236,19 +215,14 @@ TEST_F(KeyboardProcessorTest, withoutDebugHandlerNoDebugTextIsMade)
 {
     if (!kelmortest::allocationCountingAvailable())
         GTEST_SKIP() << "sanitizer build";
-    const std::vector<PKeyMSG> pressed = strake::rawInputToStandart(PString(record(29, true, "A")));
-    const std::vector<PKeyMSG> burst(1000, pressed[0]);
-    PKeyboardInputProcessor quiet;
-    PKeyboardInputProcessor logged;
+    const std::vector<PKeyMSG> burst(1000, strake::rawInputToStandart(PString(record(29, true, "A")))[0]);
     size_t debugText = 0;
-    logged.setDebugMessageHandler(
-        [&debugText](const DebugMessageContext&, const std::string& text) {
-            debugText += text.size();
-        });
-    for (PKeyboardInputProcessor* processor : {&quiet, &logged})
-        processor->setParameter("Suffix", PVariant(""));
-
-    auto allocatedBy = [&burst](PKeyboardInputProcessor& processor) {
+    auto allocatedBy = [&](bool logged) {
+        PKeyboardInputProcessor processor;
+        processor.setParameter("Suffix", PVariant(""));
+        if (logged)
+            processor.setDebugMessageHandler(
+                [&debugText](const DebugMessageContext&, const std::string& text) { debugText += text.size(); });
         PIODeviceEvent stored = tick("");
         stored.setValue("keyboard_input", PVariant(strake::packKeyMessages(burst)));
         PIODeviceEvent end = tick("");
@@ -257,10 +231,9 @@ TEST_F(KeyboardProcessorTest, withoutDebugHandlerNoDebugTextIsMade)
         processor.processInput(&end);
         return counter.bytes();
     };
-    const size_t quietBytes = allocatedBy(quiet);
-    const size_t loggedBytes = allocatedBy(logged);
-    // The quiet processor's work needs two copies of the burst (unpacked, stored) and little
-    // else; the debug text of the same burst is larger than one copy.
+    const size_t quietBytes = allocatedBy(false);
+    const size_t loggedBytes = allocatedBy(true);
+    // Two copies of the burst (unpacked, stored) and little else; its debug text outweighs one.
     const size_t burstBytes = burst.size() * sizeof(PKeyMSG);
     EXPECT_LT(quietBytes, 3 * burstBytes);
     EXPECT_GT(debugText, burstBytes);

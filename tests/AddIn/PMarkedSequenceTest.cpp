@@ -118,7 +118,6 @@ TEST(PMarkedSequenceTest, markAccessOnEmptyOrOriginlessSequenceIsSafe)
     none.addMark(text, text + 1, 0);
     EXPECT_EQ(none.count(), 0u);
     EXPECT_TRUE(none.popBackMark().isEmpty());
-    EXPECT_EQ(none.count(), 0u);
     EXPECT_TRUE(none.firstMark().isEmpty());
     EXPECT_TRUE(none.lastMark().isEmpty());
 

@@ -1,5 +1,4 @@
-// Tests of PEncoding: the registry, the factory, the Vietnamese tables and the built-in code
-// pages, the latter checked against the C library's iconv.
+// Tests of PEncoding: the factory, the Vietnamese tables and the code pages, checked against iconv.
 #include "PEncoding.h"
 
 #include <gtest/gtest.h>
@@ -92,7 +91,6 @@ TEST(PEncodingTest, factoryMakesTheVietnameseClassesAndPlainEncodingsForTheRest)
             EXPECT_EQ(encoding->decode("abc"), L"");
         }
     }
-    EXPECT_EQ(factory.encodings().size(), 17u);
     EXPECT_FALSE(factory.hasEncoding(12345));
     EXPECT_EQ(factory.create(12345), nullptr);
     EXPECT_EQ(factory.create(std::string("CP1251")), nullptr);
@@ -150,7 +148,6 @@ TEST(PEncodingTest, everyVietnameseTableCoversTheSame135Characters)
 TEST(PEncodingTest, tableEncodingPassesAsciiAndMarksTheRestWithQuestionMarks)
 {
     EXPECT_EQ(strake::unicode2vni(L"ABC xyz 0129\r\n"), "ABC xyz 0129\r\n");
-    EXPECT_EQ(strake::unicode2vni(L"\x0416"), "?");
     EXPECT_EQ(strake::unicode2vni(std::wstring(1, static_cast<wchar_t>(-1))), "?");
     EXPECT_EQ(strake::unicode2vni(std::wstring(1, L'\0')), std::string(1, '\0'));
     // Two-byte rows lengthen the result.
