@@ -29,12 +29,14 @@ std::string tap(int androidCode, const std::string& characters = "")
     return record(androidCode, true, characters) + record(androidCode, false, characters);
 }
 
-// Digits and capital letters as the Java side reports them: the key and its character.
+// Digits, capital letters and Enter (\n) as the Java side reports them: the key and its character.
 std::string typed(const std::string& text)
 {
     std::string packet;
     for (char c : text) {
-        if (c >= '0' && c <= '9')
+        if (c == '\n')
+            packet += tap(kEnter, "\n");
+        else if (c >= '0' && c <= '9')
             packet += tap(7 + (c - '0'), std::string(1, c));
         else if (c >= 'A' && c <= 'Z')
             packet += tap(29 + (c - 'A'), std::string(1, c));
@@ -42,11 +44,6 @@ std::string typed(const std::string& text)
             ADD_FAILURE() << "no key for " << c;
     }
     return packet;
-}
-
-std::string enter()
-{
-    return tap(kEnter, "\n");
 }
 
 // One tick of the keyboard service: the packed messages and the keys it always sets.
@@ -122,12 +119,11 @@ protected:
 // The other GS conventions (Alt and a decimal code, Ctrl and ]) are PKeyTranslationTest's.
 TEST_F(KeyboardProcessorTest, gsKeyKeepsTheGsByteInsideTheMessage)
 {
-    EXPECT_EQ(feed(keyboard, typed("0104") + tap(kF8) + typed("21ABC") + enter(), 3), (std::vector<int>{1, 1, 1, 3}));
+    EXPECT_EQ(feed(keyboard, typed("0104") + tap(kF8) + typed("21ABC\n"), 3), (std::vector<int>{1, 1, 1, 3}));
     ASSERT_EQ(delivered.size(), 1u);
     EXPECT_EQ(delivered[0].input, "0104\x1d" "21ABC");
     EXPECT_EQ(delivered[0].unprocessed, "0104\x1d" "21ABC\r");
     PEvent& event = *delivered[0].copy;
-    EXPECT_EQ(event.type(), PIODeviceEvent::EventType);
     const std::pair<const char*, const char*> fields[] = {
         {"EventName", "Barcode"}, {"DevId", "Kelmor#1"}, {"EquipmentType", "Scanner"}, {"dev_id", "keyboard"}, {"dev_state", "0"}};
     for (const auto& [key, value] : fields)
@@ -142,8 +138,7 @@ TEST_F(KeyboardProcessorTest, burstIsCutByPrefixAndSuffix)
     keyboard.setParameter("Prefix", PVariant("X"));
     keyboard.setParameter("Suffix", PVariant("\r"));
     // Two prefixed codes, one without the prefix, and a tail with no suffix.
-    const std::string packet = typed("XAB") + enter() + typed("CD") + enter() + typed("XEF") +
-                               enter() + typed("XGH");
+    const std::string packet = typed("XAB\nCD\nXEF\nXGH");
     EXPECT_EQ(feed(keyboard, packet, 2), (std::vector<int>{1, 1, 3}));
     EXPECT_EQ(inputs(), (std::vector<std::string>{"AB", "EF"}));
     EXPECT_EQ(delivered[0].unprocessed, "XAB\rCD\rXEF\rXGH");
@@ -151,7 +146,7 @@ TEST_F(KeyboardProcessorTest, burstIsCutByPrefixAndSuffix)
 
     // Nothing of the dropped tail survives into the next burst.
     delivered.clear();
-    feed(keyboard, typed("XIJ") + enter(), 1);
+    feed(keyboard, typed("XIJ\n"), 1);
     EXPECT_EQ(inputs(), (std::vector<std::string>{"IJ"}));
 }
 
@@ -160,7 +155,7 @@ TEST_F(KeyboardProcessorTest, burstsWithoutSuffixTextOrMessagesEndQuietly)
     // A pause inside a scan splits it: the first half lacks the suffix and is lost, status unset.
     EXPECT_EQ(feed(keyboard, typed("123"), 1), (std::vector<int>{1, 0}));
     EXPECT_TRUE(delivered.empty());
-    EXPECT_EQ(feed(keyboard, typed("45") + enter(), 1), (std::vector<int>{1, 3}));
+    EXPECT_EQ(feed(keyboard, typed("45\n"), 1), (std::vector<int>{1, 3}));
     EXPECT_EQ(inputs(), (std::vector<std::string>{"45"}));
     delivered.clear();
 
@@ -185,7 +180,7 @@ TEST_F(KeyboardProcessorTest, parametersChooseGsKeyOutputTypeAndSuffix)
 {
     keyboard.setParameter("GSKeyCode", PVariant(241));
     keyboard.setParameter("OutputDataType", PVariant(1));
-    feed(keyboard, typed("A") + tap(kF1) + typed("B") + enter(), 1);
+    feed(keyboard, typed("A") + tap(kF1) + typed("B\n"), 1);
     EXPECT_EQ(inputs(), (std::vector<std::string>{raw2Base64("A\x1d" "B")}));
     EXPECT_EQ(delivered[0].copy->value("OutputDataType").toInt(), 1);
 
@@ -193,7 +188,7 @@ TEST_F(KeyboardProcessorTest, parametersChooseGsKeyOutputTypeAndSuffix)
     delivered.clear();
     keyboard.setParameter("Suffix", PVariant(""));
     keyboard.setParameter("Prefix", PVariant("A"));
-    feed(keyboard, typed("AB") + enter(), 2);
+    feed(keyboard, typed("AB\n"), 2);
     EXPECT_EQ(inputs(), (std::vector<std::string>{"AB\r"}));
 }
 
@@ -242,7 +237,7 @@ TEST_F(KeyboardProcessorTest, withoutDebugHandlerNoDebugTextIsMade)
 
 TEST_F(KeyboardProcessorTest, previewShowsTextWithNamedControls)
 {
-    const std::string scan = tap(kShiftLeft) + typed("AB") + tap(kF1) + enter();
+    const std::string scan = tap(kShiftLeft) + typed("AB") + tap(kF1) + typed("\n");
     feed(preview, scan, 2);
     // Every tick reaches the callback; only the last one carries the preview.
     ASSERT_EQ(delivered.size(), 3u);
@@ -266,12 +261,12 @@ TEST_F(KeyboardProcessorTest, previewShowsTextWithNamedControls)
     delivered.clear();
     preview.setParameter("OutputDataType", PVariant(0));
     preview.setParameter("PreviewMode", PVariant(16));
-    EXPECT_EQ(feed(preview, typed("12") + tap(kF8) + typed("3") + enter(), 2), (std::vector<int>{1, 1, 3}));
+    EXPECT_EQ(feed(preview, typed("12") + tap(kF8) + typed("3\n"), 2), (std::vector<int>{1, 1, 3}));
     EXPECT_EQ(inputs(), (std::vector<std::string>{"12\x1d" "3"}));
 
     // Preview mode 1 shows every press and release.
     preview.setParameter("PreviewMode", PVariant(1));
-    PIODeviceEvent keys = tick(typed("A") + enter() + record(999, true, "\x1d"));
+    PIODeviceEvent keys = tick(typed("A\n") + record(999, true, "\x1d"));
     preview.processToPreiew(&keys, nullptr);
     EXPECT_EQ(preview.processToPreiew(&end, nullptr).toStdString(),
               "'A_''_A''ENTER''enter''NONE'");

@@ -196,7 +196,6 @@ TEST(PSerialInputProcessorTest, outgoingEventsCarryDeviceValuesAndParameters)
     h.feed("AB\r");
     ASSERT_EQ(h.events.size(), 1u);
     const PEvent& out = *h.events[0];
-    EXPECT_EQ(out.type(), 17);
     const std::pair<const char*, const char*> fields[] = {{"input", "QUI="}, {"dev_id", "COM3"}, {"dev_alias", "scanner"},
         {"EventName", "Barcode"}, {"DevId", "InputDevice#2"}, {"OutputDataType", "1"}};
     for (const auto& [key, value] : fields)

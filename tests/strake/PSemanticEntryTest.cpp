@@ -17,14 +17,6 @@ tVariant valueOfType(int type, uint32_t length = 0)
     return v;
 }
 
-std::vector<int> parameterTypes(const PMethodSemantic& semantic)
-{
-    std::vector<int> types;
-    for (const PSemanticEntry& entry : semantic.parameters())
-        types.push_back(entry.type());
-    return types;
-}
-
 TEST(PSemanticEntryTest, signaturesParseIntoTypedEntriesOrTheDefault)
 {
     struct Case {
@@ -50,9 +42,12 @@ TEST(PSemanticEntryTest, signaturesParseIntoTypedEntriesOrTheDefault)
         EXPECT_EQ(semantic.result().type(), c.result);
         EXPECT_EQ(semantic.hasRetValue(), c.result > 0);
         EXPECT_TRUE(semantic.result().mandatory());
-        EXPECT_EQ(parameterTypes(semantic), c.params);
-        for (const PSemanticEntry& entry : semantic.parameters())
+        std::vector<int> types;
+        for (const PSemanticEntry& entry : semantic.parameters()) {
+            types.push_back(entry.type());
             EXPECT_FALSE(entry.mandatory());
+        }
+        EXPECT_EQ(types, c.params);
     }
 
     // Bad signatures give the default, without an error.
