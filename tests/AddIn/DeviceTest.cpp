@@ -61,7 +61,6 @@ TEST_F(DeviceTest, portValueChoosesTheModeAndItsDevice)
          PDeviceSpec::TcpSocket, 1, "10.0.0.5", 9100, "5000"},
         {{{"Port", PVariant("TCP://[fe80::1]:7")}}, PDeviceSpec::TcpSocket, 1, "fe80::1", 7, "5000"},
         {{{"BluetoothDevice", PVariant("udp://:5000")}}, PDeviceSpec::UdpSocket, 1, "0.0.0.0", 5000, "5000"},
-        {{{"BluetoothDevice", PVariant("udp://h:1")}}, PDeviceSpec::UdpSocket, 1, "h", 1, "5000"},
         {{{"Port", PVariant("12345678901")}}, PDeviceSpec::SerialPort, 1, "", 0, ""},
         {{{"Port", PVariant("65534")}}, PDeviceSpec::SerialPort, 1, "", 0, ""},
         {{{"Port", PVariant("scanner")}}, PDeviceSpec::SerialPort, 1, "", 0, ""},

@@ -84,15 +84,10 @@ TEST(PKeyTranslation, altWithDecimalCodeGivesThatByteAndWithoutDigitsNothing)
 
 TEST(PKeyTranslation, ctrlWithKeyGivesControlCharacter)
 {
-    const struct {
-        unsigned int code;
-        char byte;
-    } rows[] = {{'A', 1}, {'M', 13}, {'Z', 26}, {'-', 31}, {'@', 0}, {'[', 27},
-                {'\\', 28}, {']', 29}, {'^', 30}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(preview({down(CTRL), {row.code, static_cast<int>(row.code)}, up(CTRL)}), std::string(1, row.byte))
-            << "Ctrl+" << static_cast<char>(row.code);
-    }
+    const std::pair<unsigned int, char> rows[] = {{'A', 1}, {'M', 13}, {'Z', 26}, {'-', 31}, {'@', 0},
+                                                  {'[', 27}, {'\\', 28}, {']', 29}, {'^', 30}};
+    for (const auto& [code, byte] : rows)
+        EXPECT_EQ(preview({down(CTRL), {code, static_cast<int>(code)}, up(CTRL)}), std::string(1, byte)) << code;
     // Keys without a control character are ignored; the sequence ends with either Ctrl.
     EXPECT_EQ(preview({down(CTRLR), "1", F8, up(CTRLR), "C"}), "C");
 }

@@ -197,6 +197,7 @@ TEST(PByteArrayTest, keepsAZeroBehindTheLastByteAndEditsDetach)
     text.clear();
     EXPECT_FALSE(text.isValid());
     EXPECT_EQ(PByteArray().data(), nullptr);
+    EXPECT_EQ(PByteArray().mitype(), 7);
 }
 
 TEST(PByteArrayTest, growsFromItsRecordsOwnBlockToTheHeapWithItsOwnBytesAsSource)

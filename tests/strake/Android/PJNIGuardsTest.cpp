@@ -8,23 +8,12 @@
 #include <sstream>
 #include <string>
 #include <thread>
-#include <type_traits>
 
 extern "C" void Java_com_tavrel_strake_PLogger_PLoggerWrite(JNIEnv*, jclass, jlong, jstring);
 
 using namespace kelmortest;
 
 namespace {
-
-static_assert(!std::is_default_constructible<PJNILocalRef>::value, "a local owner needs a ref");
-static_assert(!std::is_copy_constructible<PJNILocalRef>::value &&
-                  !std::is_copy_constructible<PJNIGlobalRef>::value &&
-                  !std::is_copy_constructible<PJNIStringChars>::value &&
-                  !std::is_copy_constructible<PJNIByteArrayElements>::value,
-              "owners are move-only");
-static_assert(std::is_nothrow_move_constructible<PJNILocalRef>::value &&
-                  std::is_nothrow_move_assignable<PJNIGlobalRef>::value,
-              "moves cannot fail");
 
 // The VM's checker reports local references outgrowing their capacity: the fixture fails on it.
 TEST_F(PJNITest, localOwnersDeleteWhatTheyHoldOnceOnAnyPath)
