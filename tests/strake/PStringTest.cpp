@@ -32,24 +32,6 @@ TEST(PStringTest, copyThenChangeLeavesSourceAlone)
     EXPECT_EQ(s, PString("abab"));
 }
 
-TEST(PStringTest, movedFromHandlesAreEmptyAndUsable)
-{
-    PString source("abc");
-    PString target(std::move(source));
-    EXPECT_TRUE(source.isEmpty());
-    EXPECT_EQ(source.utf16()[0], u'\0');
-    source += PString("d");
-    EXPECT_EQ(source, PString("d"));
-    EXPECT_EQ(target, PString("abc"));
-
-    PByteArray bytes("xyz");
-    PByteArray taken(std::move(bytes));
-    EXPECT_EQ(bytes.size(), 0u);
-    bytes.add(reinterpret_cast<const unsigned char*>("q"), 1);
-    EXPECT_EQ(bytes.toStdString(), "q");
-    EXPECT_EQ(taken.toStdString(), "xyz");
-}
-
 // ---- construction and conversion ----
 
 TEST(PStringTest, buildsFromEveryEncodingComparesAndHashes)
