@@ -88,7 +88,6 @@ TEST(PMarkedSequenceTest, wholeSequenceMatchesDoNotOverlapAndShortTailIsText)
     EXPECT_EQ(describe(mark("AB<E", "<EOT>")), "AB<E:0");
     EXPECT_EQ(prepareDataForSend("AB<EOT>CD<EO", "", "<EOT>", 0), Strings{"AB"});
 
-    // Empty inputs give no marks, or one text mark.
     EXPECT_EQ(mark("", "\r").count(), 0u);
     EXPECT_EQ(mark("", "").count(), 0u);
     EXPECT_TRUE(prepareDataForSend("", "", "\r", 0).empty());

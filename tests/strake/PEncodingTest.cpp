@@ -54,7 +54,6 @@ TEST(PEncodingTest, factoryMakesTheVietnameseClassesAndPlainEncodingsForTheRest)
     EXPECT_EQ(factory.create(12345), nullptr);
     EXPECT_EQ(factory.create(std::string("CP1251")), nullptr);
 
-    // The static forms give empty results where nothing can be done.
     EXPECT_EQ(PEncoding::encode(L"abc", 12345), "");
     EXPECT_EQ(PEncoding::decode("abc", 12345), L"");
     EXPECT_EQ(PEncoding::encode(L"abc", 0), "");
@@ -109,7 +108,6 @@ TEST(PEncodingTest, tableEncodingPassesAsciiAndMarksTheRestWithQuestionMarks)
     EXPECT_EQ(strake::unicode2vni(L"ABC xyz 0129\r\n"), "ABC xyz 0129\r\n");
     EXPECT_EQ(strake::unicode2vni(std::wstring(1, static_cast<wchar_t>(-1))), "?");
     EXPECT_EQ(strake::unicode2vni(std::wstring(1, L'\0')), std::string(1, '\0'));
-    // Two-byte rows lengthen the result.
     EXPECT_EQ(strake::unicode2vni(L"Vi\x1EC7t"), "Vie\xE4t");
     EXPECT_EQ(strake::unicode2tcvn3low(L"ABC\x1EA4"), "abc\xCA");
     EXPECT_EQ(strake::unicode2tcvn3(L"ABC"), "ABC");

@@ -65,7 +65,6 @@ TEST(PErrorTest, ladderTurnsEveryExceptionIntoAnErrorAndRaiseStoresOrThrows)
     EXPECT_EQ(caught([] { throw 7; }, named).message(), PString("Unexpected"));
     EXPECT_EQ(caught([] { throw 7; }, placed).line(), 7);
 
-    // raise stores the error where it can, throws it where it cannot.
     PError out;
     EXPECT_FALSE(PError::raise(PError(100, "x"), &out));
     EXPECT_EQ(out.code(), 100);

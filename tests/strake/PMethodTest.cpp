@@ -111,7 +111,6 @@ TEST(PPropertyTest, writesAreCheckedAndNotifiedOnlyWhenTheSetterTakesThem)
     EXPECT_THROW(property(&value), PError);
     EXPECT_EQ(property.getValue(&error).lVal, 9600);
 
-    // Read-only and unreadable properties answer as such.
     PProperty readOnly(PString("Name"), PSemanticEntry(VTYPE_PWSTR, false),
                        [](tVariant* value, IMemoryManager* manager) {
                            return strake::wstr2var(value, L"scanner", manager);

@@ -26,7 +26,6 @@ TEST(PStringTest, copyThenChangeLeavesSourceAlone)
     EXPECT_EQ(viaIndex, PString("Scan"));
     EXPECT_EQ(viaIterator, PString("xcan"));
 
-    // Appending a text to itself doubles it.
     PString s("ab");
     s += s;
     EXPECT_EQ(s, PString("abab"));
@@ -108,7 +107,6 @@ TEST(PStringTest, replaceScansForwardAndAlwaysEndsAndRemoveCounts)
     // Holding it at the start is safe with the plain scan.
     EXPECT_EQ(PString("ab").replace("ab", "abab"), PString("abab"));
 
-    // remove takes at most count occurrences.
     EXPECT_EQ(PString("a-b-c-d").remove("-", 0, 2), PString("abc-d"));
     EXPECT_EQ(PString("a-b-c-d").remove("-", 2), PString("a-bcd"));
     EXPECT_EQ(PString("a-b").remove("-", 0, 0), PString("a-b"));
@@ -126,7 +124,6 @@ TEST(PStringTest, trimRemovesBlanksLineEndsAndNulAndCaseTouchesAsciiOnly)
     EXPECT_EQ(s, PString("a b"));
     EXPECT_EQ(strake::trimed<char>(std::string("\0 x \n", 5)), "x");
 
-    // Case changes touch only ASCII letters.
     EXPECT_EQ(PString(u"aБz1").upperCased(), PString(u"AБZ1"));
     EXPECT_EQ(PString(u"AбZ").lowerCased(), PString(u"aбz"));
     EXPECT_EQ(PString("abc").capitalized(), PString("Abc"));

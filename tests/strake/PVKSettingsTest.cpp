@@ -191,7 +191,6 @@ TEST_F(PINIReaderFileTest, settingsAreReadOnceAndKeptUntilThePathChangesAndFailu
     EXPECT_EQ(reader.lastError().code(), 200);
     EXPECT_EQ(reader.lastError().message(), PString("cant access file"));
 
-    // Unreadable or bad files are reported through the error.
     PError error;
     EXPECT_TRUE(PINIReader::readSettings(PString(), &error).empty());
     EXPECT_EQ(error.code(), 2);

@@ -28,7 +28,6 @@ TEST(PVariantTest, textConvertsByAtoiWithOkTrueAndToBoolByItsWords)
         bools += v.toBool() ? '1' : '0';
     EXPECT_EQ(bools, "11000011");
 
-    // Invalid values and bytes convert to nothing.
     ok = true;
     PVariant invalid;
     EXPECT_EQ(invalid.toInt(&ok), 0);

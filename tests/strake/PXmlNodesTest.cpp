@@ -34,7 +34,6 @@ TEST(PXmlNodesTest, childrenAreWalkedWithTheirAttributesAndFoundByTheFirstOfEach
     EXPECT_EQ(PXmlElement().attribute(PString("id"), PVariant(7)).toInt(), 7);
     EXPECT_TRUE(PXmlElement().attributes().empty());
 
-    // getElement follows the first child of each name.
     PXmlDocument extras = parsed("<action><fields><field key=\"k1\" value=\"QQ==\"/>"
                                  "<field key=\"k2\"/></fields></action>");
     EXPECT_EQ(extras.getElement(PString("action/fields/field")).attribute(PString("key")).toPString(),
@@ -140,7 +139,6 @@ TEST(PXmlNodesTest, handlesGoInvalidWhenTheDocumentIsClearedOrReparsedAndKeepItA
     EXPECT_TRUE(document.toString().isEmpty());
     EXPECT_FALSE(document.createElement(PString("x")).isValid());
 
-    // A cleared document takes new content again.
     EXPECT_TRUE(document.setContent(std::string("<n/>")));
     EXPECT_TRUE(copy.getElement(PString("n")).isValid());
     EXPECT_FALSE(b.isValid());
