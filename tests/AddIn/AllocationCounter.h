@@ -1,13 +1,10 @@
-// Counting of heap allocations made by the calling thread, for tests that prove a path
-// builds nothing. PSerialInputProcessorTest.cpp replaces operator new of this test program to count;
-// not available under sanitizers, which keep their own allocator.
+// Counting of this thread's heap allocations (operator new is replaced in PSerialInputProcessorTest.cpp).
 #pragma once
 
 #include <cstddef>
 
 namespace kelmortest {
 
-// What this thread's operator new was asked for so far.
 extern thread_local size_t tAllocations;
 extern thread_local size_t tBytes;
 

@@ -1,5 +1,4 @@
-// The Java side of the device log in a real VM: the tag of the system log and the file of
-// the Java log reach com.tavrel.strake.PLogger.
+// The Java side of the device log in a real VM: the log's tag and file reach the Java logger.
 #include "Device.h"
 
 #include "../strake/Android/PJNITestFixture.h"
@@ -13,7 +12,6 @@ namespace {
 
 class DeviceLogJvmTest : public kelmortest::PJNITest {
 protected:
-    // PLogger's static getter of that name.
     static std::string javaLogger(const char* getter)
     {
         PJNIClass logger = PJNIHelper::getClass(PString("com.tavrel.strake.PLogger"));

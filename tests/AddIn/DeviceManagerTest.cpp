@@ -1,9 +1,11 @@
-// The device registry: ids, its two texts for a bad id, the settings rule, the one-attempt
-// test, last errors that stay with the thread that failed, and the settings catalogue.
+// The device registry, its errors and settings catalogue, and the components' translation table.
 #include "DeviceManager.h"
 
+#include "AddInNative.h"
 #include "Device.h"
 #include "PLocale.h"
+#include "PTranslation.h"
+#include "PVKObjectManager.h"
 #include "PVKSettings.h"
 #include "RecordingDevice.h"
 
@@ -41,7 +43,6 @@ std::vector<std::string> ids()
 
 TEST_F(DeviceManagerTest, numbersCountTheWholeTableAndARepeatedIdLeavesTheLiveDevice)
 {
-    EXPECT_TRUE(DeviceManager::DevicesIds().empty());
     PString id;
     auto first = DeviceManager::create("InputDevice", &id);
     EXPECT_EQ(id, PString("InputDevice#1"));
@@ -94,7 +95,6 @@ TEST_F(DeviceManagerTest, badIdsAnswerWithTheirOwnTextsInEitherLanguageAndEachTh
         EXPECT_EQ(DeviceManager::getLastError().code(), 2);
     }
 
-    // Two threads failing at once each read their own error.
     std::atomic<int> ready{0};
     std::atomic<int> mixed{0};
     auto run = [&](bool viaGet) {
@@ -158,8 +158,7 @@ TEST_F(DeviceManagerTest, aTestIsOneAttemptThatLeavesTheTableAsItWas)
     EXPECT_EQ(ids(), std::vector<std::string>{"InputDevice#1"});
 }
 
-// The catalogue compared whole with reviewed documents: English with ports and paired devices
-// listed, Russian with none.
+// Compared whole with reviewed documents: English with the port and device lists, Russian without.
 TEST_F(DeviceManagerTest, catalogueIsTheWholeSettingsDocumentInEitherLanguage)
 {
     for (bool withLists : {false, true}) {
@@ -177,6 +176,34 @@ TEST_F(DeviceManagerTest, catalogueIsTheWholeSettingsDocumentInEitherLanguage)
         EXPECT_EQ(settings.getXML().toStdString(), expected.str());
     }
     EXPECT_FALSE(DeviceManager::fillSettings(nullptr));
+}
+
+TEST(AddInNativeTest, firstComponentLoadsTranslationsAndTheLastClearsThem)
+{
+    PTranslation* table = strake::getTranslation();
+    ASSERT_EQ(PVKObjectManager::count(), 0u);
+    table->clear();
+
+    IComponentBase* first = nullptr;
+    IComponentBase* second = nullptr;
+    ASSERT_NE(GetClassObject(u"InputDevice", &first), 0);
+    EXPECT_FALSE(table->isEmpty());
+    table->setTr(PString("marker"), 0, PString("kept"));
+    ASSERT_NE(GetClassObject(u"CardReaderDevice", &second), 0);
+    // The second component does not reload: the marker survives.
+    EXPECT_EQ(table->tr(PString("marker"), PString(), 0), PString("kept"));
+
+    EXPECT_EQ(DestroyObject(&first), 0);
+    EXPECT_FALSE(table->isEmpty());
+    EXPECT_EQ(DestroyObject(&second), 0);
+    EXPECT_TRUE(table->isEmpty());
+
+    ASSERT_NE(GetClassObject(u"InputDevice", &first), 0);
+    EXPECT_FALSE(table->isEmpty());
+    EXPECT_TRUE(table->tr(PString("marker"), PString(), 0).isEmpty());
+    EXPECT_EQ(static_cast<KelmorNative*>(first)->getExtentionName(), PString("InputDevice"));
+    EXPECT_EQ(DestroyObject(&first), 0);
+    EXPECT_TRUE(table->isEmpty());
 }
 
 }

@@ -16,8 +16,7 @@ PKeyMSG key(unsigned int code, int ch, bool pressed)
     return message;
 }
 
-// One step of a key sequence: a text taps the keys of its characters, a code taps that key
-// (carrying ch), down() and up() press or release one key.
+// A text taps its characters' keys, a code taps that key; down() and up() press or release one.
 struct Step {
     Step(const char* text)
     {
@@ -62,15 +61,6 @@ TranslateSettings workMode(int gsKeyCode = 248)
     return settings;
 }
 
-TranslateSettings testMode(int outputDataType)
-{
-    TranslateSettings settings;
-    settings.outputDataType = outputDataType;
-    settings.printableTranslator = keyMsgsTranslatePrintableTestMode;
-    settings.nonPrintableTranslator = keyMsgsTranslateNonPrintableTestMode;
-    return settings;
-}
-
 std::string preview(std::initializer_list<Step> steps, const TranslateSettings& settings = workMode())
 {
     return translate2Preview(keys(steps), settings);
@@ -83,28 +73,21 @@ const unsigned int F8 = 248, F9 = 249, ENTER = 13;
 
 TEST(PKeyTranslation, altWithDecimalCodeGivesThatByteAndWithoutDigitsNothing)
 {
-    // By the digit row or the numeric pad; only the low 8 bits of the number count; the right
-    // Alt works alike.
+    // Digit row or numeric pad, the low 8 bits of the number, either Alt.
     EXPECT_EQ(preview({"01", down(ALT), "029", up(ALT), "23"}), "01\x1d" "23");
     EXPECT_EQ(preview({"01", down(ALT), NUM0, NUM0 + 2, NUM0 + 9, up(ALT), "23"}), "01\x1d" "23");
     EXPECT_EQ(preview({down(ALTR), "32", NUM0 + 1, up(ALTR)}), "A");
-    // A second Alt without digits must not repeat the first one's byte; letters and a Ctrl
-    // press are ignored inside an Alt sequence.
+    // A second Alt without digits repeats nothing; letters and Ctrl are ignored inside Alt.
     EXPECT_EQ(preview({down(ALT), "65", up(ALT), ALT, down(ALT), "X", down(CTRL), "]", up(ALT), up(CTRL), "B"}),
               "AB");
 }
 
 TEST(PKeyTranslation, ctrlWithKeyGivesControlCharacter)
 {
-    const struct {
-        unsigned int code;
-        char byte;
-    } rows[] = {{'A', 1}, {'M', 13}, {'Z', 26}, {'-', 31}, {'@', 0}, {'[', 27},
-                {'\\', 28}, {']', 29}, {'^', 30}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(preview({down(CTRL), {row.code, static_cast<int>(row.code)}, up(CTRL)}), std::string(1, row.byte))
-            << "Ctrl+" << static_cast<char>(row.code);
-    }
+    const std::pair<unsigned int, char> rows[] = {{'A', 1}, {'M', 13}, {'Z', 26}, {'-', 31}, {'@', 0},
+                                                  {'[', 27}, {'\\', 28}, {']', 29}, {'^', 30}};
+    for (const auto& [code, byte] : rows)
+        EXPECT_EQ(preview({down(CTRL), {code, static_cast<int>(code)}, up(CTRL)}), std::string(1, byte)) << code;
     // Keys without a control character are ignored; the sequence ends with either Ctrl.
     EXPECT_EQ(preview({down(CTRLR), "1", F8, up(CTRLR), "C"}), "C");
 }
@@ -112,8 +95,7 @@ TEST(PKeyTranslation, ctrlWithKeyGivesControlCharacter)
 TEST(PKeyTranslation, gsKeyWinsOverItsOwnCharacterAndTable)
 {
     EXPECT_EQ(preview({"A", {F8, 'x'}, "B"}, workMode(248)), "A\x1d" "B");
-    // F8 gives GS through the control table as well, so with F9 as the GS key both do; with no
-    // GS key F9 falls back to its table byte.
+    // F8 is GS in the control table too; without a GS key F9 gives its table byte.
     EXPECT_EQ(preview({F8, F9}, workMode(249)), "\x1d\x1d");
     EXPECT_EQ(preview({F8, F9}, workMode(-1)), "\x1d\x1e");
 }
@@ -127,8 +109,7 @@ TEST(PKeyTranslation, onlyPressesMakeOutputAndOpenSequencesAreDropped)
 
 TEST(PKeyTranslation, workModeCharactersAndControlKeys)
 {
-    // Enter gives CR whatever it carries, and without a character it is no control key; a key
-    // event may carry a second character; a byte above ASCII goes out unchanged.
+    // Enter gives CR whatever it carries; a second character counts; bytes above ASCII pass.
     EXPECT_EQ(preview({{ENTER, 'q'}, ENTER, SHIFT, {0, 'z'}, {'A', -48}, 127u, 160u, 161u, 175u, 241u, 250u, 251u,
                        252u, 172u},
                       workMode(-1)),
@@ -144,10 +125,13 @@ TEST(PKeyTranslation, workModeCharactersAndControlKeys)
 TEST(PKeyTranslation, testModeNamesKeysWithoutCharacter)
 {
     // 97 is a code without a name. When Base64 is wanted the names would spoil the coded text.
-    EXPECT_EQ(preview({SHIFT, "A", 241u, 97u, {ENTER, 13}}, testMode(0)), "A'F1'''\r");
-    EXPECT_EQ(preview({SHIFT, "A", 241u, 97u, {ENTER, 13}}, testMode(1)), "A\r");
+    TranslateSettings test;
+    test.printableTranslator = keyMsgsTranslatePrintableTestMode;
+    test.nonPrintableTranslator = keyMsgsTranslateNonPrintableTestMode;
+    EXPECT_EQ(preview({SHIFT, "A", 241u, 97u, {ENTER, 13}}, test), "A'F1'''\r");
+    test.outputDataType = 1;
+    EXPECT_EQ(preview({SHIFT, "A", 241u, 97u, {ENTER, 13}}, test), "A\r");
 
-    // Control characters have names and previews.
     std::string names;
     for (int byte : {0, 9, 13, 29, 31, 32, 127, 65, 0x80, 0xD0, 0xFF})
         names += getCharName(static_cast<char>(byte)) + ",";

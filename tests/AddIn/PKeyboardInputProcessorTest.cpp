@@ -1,5 +1,4 @@
-// Tests of the keyboard processors: bursts built from the text packets of the Java side, fed
-// tick by tick as the keyboard service does, with a recording callback.
+// Tests of the keyboard processors: bursts of the Java side's text packets, fed tick by tick.
 #include "PKeyboardInputProcessor.h"
 
 #include "AllocationCounter.h"
@@ -15,8 +14,7 @@ using strake::raw2Base64;
 
 namespace {
 
-// Android key codes of the keys used below.
-const int kAltLeft = 57, kShiftLeft = 59, kEnter = 66, kF1 = 131, kF8 = 138, kNumpad0 = 144;
+const int kShiftLeft = 59, kEnter = 66, kF1 = 131, kF8 = 138;
 
 std::string record(int androidCode, bool pressed, const std::string& characters = "")
 {
@@ -31,12 +29,14 @@ std::string tap(int androidCode, const std::string& characters = "")
     return record(androidCode, true, characters) + record(androidCode, false, characters);
 }
 
-// Digits and capital letters as the Java side reports them: the key and its character.
+// Digits, capital letters and Enter (\n) as the Java side reports them: the key and its character.
 std::string typed(const std::string& text)
 {
     std::string packet;
     for (char c : text) {
-        if (c >= '0' && c <= '9')
+        if (c == '\n')
+            packet += tap(kEnter, "\n");
+        else if (c >= '0' && c <= '9')
             packet += tap(7 + (c - '0'), std::string(1, c));
         else if (c >= 'A' && c <= 'Z')
             packet += tap(29 + (c - 'A'), std::string(1, c));
@@ -44,11 +44,6 @@ std::string typed(const std::string& text)
             ADD_FAILURE() << "no key for " << c;
     }
     return packet;
-}
-
-std::string enter()
-{
-    return tap(kEnter, "\n");
 }
 
 // One tick of the keyboard service: the packed messages and the keys it always sets.
@@ -87,8 +82,7 @@ protected:
             });
         }
     }
-    // Feeds the packet split into `ticks` ticks of whole records, then one empty tick, and
-    // gives the acceptStatus of each tick.
+    // Feeds the packet in `ticks` ticks of whole records and one empty tick: each acceptStatus.
     std::vector<int> feed(PInputProcessor& processor, const std::string& packet, size_t ticks)
     {
         const std::vector<std::string> records = strake::split(packet, ';');
@@ -122,36 +116,21 @@ protected:
 
 }  // namespace
 
-// The other GS conventions (Alt and the digit row, Ctrl and ]) are typed end to end.
-TEST_F(KeyboardProcessorTest, gsByKeyOrByAltCodeKeepsTheGsByteInsideTheMessage)
+// The other GS conventions (Alt and a decimal code, Ctrl and ]) are PKeyTranslationTest's.
+TEST_F(KeyboardProcessorTest, gsKeyKeepsTheGsByteInsideTheMessage)
 {
-    const struct {
-        const char* name;
-        std::string gs;
-    } ways[] = {
-        {"GS key", tap(kF8)},
-        {"Alt and numeric pad", record(kAltLeft, true) + tap(kNumpad0) + tap(kNumpad0 + 2) +
-                                    tap(kNumpad0 + 9) + record(kAltLeft, false)},
-    };
-    for (const auto& way : ways) {
-        SCOPED_TRACE(way.name);
-        delivered.clear();
-        const std::string packet = typed("0104") + way.gs + typed("21ABC") + enter();
-        const std::vector<int> statuses = feed(keyboard, packet, 3);
-        EXPECT_EQ(statuses, (std::vector<int>{1, 1, 1, 3}));
-        ASSERT_EQ(delivered.size(), 1u);
-        EXPECT_EQ(delivered[0].input, "0104\x1d" "21ABC");
-        EXPECT_EQ(delivered[0].unprocessed, "0104\x1d" "21ABC\r");
-        PEvent& event = *delivered[0].copy;
-        EXPECT_EQ(event.type(), PIODeviceEvent::EventType);
-        const std::pair<const char*, const char*> fields[] = {
-            {"EventName", "Barcode"}, {"DevId", "Kelmor#1"}, {"EquipmentType", "Scanner"}, {"dev_id", "keyboard"}, {"dev_state", "0"}};
-        for (const auto& [key, value] : fields)
-            EXPECT_EQ(event.value(key).toStdString(), value) << key;
-        // Not set on the processor: carried as an invalid value, not invented.
-        EXPECT_FALSE(event.value("OutputDataType").isValid());
-        EXPECT_FALSE(event.value("dev_alias").isValid());
-    }
+    EXPECT_EQ(feed(keyboard, typed("0104") + tap(kF8) + typed("21ABC\n"), 3), (std::vector<int>{1, 1, 1, 3}));
+    ASSERT_EQ(delivered.size(), 1u);
+    EXPECT_EQ(delivered[0].input, "0104\x1d" "21ABC");
+    EXPECT_EQ(delivered[0].unprocessed, "0104\x1d" "21ABC\r");
+    PEvent& event = *delivered[0].copy;
+    const std::pair<const char*, const char*> fields[] = {
+        {"EventName", "Barcode"}, {"DevId", "Kelmor#1"}, {"EquipmentType", "Scanner"}, {"dev_id", "keyboard"}, {"dev_state", "0"}};
+    for (const auto& [key, value] : fields)
+        EXPECT_EQ(event.value(key).toStdString(), value) << key;
+    // Not set on the processor: carried as an invalid value, not invented.
+    EXPECT_FALSE(event.value("OutputDataType").isValid());
+    EXPECT_FALSE(event.value("dev_alias").isValid());
 }
 
 TEST_F(KeyboardProcessorTest, burstIsCutByPrefixAndSuffix)
@@ -159,8 +138,7 @@ TEST_F(KeyboardProcessorTest, burstIsCutByPrefixAndSuffix)
     keyboard.setParameter("Prefix", PVariant("X"));
     keyboard.setParameter("Suffix", PVariant("\r"));
     // Two prefixed codes, one without the prefix, and a tail with no suffix.
-    const std::string packet = typed("XAB") + enter() + typed("CD") + enter() + typed("XEF") +
-                               enter() + typed("XGH");
+    const std::string packet = typed("XAB\nCD\nXEF\nXGH");
     EXPECT_EQ(feed(keyboard, packet, 2), (std::vector<int>{1, 1, 3}));
     EXPECT_EQ(inputs(), (std::vector<std::string>{"AB", "EF"}));
     EXPECT_EQ(delivered[0].unprocessed, "XAB\rCD\rXEF\rXGH");
@@ -168,17 +146,16 @@ TEST_F(KeyboardProcessorTest, burstIsCutByPrefixAndSuffix)
 
     // Nothing of the dropped tail survives into the next burst.
     delivered.clear();
-    feed(keyboard, typed("XIJ") + enter(), 1);
+    feed(keyboard, typed("XIJ\n"), 1);
     EXPECT_EQ(inputs(), (std::vector<std::string>{"IJ"}));
 }
 
 TEST_F(KeyboardProcessorTest, burstsWithoutSuffixTextOrMessagesEndQuietly)
 {
-    // A pause inside a scan splits it: the first half lacks the suffix and is lost, that
-    // burst ending with status unset.
+    // A pause inside a scan splits it: the first half lacks the suffix and is lost, status unset.
     EXPECT_EQ(feed(keyboard, typed("123"), 1), (std::vector<int>{1, 0}));
     EXPECT_TRUE(delivered.empty());
-    EXPECT_EQ(feed(keyboard, typed("45") + enter(), 1), (std::vector<int>{1, 3}));
+    EXPECT_EQ(feed(keyboard, typed("45\n"), 1), (std::vector<int>{1, 3}));
     EXPECT_EQ(inputs(), (std::vector<std::string>{"45"}));
     delivered.clear();
 
@@ -203,7 +180,7 @@ TEST_F(KeyboardProcessorTest, parametersChooseGsKeyOutputTypeAndSuffix)
 {
     keyboard.setParameter("GSKeyCode", PVariant(241));
     keyboard.setParameter("OutputDataType", PVariant(1));
-    feed(keyboard, typed("A") + tap(kF1) + typed("B") + enter(), 1);
+    feed(keyboard, typed("A") + tap(kF1) + typed("B\n"), 1);
     EXPECT_EQ(inputs(), (std::vector<std::string>{raw2Base64("A\x1d" "B")}));
     EXPECT_EQ(delivered[0].copy->value("OutputDataType").toInt(), 1);
 
@@ -211,18 +188,15 @@ TEST_F(KeyboardProcessorTest, parametersChooseGsKeyOutputTypeAndSuffix)
     delivered.clear();
     keyboard.setParameter("Suffix", PVariant(""));
     keyboard.setParameter("Prefix", PVariant("A"));
-    feed(keyboard, typed("AB") + enter(), 2);
+    feed(keyboard, typed("AB\n"), 2);
     EXPECT_EQ(inputs(), (std::vector<std::string>{"AB\r"}));
 }
 
 TEST_F(KeyboardProcessorTest, endlessBurstKeepsOnlyItsNewestStrokes)
 {
-    // A key held down never lets a tick go empty. The burst stays bounded and keeps the end
-    // of the input, where a code's suffix would be.
+    // A key held down never lets a tick go empty: the burst keeps its end, where a suffix would be.
     const size_t cap = PKeyboardInputProcessor::maxBurstMessages();
-    const PByteArray press = strake::packKeyMessages(
-        strake::rawInputToStandart(PString(record(29, true, "A"))));
-    std::vector<PKeyMSG> chunk(1000, strake::unpackKeyMessages(press)[0]);
+    std::vector<PKeyMSG> chunk(1000, strake::rawInputToStandart(PString(record(29, true, "A")))[0]);
     PIODeviceEvent event = tick("");
     event.setValue("keyboard_input", PVariant(strake::packKeyMessages(chunk)));
     for (size_t fed = 0; fed <= cap; fed += chunk.size())
@@ -236,19 +210,14 @@ TEST_F(KeyboardProcessorTest, withoutDebugHandlerNoDebugTextIsMade)
 {
     if (!kelmortest::allocationCountingAvailable())
         GTEST_SKIP() << "sanitizer build";
-    const std::vector<PKeyMSG> pressed = strake::rawInputToStandart(PString(record(29, true, "A")));
-    const std::vector<PKeyMSG> burst(1000, pressed[0]);
-    PKeyboardInputProcessor quiet;
-    PKeyboardInputProcessor logged;
+    const std::vector<PKeyMSG> burst(1000, strake::rawInputToStandart(PString(record(29, true, "A")))[0]);
     size_t debugText = 0;
-    logged.setDebugMessageHandler(
-        [&debugText](const DebugMessageContext&, const std::string& text) {
-            debugText += text.size();
-        });
-    for (PKeyboardInputProcessor* processor : {&quiet, &logged})
-        processor->setParameter("Suffix", PVariant(""));
-
-    auto allocatedBy = [&burst](PKeyboardInputProcessor& processor) {
+    auto allocatedBy = [&](bool logged) {
+        PKeyboardInputProcessor processor;
+        processor.setParameter("Suffix", PVariant(""));
+        if (logged)
+            processor.setDebugMessageHandler(
+                [&debugText](const DebugMessageContext&, const std::string& text) { debugText += text.size(); });
         PIODeviceEvent stored = tick("");
         stored.setValue("keyboard_input", PVariant(strake::packKeyMessages(burst)));
         PIODeviceEvent end = tick("");
@@ -257,10 +226,9 @@ TEST_F(KeyboardProcessorTest, withoutDebugHandlerNoDebugTextIsMade)
         processor.processInput(&end);
         return counter.bytes();
     };
-    const size_t quietBytes = allocatedBy(quiet);
-    const size_t loggedBytes = allocatedBy(logged);
-    // The quiet processor's work needs two copies of the burst (unpacked, stored) and little
-    // else; the debug text of the same burst is larger than one copy.
+    const size_t quietBytes = allocatedBy(false);
+    const size_t loggedBytes = allocatedBy(true);
+    // Two copies of the burst (unpacked, stored) and little else; its debug text outweighs one.
     const size_t burstBytes = burst.size() * sizeof(PKeyMSG);
     EXPECT_LT(quietBytes, 3 * burstBytes);
     EXPECT_GT(debugText, burstBytes);
@@ -269,7 +237,7 @@ TEST_F(KeyboardProcessorTest, withoutDebugHandlerNoDebugTextIsMade)
 
 TEST_F(KeyboardProcessorTest, previewShowsTextWithNamedControls)
 {
-    const std::string scan = tap(kShiftLeft) + typed("AB") + tap(kF1) + enter();
+    const std::string scan = tap(kShiftLeft) + typed("AB") + tap(kF1) + typed("\n");
     feed(preview, scan, 2);
     // Every tick reaches the callback; only the last one carries the preview.
     ASSERT_EQ(delivered.size(), 3u);
@@ -293,12 +261,12 @@ TEST_F(KeyboardProcessorTest, previewShowsTextWithNamedControls)
     delivered.clear();
     preview.setParameter("OutputDataType", PVariant(0));
     preview.setParameter("PreviewMode", PVariant(16));
-    EXPECT_EQ(feed(preview, typed("12") + tap(kF8) + typed("3") + enter(), 2), (std::vector<int>{1, 1, 3}));
+    EXPECT_EQ(feed(preview, typed("12") + tap(kF8) + typed("3\n"), 2), (std::vector<int>{1, 1, 3}));
     EXPECT_EQ(inputs(), (std::vector<std::string>{"12\x1d" "3"}));
 
     // Preview mode 1 shows every press and release.
     preview.setParameter("PreviewMode", PVariant(1));
-    PIODeviceEvent keys = tick(typed("A") + enter() + record(999, true, "\x1d"));
+    PIODeviceEvent keys = tick(typed("A\n") + record(999, true, "\x1d"));
     preview.processToPreiew(&keys, nullptr);
     EXPECT_EQ(preview.processToPreiew(&end, nullptr).toStdString(),
               "'A_''_A''ENTER''enter''NONE'");

@@ -1,6 +1,4 @@
-// A recording stand-in for the I/O devices and a factory that makes it, with fixed lists of
-// serial ports and Bluetooth devices: what Device made of the settings can be read back, and
-// an open can be told to fail.
+// A recording stand-in for the I/O devices, and a factory of them with fixed port and device lists.
 #pragma once
 
 #include "PDeviceFactory.h"
@@ -14,8 +12,7 @@
 
 namespace kelmortest {
 
-// Records its spec, the open flags and the number of closes. Thread-safety: the
-// counters are atomic; the rest is written before open.
+// Records its spec, open flags and closes. The counters are atomic; the rest is set before open.
 class RecordingDevice : public PIOCustomDevice {
 public:
     explicit RecordingDevice(const PDeviceSpec& made, PError failure)
@@ -134,8 +131,7 @@ inline PBluetoothEntry bluetoothEntry(const char* address, const char* info, con
     return entry;
 }
 
-// Four ports and four devices: one with a name, one with only info, one with only an
-// address, one with a Russian name.
+// Four ports, and devices with a name, only info, only an address, and a Russian name.
 inline void fillFakeLists(RecordingFactory& factory)
 {
     for (int n = 1; n <= 4; ++n)

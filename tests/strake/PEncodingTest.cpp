@@ -1,5 +1,4 @@
-// Tests of PEncoding: the registry, the factory, the Vietnamese tables and the built-in code
-// pages, the latter checked against the C library's iconv.
+// Tests of PEncoding: the factory, the Vietnamese tables and the code pages, checked against iconv.
 #include "PEncoding.h"
 
 #include <gtest/gtest.h>
@@ -11,61 +10,20 @@
 
 namespace {
 
-std::string bytes(std::initializer_list<int> values)
+// What iconv makes of one unit, flushing a stateful converter (which may hold a letter back);
+// "" when it refuses.
+std::string iconvOne(iconv_t cd, const void* unit, size_t size)
 {
-    std::string out;
-    for (int v : values)
-        out += static_cast<char>(v);
-    return out;
+    iconv(cd, nullptr, nullptr, nullptr, nullptr);
+    char* in = static_cast<char*>(const_cast<void*>(unit));
+    char out[16];
+    char* outPtr = out;
+    size_t outLeft = sizeof out;
+    if (iconv(cd, &in, &size, &outPtr, &outLeft) == static_cast<size_t>(-1)
+        || iconv(cd, nullptr, nullptr, &outPtr, &outLeft) == static_cast<size_t>(-1))
+        return std::string();
+    return std::string(out, outPtr);
 }
-
-// The C library's converters between one code page and wchar_t, each opened once.
-class IconvPage {
-public:
-    explicit IconvPage(const char* page) : m_cds{iconv_open(page, "WCHAR_T"), iconv_open("WCHAR_T", page)} {}
-    ~IconvPage()
-    {
-        for (iconv_t cd : m_cds) {
-            if (cd != kFailed)
-                iconv_close(cd);
-        }
-    }
-    bool isOpen() const { return m_cds[0] != kFailed && m_cds[1] != kFailed; }
-
-    // The one-byte form of ch, or -1 when iconv gives no single byte for it.
-    int encode(wchar_t ch) const
-    {
-        const std::string out = convert(m_cds[0], reinterpret_cast<char*>(&ch), sizeof ch);
-        return out.size() == 1 ? static_cast<unsigned char>(out[0]) : -1;
-    }
-    // The character of one byte, or U+FFFD when iconv rejects the byte.
-    wchar_t decode(char byte) const
-    {
-        const std::string out = convert(m_cds[1], &byte, 1);
-        wchar_t ch = 0xFFFD;
-        if (out.size() == sizeof ch)
-            std::memcpy(&ch, out.data(), sizeof ch);
-        return ch;
-    }
-
-private:
-    static inline const iconv_t kFailed = reinterpret_cast<iconv_t>(-1);
-
-    // Converts and flushes (a stateful converter may hold a letter back); "" when refused.
-    static std::string convert(iconv_t cd, char* in, size_t inLeft)
-    {
-        iconv(cd, nullptr, nullptr, nullptr, nullptr);
-        char out[16];
-        char* outPtr = out;
-        size_t outLeft = sizeof out;
-        if (iconv(cd, &in, &inLeft, &outPtr, &outLeft) == static_cast<size_t>(-1)
-            || iconv(cd, nullptr, nullptr, &outPtr, &outLeft) == static_cast<size_t>(-1))
-            return std::string();
-        return std::string(out, outPtr);
-    }
-
-    iconv_t m_cds[2];
-};
 
 } // namespace
 
@@ -92,12 +50,10 @@ TEST(PEncodingTest, factoryMakesTheVietnameseClassesAndPlainEncodingsForTheRest)
             EXPECT_EQ(encoding->decode("abc"), L"");
         }
     }
-    EXPECT_EQ(factory.encodings().size(), 17u);
     EXPECT_FALSE(factory.hasEncoding(12345));
     EXPECT_EQ(factory.create(12345), nullptr);
     EXPECT_EQ(factory.create(std::string("CP1251")), nullptr);
 
-    // The static forms give empty results where nothing can be done.
     EXPECT_EQ(PEncoding::encode(L"abc", 12345), "");
     EXPECT_EQ(PEncoding::decode("abc", 12345), L"");
     EXPECT_EQ(PEncoding::encode(L"abc", 0), "");
@@ -150,15 +106,13 @@ TEST(PEncodingTest, everyVietnameseTableCoversTheSame135Characters)
 TEST(PEncodingTest, tableEncodingPassesAsciiAndMarksTheRestWithQuestionMarks)
 {
     EXPECT_EQ(strake::unicode2vni(L"ABC xyz 0129\r\n"), "ABC xyz 0129\r\n");
-    EXPECT_EQ(strake::unicode2vni(L"\x0416"), "?");
     EXPECT_EQ(strake::unicode2vni(std::wstring(1, static_cast<wchar_t>(-1))), "?");
     EXPECT_EQ(strake::unicode2vni(std::wstring(1, L'\0')), std::string(1, '\0'));
-    // Two-byte rows lengthen the result.
-    EXPECT_EQ(strake::unicode2vni(L"Vi\x1EC7t"), "Vi" + bytes({0x65, 0xE4}) + "t");
+    EXPECT_EQ(strake::unicode2vni(L"Vi\x1EC7t"), "Vie\xE4t");
     EXPECT_EQ(strake::unicode2tcvn3low(L"ABC\x1EA4"), "abc\xCA");
     EXPECT_EQ(strake::unicode2tcvn3(L"ABC"), "ABC");
     EXPECT_EQ(strake::unicode2vilat(L"Tr\x01B0\x1EDDng \x0110\x1EA1i"), "Truong Dai");
-    EXPECT_EQ(PEncoding::encode(L"\x1EA4", 111258), bytes({0xA2, 0xCA}));
+    EXPECT_EQ(PEncoding::encode(L"\x1EA4", 111258), "\xA2\xCA");
 }
 
 // ---- built-in code pages ----
@@ -174,7 +128,7 @@ TEST(PEncodingTest, recodingDropsOrMarksWhatTheTargetCannotHold)
     EXPECT_EQ(PEncoding::encode(L"a\x4E2D\x1F600" L"b", 1251), "a??b");
     EXPECT_EQ(PEncoding::encode(std::wstring(1, static_cast<wchar_t>(-66)), 866), "?");
     // The stream processor's recoding: bytes from 1251 to UTF-8.
-    EXPECT_EQ(PEncoding::encode(PEncoding::decode(bytes({0xC0, 0x1D, 0x88}), 1251), 65001),
+    EXPECT_EQ(PEncoding::encode(PEncoding::decode("\xC0\x1D\x88", 1251), 65001),
         "\xD0\x90\x1D\xE2\x82\xAC");
 }
 
@@ -184,25 +138,29 @@ TEST(PEncodingTest, singleByteCodePagesAgreeWithIconv)
         {1257, "CP1257"}, {1258, "CP1258"}, {20127, "US-ASCII"}, {20866, "KOI8-R"}};
     for (const auto& page : pages) {
         SCOPED_TRACE(page.second);
-        IconvPage iconvPage(page.second);
-        if (!iconvPage.isOpen()) {
-            ADD_FAILURE() << "the C library has no converter " << page.second;
-            continue;
-        }
+        const iconv_t toPage = iconv_open(page.second, "WCHAR_T");
+        const iconv_t fromPage = iconv_open("WCHAR_T", page.second);
+        ASSERT_TRUE(toPage != reinterpret_cast<iconv_t>(-1) && fromPage != reinterpret_cast<iconv_t>(-1))
+            << "the C library has no converter";
         for (int b = 0; b < 256; ++b) {
-            const std::wstring text = PEncoding::decode(std::string(1, static_cast<char>(b)), page.first);
-            ASSERT_EQ(text.size(), 1u);
-            EXPECT_EQ(text[0], iconvPage.decode(static_cast<char>(b))) << "byte " << b;
+            const char byte = static_cast<char>(b);
+            const std::wstring text = PEncoding::decode(std::string(1, byte), page.first);
+            const std::string wide = iconvOne(fromPage, &byte, 1);
+            wchar_t expected = 0xFFFD;  // for a byte that iconv rejects
+            if (wide.size() == sizeof expected)
+                std::memcpy(&expected, wide.data(), sizeof expected);
+            EXPECT_EQ(text, std::wstring(1, expected)) << "byte " << b;
         }
         // CP1258 makes precomposed letters of two bytes in iconv; one byte or "?" here.
         for (char32_t ch = 0; ch < 0x10000; ++ch) {
             if (ch >= 0xD800 && ch < 0xE000)
                 continue;
-            const int expected = iconvPage.encode(static_cast<wchar_t>(ch));
-            const std::string out = PEncoding::encode(std::wstring(1, static_cast<wchar_t>(ch)), page.first);
-            ASSERT_EQ(out.size(), 1u);
-            EXPECT_EQ(static_cast<unsigned char>(out[0]), expected < 0 ? '?' : expected)
+            const wchar_t unit = static_cast<wchar_t>(ch);
+            const std::string expected = iconvOne(toPage, &unit, sizeof unit);
+            EXPECT_EQ(PEncoding::encode(std::wstring(1, unit), page.first), expected.size() == 1 ? expected : "?")
                 << "character " << std::hex << static_cast<unsigned>(ch);
         }
+        iconv_close(toPage);
+        iconv_close(fromPage);
     }
 }

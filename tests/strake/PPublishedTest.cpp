@@ -1,6 +1,4 @@
-// Tests of what threads share: the value that readers take without a lock while its holder
-// replaces it; PLockedMap, its writers, readers and snapshots; and the call gate between an
-// object's owner and the threads that call into it.
+// Tests of what threads share: PPublished, PLockedMap and PCallGate.
 #include "PCallGate.h"
 #include "PLockedMap.h"
 #include "PPublished.h"
@@ -8,9 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
-#include <functional>
-#include <future>
 #include <memory>
 #include <string>
 #include <thread>
@@ -30,18 +25,6 @@ TEST(PPublishedTest, aReplacedValueStaysReadableAndEqualValuesAreKeptOnce)
         value.set(std::string(64, i % 2 ? 'b' : 'a'));
     EXPECT_EQ(value.keptCount(), 2u);
     EXPECT_EQ(value.get(), std::string(64, 'b'));
-}
-
-TEST(PPublishedTest, aFunctionMayReplaceItselfWhileItRuns)
-{
-    PPublished<std::function<int()>> callback;
-    std::string captured(64, 'x');  // big enough to live outside the function object
-    callback.set([&callback, captured] {
-        callback.set([] { return 2; });
-        return captured == std::string(64, 'x') ? 1 : 0;
-    });
-    EXPECT_EQ(callback.get()(), 1);
-    EXPECT_EQ(callback.get()(), 2);
 }
 
 TEST(PPublishedTest, readersOnOtherThreadsAlwaysSeeAWholeValue)
@@ -113,28 +96,8 @@ TEST(PCallGateTest, closedGateRefusesPassesAndCloseFromInsideDoesNotWaitForItsel
     gate.close();
 }
 
-TEST(PCallGateTest, closeWaitsUntilAnotherThreadsCallHasLeft)
-{
-    auto gate = std::make_shared<PCallGate>();
-    std::promise<void> entered;
-    std::promise<void> release;
-    std::atomic<bool> leftCall{false};
-    std::thread caller([&] {
-        PCallGate::Pass pass(*gate);
-        entered.set_value();
-        release.get_future().wait();
-        leftCall = true;
-    });
-    entered.get_future().wait();
-    auto closing = std::async(std::launch::async, [&] { gate->close(); return leftCall.load(); });
-    EXPECT_EQ(closing.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-    release.set_value();
-    EXPECT_TRUE(closing.get()) << "close returned while a call was still inside";
-    caller.join();
-}
-
-// Owners destroy their objects while callers hammer them: a caller with a pass never sees a
-// destroyed object.
+// Owners destroy objects while callers hammer them: close waits for every pass, so a caller with
+// a pass never sees its object destroyed.
 TEST(PCallGateTest, objectBehindTheGateIsNeverSeenDestroyed)
 {
     struct Target {

@@ -17,42 +17,18 @@ TEST(PStringTest, copyThenChangeLeavesSourceAlone)
     PString source("scan");
     PString copy(source);
     copy += PString("ner");
-    EXPECT_EQ(source, PString("scan"));
-    EXPECT_EQ(copy, PString("scanner"));
-
     PString viaIndex(source);
     viaIndex[0] = u'S';
-    EXPECT_EQ(source, PString("scan"));
-    EXPECT_EQ(viaIndex, PString("Scan"));
-
     PString viaIterator(source);
     *viaIterator.begin() = u'x';
     EXPECT_EQ(source, PString("scan"));
+    EXPECT_EQ(copy, PString("scanner"));
+    EXPECT_EQ(viaIndex, PString("Scan"));
     EXPECT_EQ(viaIterator, PString("xcan"));
 
-    // Appending a text to itself doubles it.
     PString s("ab");
     s += s;
     EXPECT_EQ(s, PString("abab"));
-}
-
-TEST(PStringTest, movedFromHandlesAreEmptyAndUsable)
-{
-    PString source("abc");
-    PString target(std::move(source));
-    EXPECT_TRUE(source.isEmpty());
-    EXPECT_EQ(source.utf16()[0], u'\0');
-    EXPECT_EQ(source, PString());
-    source += PString("d");
-    EXPECT_EQ(source, PString("d"));
-    EXPECT_EQ(target, PString("abc"));
-
-    PByteArray bytes("xyz");
-    PByteArray taken(std::move(bytes));
-    EXPECT_EQ(bytes.size(), 0u);
-    bytes.add(reinterpret_cast<const unsigned char*>("q"), 1);
-    EXPECT_EQ(bytes.toStdString(), "q");
-    EXPECT_EQ(taken.toStdString(), "xyz");
 }
 
 // ---- construction and conversion ----
@@ -77,7 +53,6 @@ TEST(PStringTest, buildsFromEveryEncodingComparesAndHashes)
     EXPECT_LT(PString("abc"), PString("abd"));
     EXPECT_LT(PString("ab"), PString("abc"));
     EXPECT_GT(PString(u"я"), PString("z"));
-    EXPECT_NE(PString("a"), PString("A"));
 
     std::unordered_set<PString> set{PString("a"), PString(u"Б")};
     EXPECT_EQ(set.count(PString(L"Б")), 1u);
@@ -106,7 +81,6 @@ TEST(PStringTest, findRfindContainsAndEnds)
     EXPECT_EQ(s.find("-"), 1);
     EXPECT_EQ(s.find("-", 2), 3);
     EXPECT_EQ(s.find("x"), -1);
-    EXPECT_FALSE(s.contains("x"));
     EXPECT_TRUE(s.contains("b-c"));
     EXPECT_EQ(s.rfind("-", 0), 3);
     EXPECT_EQ(s.rfind("q"), -1);
@@ -127,14 +101,12 @@ TEST(PStringTest, replaceScansForwardAndAlwaysEndsAndRemoveCounts)
     EXPECT_EQ(PString("aaa").replace("aa", "a"), PString("aa"));
     EXPECT_EQ(PString("abab").replace("ab", "ab"), PString("abab"));
     EXPECT_EQ(PString("x").replace("", "y"), PString("x"));
-    // The replacement holds the searched text behind its start: each original occurrence
-    // is replaced once and the scan ends.
+    // A replacement holding the searched text behind its start is not searched again.
     EXPECT_EQ(PString("ab-ab").replace("ab", "xab"), PString("xab-xab"));
     EXPECT_EQ(PString("aa").replace("a", "ba"), PString("baba"));
     // Holding it at the start is safe with the plain scan.
     EXPECT_EQ(PString("ab").replace("ab", "abab"), PString("abab"));
 
-    // remove takes at most count occurrences.
     EXPECT_EQ(PString("a-b-c-d").remove("-", 0, 2), PString("abc-d"));
     EXPECT_EQ(PString("a-b-c-d").remove("-", 2), PString("a-bcd"));
     EXPECT_EQ(PString("a-b").remove("-", 0, 0), PString("a-b"));
@@ -152,7 +124,6 @@ TEST(PStringTest, trimRemovesBlanksLineEndsAndNulAndCaseTouchesAsciiOnly)
     EXPECT_EQ(s, PString("a b"));
     EXPECT_EQ(strake::trimed<char>(std::string("\0 x \n", 5)), "x");
 
-    // Case changes touch only ASCII letters.
     EXPECT_EQ(PString(u"aБz1").upperCased(), PString(u"AБZ1"));
     EXPECT_EQ(PString(u"AбZ").lowerCased(), PString(u"aбz"));
     EXPECT_EQ(PString("abc").capitalized(), PString("Abc"));
@@ -252,12 +223,10 @@ TEST(StrakeTextTest, base64DecoderIsLenient)
     EXPECT_EQ(strake::base642Raw("TWFu"), "Man");
     EXPECT_EQ(strake::base64_encode(std::string("\xff")), "/w==");
     // Without padding, or with the URL-safe characters.
-    EXPECT_EQ(strake::base64_decode("QUI"), strake::base64_decode("QUI="));
     EXPECT_EQ(strake::base64_decode("QUI"), "AB");
     EXPECT_EQ(strake::base64_decode("-_-_"), strake::base64_decode("+/+/"));
     EXPECT_EQ(strake::base64_decode("QQ=="), "A");
-    // A foreign character costs the set characters ahead of it; the length stays, and the
-    // missing bytes are zeros at the end.
+    // A foreign character costs the characters ahead of it; the length stays, zeros at the end.
     EXPECT_EQ(strake::base64_decode("*TWFuTWF"), std::string("Man") + std::string(3, '\0'));
     EXPECT_EQ(strake::base64_decode(std::string()), "");
     EXPECT_EQ(strake::base64_decode(nullptr, 10), "");

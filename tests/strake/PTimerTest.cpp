@@ -13,7 +13,6 @@ namespace {
 
 using TickCounter = kelmortest::WaitCounter;
 
-// A timer callback that counts its ticks.
 std::function<void()> ticking(TickCounter& counter)
 {
     return [&counter] { counter.add(); };
@@ -23,8 +22,10 @@ TEST(PTimerTest, refusesWithoutCallbackOrWithNothingToCount)
 {
     PTimer noCallback;
     EXPECT_FALSE(noCallback.start(10, 0, 1));
+    EXPECT_FALSE(PTimer::shot(nullptr, 1, 1));
 
     TickCounter counter;
+    EXPECT_FALSE(PTimer::shot(ticking(counter), 0, -1));
     PTimer endless(ticking(counter));
     EXPECT_FALSE(endless.start(0, 0, -1));  // interval 0 and no end
     PTimer zeroCount(ticking(counter), 10);
@@ -101,8 +102,6 @@ TEST(PTimerTest, movedTimerKeepsRunningAndAShotTicksOnItsOwnThread)
 {
     // First: the shot's thread, detached, then has the rest of the test to end in.
     auto shots = std::make_shared<TickCounter>();
-    EXPECT_FALSE(PTimer::shot(nullptr, 1, 1));
-    EXPECT_FALSE(PTimer::shot(ticking(*shots), 0, -1));
     EXPECT_TRUE(PTimer::shot([shots] { shots->add(); }, 1, 2));
     ASSERT_TRUE(shots->waitFor(2));
 
@@ -117,8 +116,7 @@ TEST(PTimerTest, movedTimerKeepsRunningAndAShotTicksOnItsOwnThread)
     ASSERT_TRUE(counter.waitFor(before + 2));
 }
 
-// A tick in progress when the timer is stopped or destroyed has ended when that returns: the
-// thread is joined. The tick holds on until the stop has begun, and a while after.
+// Stop and destruction join the thread: a tick that holds on past the stop's start has ended.
 TEST(PTimerTest, stopAndDestructionWaitForATickInProgress)
 {
     for (const bool destroy : {false, true}) {
@@ -163,20 +161,15 @@ TEST(PTimeTest, elapsedIsZeroUnlessRunning)
 
 TEST(PRandomTest, coversTheRangeAndStaysInside)
 {
-    bool high = false;
-    bool low = false;
+    int high = 0;
     for (int i = 0; i < 2000; ++i) {
-        unsigned int v = PRandom::randomI(0, 4294967295u);
-        high = high || v >= 0x80000000u;
-        low = low || v < 0x80000000u;
-        unsigned int small = PRandom::randomI(10, 12);
-        EXPECT_GE(small, 10u);
-        EXPECT_LE(small, 12u);
-        double r = PRandom::randomR(-1.0, 1.0);
-        EXPECT_GE(r, -1.0);
-        EXPECT_LT(r, 1.0);
+        high += PRandom::randomI(0, 4294967295u) >= 0x80000000u;
+        const unsigned int small = PRandom::randomI(10, 12);
+        EXPECT_TRUE(small >= 10u && small <= 12u) << small;
+        const double r = PRandom::randomR(-1.0, 1.0);
+        EXPECT_TRUE(r >= -1.0 && r < 1.0) << r;
     }
-    EXPECT_TRUE(high && low);
+    EXPECT_TRUE(high > 0 && high < 2000) << high;
     EXPECT_EQ(PRandom::randomI(7, 7), 7u);
 }
 

@@ -1,13 +1,19 @@
-// The parameter store and the parameters document it builds.
+// The parameter store and the document it builds, settings read from INI files, and the
+// translation table that gives the documents their texts.
 #include "PVKSettings.h"
 
 #include "PHostMemoryManager.h"
+#include "PINIReader.h"
+#include "PLocale.h"
+#include "PTranslation.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace {
 
@@ -31,14 +37,12 @@ TEST(PVKSettingsTest, documentHoldsOnlyWhatHasAPlace)
     settings.addGroup("Group 2");
     settings.addParameter("Flag", "F2", "", Types::String, "again", false);
 
-    // Compared whole with a reviewed document.
     std::ifstream reviewed(std::string(KELMOR_SOURCE_DIR) + "/tests/strake/data/settings-document.xml");
     const std::string expected((std::istreambuf_iterator<char>(reviewed)), std::istreambuf_iterator<char>());
     ASSERT_FALSE(expected.empty());
     EXPECT_EQ(settings.getXML().toStdString(), expected);
 
-    // Values exist for everything added, placed or not, as the text of the default; a second
-    // parameter of one name replaced the entry.
+    // Every parameter added has its default as text; a second one of a name replaces the first.
     const PPropertyBag bag = settings.getSettings();
     EXPECT_EQ(bag.size(), 7u);
     EXPECT_EQ(bag.value("Early").type(), PVariant::String);
@@ -82,11 +86,8 @@ TEST(PVKSettingsTest, writesKeepTheHostTypeAndRefuseWhatHasNoValue)
     const Refusal refusals[] = {
         {"Prefix", nullptr, 0, 2, "Parameter value corrupted"},
         {"Port", &value, VTYPE_I4, 100, "Wrong parameter name"},
+        // Every type that reads as no value (StrakeVariantTest) is refused alike.
         {"Prefix", &value, VTYPE_EMPTY, 100, "Wrong parameter type/value"},
-        {"Prefix", &value, VTYPE_NULL, 100, "Wrong parameter type/value"},
-        {"Prefix", &value, 7 /* date */, 100, "Wrong parameter type/value"},
-        {"Prefix", &value, VTYPE_ERROR, 100, "Wrong parameter type/value"},
-        {"Prefix", &value, VTYPE_VARIANT, 100, "Wrong parameter type/value"},
         {"Broken", &value, VTYPE_I4, 2, ""},
     };
     for (const Refusal& r : refusals) {
@@ -108,6 +109,165 @@ TEST(PVKSettingsTest, writesKeepTheHostTypeAndRefuseWhatHasNoValue)
     EXPECT_TRUE(settings.setParameter("Prefix", &text));
     EXPECT_EQ(settings.getSettings().value("Prefix").toPString(), PString("42"));
     EXPECT_FALSE(settings.getLastError().isError());
+}
+
+
+PPropertyBag parse(const std::string& text, PError& error)
+{
+    return strake::parseIniData(text, &error);
+}
+
+TEST(PINIReaderTest, linesGiveTrimmedTextValues)
+{
+    PError error(7, "stale");
+    const PPropertyBag bag = parse(" a = 1 ;note ] [ =\r\n"
+                                   ";comment a=2\n"
+                                   "\n"
+                                   "two words=x y\t\r\n"
+                                   "empty=\n"
+                                   "a=second\n"
+                                   "k\xD0\x99\x7F=v\xFF\n",
+                                   error);
+    EXPECT_FALSE(error.isError());
+    EXPECT_EQ(bag.size(), 3u);
+    EXPECT_EQ(bag.value(PString("a")).type(), PVariant::StdString);
+    EXPECT_EQ(bag.value(PString("a")).toStdString(), "1");
+    EXPECT_EQ(bag.value(PString("two words")).toStdString(), "x y");
+    // Bytes that are not printable ASCII are dropped, on every sign of char.
+    EXPECT_EQ(bag.value(PString("k")).toStdString(), "v");
+    EXPECT_FALSE(bag.hasKey(PString("empty")));
+
+    // Only a line feed stores a pair; NUL ends the text.
+    EXPECT_TRUE(parse("a=1", error).empty());
+    EXPECT_TRUE(parse("", error).empty());
+
+    EXPECT_EQ(parse(std::string("a=1\n\0b\n", 7), error).keys(), std::vector<PString>{PString("a")});
+    EXPECT_FALSE(error.isError());
+}
+
+TEST(PINIReaderTest, malformedLinesEmptyTheWholeBag)
+{
+    const std::pair<const char*, int> cases[] = {
+        {"good=1\na=1=2\n", 100}, {"good=1\na\n", 100},    {"good=1\n[section]\n", 1},
+        {"good=1\na=[1]\n", 100}, {"good=1\na]=1\n", 100}, {"good=1\nx=1]", 100},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.first);
+        PError error;
+        EXPECT_TRUE(parse(c.first, error).empty());
+        EXPECT_EQ(error.code(), c.second);
+        EXPECT_EQ(error.message(), c.second == 100 ? PString("wrong ini format") : PString());
+        try {
+            strake::parseIniData(c.first, nullptr);
+            ADD_FAILURE() << "no exception without an error out-parameter";
+        } catch (const PError& thrown) {
+            EXPECT_EQ(thrown.code(), c.second);
+        }
+    }
+}
+
+class PINIReaderFileTest : public ::testing::Test {
+protected:
+    void TearDown() override { std::remove(path.c_str()); }
+    void write(const std::string& content)
+    {
+        std::ofstream(path, std::ios::binary) << content;
+    }
+    std::string path = ::testing::TempDir() + "PINIReaderFileTest_" + std::to_string(::getpid()) + ".ini";
+};
+
+TEST_F(PINIReaderFileTest, settingsAreReadOnceAndKeptUntilThePathChangesAndFailuresSayWhy)
+{
+    write("port=COM1\n");
+    PINIReader reader{PString(path)};
+    EXPECT_EQ(reader.getSettings().value(PString("port")).toStdString(), "COM1");
+    EXPECT_FALSE(reader.lastError().isError());
+
+    std::remove(path.c_str());
+    EXPECT_EQ(reader.getSettings().size(), 1u);
+
+    reader.setFilePath(PString(path));
+    EXPECT_TRUE(reader.getSettings().empty());
+    EXPECT_EQ(reader.lastError().code(), 200);
+    EXPECT_EQ(reader.lastError().message(), PString("cant access file"));
+
+    PError error;
+    EXPECT_TRUE(PINIReader::readSettings(PString(), &error).empty());
+    EXPECT_EQ(error.code(), 2);
+    EXPECT_EQ(error.message(), PString("bad file path"));
+
+    write("");
+    EXPECT_TRUE(PINIReader::readSettings(PString(path), &error).empty());
+    EXPECT_EQ(error.code(), 2);
+    EXPECT_EQ(error.message(), PString("failed to read, or file is empty"));
+
+    write("a=1\n[s]\n");
+    EXPECT_TRUE(PINIReader::readSettings(PString(path), &error).empty());
+    EXPECT_EQ(error.code(), 1);
+
+    write("a=1\n");
+    EXPECT_EQ(PINIReader::readSettings(PString(path), &error).size(), 1u);
+    EXPECT_FALSE(error.isError());
+    EXPECT_EQ(PINIReader::readSettings(PString(path)).size(), 1u);
+}
+
+std::string document(const std::string& strings)
+{
+    return "<localization><strings>" + strings + "</strings></localization>";
+}
+
+TEST(PTranslationTest, textsAreFoundOnlyInTheirOwnLanguageAndAFaultyDocumentChangesNothing)
+{
+    PTranslation table;
+    ASSERT_TRUE(table.load(document(R"(<string sid="port"><locale lid="ru_RU">Порт</locale>
+        <locale lid="en">Port</locale></string>
+        <string sid="only"><locale lid="de">Nur</locale></string>
+        <string sid="late"><locale lid="xxRUru">Первый</locale><locale lid="ru">Второй</locale></string>)"),
+                           nullptr));
+    EXPECT_FALSE(table.isEmpty());
+    EXPECT_EQ(table.tr(PString("port"), PString("?"), PLocale::Russian), PString("Порт"));
+    EXPECT_EQ(table.tr(PString("port"), PString("?"), PLocale::English), PString("Port"));
+    EXPECT_EQ(table.tr(PString("only"), PString("?"), PLocale::English), PString("Nur"));
+    EXPECT_EQ(table.tr(PString("only"), PString("?"), PLocale::Russian), PString("?"));
+    EXPECT_EQ(table.tr(PString("late"), PString("?"), PLocale::Russian), PString("Второй"));
+    EXPECT_EQ(table.tr(PString("none"), PString("fallback"), PLocale::Russian), PString("fallback"));
+
+    table.clear();
+    EXPECT_TRUE(table.isEmpty());
+    EXPECT_EQ(table.tr(PString("port"), PString("?"), PLocale::English), PString("?"));
+    // A look-up never fills the table.
+    EXPECT_TRUE(table.isEmpty());
+
+    // A faulty document changes nothing.
+    struct Case {
+        std::string xml;
+        const char* message;
+    };
+    const std::string good = R"(<string sid="a"><locale lid="en">A</locale></string>)";
+    const Case cases[] = {
+        {"<localization><strings>", "Bad xml"},
+        {"<other/>", "Bad xml localization format"},
+        {"<localization/>", "Bad xml localization format"},
+        {document(good + "<str sid=\"b\"/>"), "Bad xml localization format"},
+        {document(good + "<string/>"), "Bad xml localization format"},
+        {document(good + R"(<string sid="b"><locale>B</locale></string>)"), "Bad xml localization format"},
+        {document(good + R"(<string sid="b"><locale lid="en"></locale></string>)"), "Bad xml localization format"},
+        {document(good + R"(<string sid="b"><text lid="en">B</text></string>)"), "Bad xml localization format"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.xml);
+        PTranslation table;
+        PError error;
+        EXPECT_FALSE(table.load(c.xml, &error));
+        EXPECT_EQ(error.code(), 100);
+        EXPECT_EQ(error.message(), PString(c.message));
+        EXPECT_TRUE(table.isEmpty());
+        EXPECT_THROW(table.load(c.xml, nullptr), PError);
+    }
+    PError error(5, "stale");
+    EXPECT_TRUE(table.load(document(""), &error));
+    EXPECT_EQ(error.code(), 0);
+    EXPECT_TRUE(table.isEmpty());
 }
 
 }

@@ -1,4 +1,5 @@
-// The host's index-based calls answered from a small component's table.
+// The host's index-based calls answered from a small component's table, and the vtable slot of
+// every host interface operation (the value record's offsets are the header's static assertions).
 #include "PlatformNativeBase.h"
 
 #include "PHostConnection.h"
@@ -7,9 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -153,6 +156,56 @@ TEST_F(PlatformNativeBaseTest, exclusiveCallsDoNotOverlap)
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(overlaps, 0);
+}
+
+
+// A virtual function's vtable slot after the destructor's two, from the Itanium ABI's member
+// pointer: the slot's byte offset, plus one except on ARM (which marks it in the other word).
+template <class Member>
+long slotOf(Member member)
+{
+    struct {
+        uintptr_t pointer;
+        ptrdiff_t adjustment;
+    } raw;
+    static_assert(sizeof member == sizeof raw, "a member pointer of two words");
+    std::memcpy(&raw, &member, sizeof raw);
+#if defined(__arm__) || defined(__aarch64__)
+    return static_cast<long>(raw.pointer / sizeof(void*)) - 2;
+#else
+    return static_cast<long>((raw.pointer - 1) / sizeof(void*)) - 2;
+#endif
+}
+
+using Slots = std::vector<long>;
+
+TEST(HostInterfaceTest, everyOperationSitsInItsFixedSlot)
+{
+    EXPECT_EQ((Slots{slotOf(&IAddInDefBaseEx::reportError), slotOf(&IAddInDefBaseEx::read),
+                     slotOf(&IAddInDefBaseEx::write), slotOf(&IAddInDefBaseEx::registerProfileAs),
+                     slotOf(&IAddInDefBaseEx::setEventBufferDepth),
+                     slotOf(&IAddInDefBaseEx::getEventBufferDepth),
+                     slotOf(&IAddInDefBaseEx::externalEvent), slotOf(&IAddInDefBaseEx::cleanEventBuffer),
+                     slotOf(&IAddInDefBaseEx::setStatusLine), slotOf(&IAddInDefBaseEx::resetStatusLine),
+                     slotOf(&IAddInDefBaseEx::queryInterface)}),
+              (Slots{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
+    EXPECT_EQ((Slots{slotOf(&IMemoryManager::allocMemory), slotOf(&IMemoryManager::freeMemory)}),
+              (Slots{0, 1}));
+    EXPECT_EQ((Slots{slotOf(&IInitDoneBase::Init), slotOf(&IInitDoneBase::setMemManager),
+                     slotOf(&IInitDoneBase::GetInfo), slotOf(&IInitDoneBase::Done)}),
+              (Slots{0, 1, 2, 3}));
+    using Language = ILanguageExtenderBase;
+    EXPECT_EQ((Slots{slotOf(&Language::RegisterExtensionAs), slotOf(&Language::GetNProps),
+                     slotOf(&Language::FindProp), slotOf(&Language::GetPropName),
+                     slotOf(&Language::GetPropVal), slotOf(&Language::SetPropVal),
+                     slotOf(&Language::IsPropReadable), slotOf(&Language::IsPropWritable),
+                     slotOf(&Language::GetNMethods), slotOf(&Language::FindMethod),
+                     slotOf(&Language::GetMethodName), slotOf(&Language::GetNParams),
+                     slotOf(&Language::GetParamDefValue), slotOf(&Language::HasRetVal),
+                     slotOf(&Language::CallAsProc), slotOf(&Language::CallAsFunc)}),
+              (Slots{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}));
+    EXPECT_EQ(slotOf(&LocaleBase::SetLocale), 0);
+    EXPECT_EQ(slotOf(&UserLanguageBase::SetUserInterfaceLanguageCode), 0);
 }
 
 }

@@ -1,7 +1,4 @@
-// PJNIHelper in a real VM: connection, the class and object tables, threads and the lock, the
-// library loader and the JNI-free facade over them; and the call machinery: every result type of
-// PJNIClass and PJNIClassObject, failed calls, local references over many calls, and Java calling
-// back into native code that calls Java.
+// PJNIHelper in a real VM: connection, tables, threads, the loader and every kind of call.
 #include "PJNITestFixture.h"
 #include "PJavaConnection.h"
 #include "TestSupport.h"
@@ -21,7 +18,6 @@ namespace {
 TEST_F(PJNITest, connectKeepsItsActivityAndRefusesHostsWithoutHelper)
 {
     jobject activity = PJNIHelper::getActivity();
-    ASSERT_NE(activity, nullptr);
     AndroidHost other(&androidHelper());
     EXPECT_TRUE(PJNIHelper::connect(&other));
     EXPECT_EQ(PJNIHelper::getActivity(), activity);
@@ -77,7 +73,6 @@ TEST_F(PJNITest, disconnectDeletesEveryGlobalReferenceAndInvalidatesHandles)
     PJNIHelper::getLibsLoader();  // the VM's own references for these classes are made now
     PJNIHelper::disconnect();
     const long before = PHostJvm::globalRefCount();
-    ASSERT_GE(before, 0);
 
     ASSERT_TRUE(PJNIHelper::connect(&m_host));
     PJNIClassObjectPtr first = newProbe();
@@ -89,15 +84,13 @@ TEST_F(PJNITest, disconnectDeletesEveryGlobalReferenceAndInvalidatesHandles)
 
     ASSERT_TRUE(PJNIHelper::disconnect());
     EXPECT_EQ(PHostJvm::globalRefCount(), before);
-    EXPECT_FALSE(PJNIHelper::isConnected());
     EXPECT_FALSE(loader.isValid());
     EXPECT_FALSE(first->isValid());
     EXPECT_FALSE(first->callBooleanMethod("hasActivity", "()Z"));
     EXPECT_EQ(first->lastError().message(), PString("Invalid class object to call"));
 }
 
-// A device can outlive a bring-down (a Java thread still holds it); when it goes at last, the
-// object the next connection made, maybe in the VM's reused reference slot, must stay valid.
+// A device outliving a bring-down must not free the next connection's object in a reused slot.
 TEST_F(PJNITest, objectOutlivingADisconnectLeavesTheNextConnectionsObjectsAlone)
 {
     for (int round = 0; round < 50; ++round) {
@@ -218,7 +211,6 @@ TEST_F(PJNITest, callFamilyGivesEveryResultTypeOfObjectsAndClasses)
 {
     PJNIClassObjectPtr probe = newProbe(0x1234);
     PJNIClassObjectPtr second = newProbe();
-    ASSERT_NE(probe, nullptr);
     ASSERT_TRUE(probe->isValid());
     EXPECT_NE(probe->getId(), second->getId());
     EXPECT_EQ(probe->getJClass(), second->getJClass());
@@ -314,9 +306,7 @@ TEST_F(PJNITest, hundredThousandCallsFromOneNativeThreadLeakNoLocalReference)
         }
         EXPECT_EQ(good, 100000);
     });
-    caller.join();
-    // The JNI checker reports a thread whose local references outgrow their capacity; the
-    // fixture fails the test on any such report.
+    caller.join();  // the JNI checker reports a thread whose local references outgrow capacity
 }
 
 TEST_F(PJNITest, javaCallingBackIntoNativeCodeMayCallJavaAgain)

@@ -1,5 +1,4 @@
-// The fixture of the JNI layer's tests: a VM, the layer connected through the test host, and
-// the JniProbe test class.
+// The JNI layer's fixture: a VM, the layer connected through the test host, the JniProbe class.
 #pragma once
 
 #include "JvmTest.h"
