@@ -14,6 +14,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 extern "C" {
@@ -24,11 +25,14 @@ void Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreData(JNIEnv*, jclass, j
 void Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreError(JNIEnv*, jclass, jlong, jint, jstring);
 void Java_com_tavrel_piodevice_PBluetooth_PBluetoothDataSend(JNIEnv*, jclass, jlong, jbyteArray);
 void Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend(JNIEnv*, jobject, jlong, jstring);
-void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(JNIEnv*, jobject, jlong,
-                                                                            jbyteArray);
-void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString(JNIEnv*, jobject,
-                                                                              jlong, jstring);
+void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData(JNIEnv*, jobject, jlong, jbyteArray);
+void Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString(JNIEnv*, jobject, jlong, jstring);
 }
+
+// One native of a companion class, bound to the function of its JNI name.
+#define KELMOR_NATIVE(cls, name, signature)                                              \
+    {u"com.tavrel.piodevice." #cls, {const_cast<char*>(#name), const_cast<char*>(signature), \
+                                     reinterpret_cast<void*>(&Java_com_tavrel_piodevice_##cls##_##name)}}
 
 namespace kelmortest {
 
@@ -39,8 +43,7 @@ public:
     jclass findClass(const char16_t* name) override
     {
         const auto found = m_redirects.find(name ? name : u"");
-        return PHostJvm::androidHelper().findClass(found == m_redirects.end() ? name
-                                                                               : found->second.c_str());
+        return PHostJvm::androidHelper().findClass(found == m_redirects.end() ? name : found->second.c_str());
     }
     void redirect(const std::u16string& from, const std::u16string& to) { m_redirects[from] = to; }
 
@@ -78,8 +81,7 @@ protected:
     static void startFloods(const char* action, const char* name, const char* keyPacket)
     {
         callStatic(kTraffic, "startFloods",
-                   "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V", action, name,
-                   keyPacket);
+                   "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V", action, name, keyPacket);
     }
     static bool stopFloods() { return kelmortest::callStatic<bool>(kTraffic, "stopFloods", "(J)Z", jlong(10000)); }
     static constexpr const char16_t* kTraffic = u"com.tavrel.kelmortest.DeviceTraffic";
@@ -111,42 +113,24 @@ private:
     // table the tests use, not to a libkelmor.so that Java may have loaded.
     static bool bindNatives()
     {
-        auto method = [](const char* name, const char* signature, auto function) {
-            return JNINativeMethod{const_cast<char*>(name), const_cast<char*>(signature),
-                                   reinterpret_cast<void*>(function)};
+        const std::pair<const char16_t*, JNINativeMethod> natives[] = {
+            KELMOR_NATIVE(PKeyboard, PKeyboardDataSend, "(JLjava/lang/String;)V"),
+            KELMOR_NATIVE(PBroadcastReceaver, PBroadcastReceaverSendData, "(J[B)V"),
+            KELMOR_NATIVE(PBroadcastReceaver, PBroadcastReceaverSendString, "(JLjava/lang/String;)V"),
+            KELMOR_NATIVE(PSerialPort, PSerialPortStoreData, "(J[B)V"),
+            KELMOR_NATIVE(PTcpSocket, PTcpSocketStoreData, "(J[B)V"),
+            KELMOR_NATIVE(PTcpSocket, PTcpSocketStoreError, "(JILjava/lang/String;)V"),
+            KELMOR_NATIVE(PUdpSocket, PUdpSocketStoreData, "(J[B)V"),
+            KELMOR_NATIVE(PUdpSocket, PUdpSocketStoreError, "(JILjava/lang/String;)V"),
+            KELMOR_NATIVE(PBluetooth, PBluetoothDataSend, "(J[B)V"),
         };
-        const JNINativeMethod keyboard[] = {method("PKeyboardDataSend", "(JLjava/lang/String;)V",
-                                                   &Java_com_tavrel_piodevice_PKeyboard_PKeyboardDataSend)};
-        const JNINativeMethod broadcast[] = {
-            method("PBroadcastReceaverSendData", "(J[B)V",
-                   &Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendData),
-            method("PBroadcastReceaverSendString", "(JLjava/lang/String;)V",
-                   &Java_com_tavrel_piodevice_PBroadcastReceaver_PBroadcastReceaverSendString)};
-        const JNINativeMethod serial[] = {method("PSerialPortStoreData", "(J[B)V",
-                                                 &Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData)};
-        const JNINativeMethod tcp[] = {
-            method("PTcpSocketStoreData", "(J[B)V", &Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreData),
-            method("PTcpSocketStoreError", "(JILjava/lang/String;)V",
-                   &Java_com_tavrel_piodevice_PTcpSocket_PTcpSocketStoreError)};
-        const JNINativeMethod udp[] = {
-            method("PUdpSocketStoreData", "(J[B)V", &Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreData),
-            method("PUdpSocketStoreError", "(JILjava/lang/String;)V",
-                   &Java_com_tavrel_piodevice_PUdpSocket_PUdpSocketStoreError)};
-        const JNINativeMethod bluetooth[] = {method("PBluetoothDataSend", "(J[B)V",
-                                                    &Java_com_tavrel_piodevice_PBluetooth_PBluetoothDataSend)};
-        return bind(u"com.tavrel.piodevice.PKeyboard", keyboard, 1)
-            && bind(u"com.tavrel.piodevice.PBroadcastReceaver", broadcast, 2)
-            && bind(u"com.tavrel.piodevice.PSerialPort", serial, 1)
-            && bind(u"com.tavrel.piodevice.PTcpSocket", tcp, 2)
-            && bind(u"com.tavrel.piodevice.PUdpSocket", udp, 2)
-            && bind(u"com.tavrel.piodevice.PBluetooth", bluetooth, 1);
-    }
-    static bool bind(const char16_t* className, const JNINativeMethod* methods, int count)
-    {
-        jclass cls = PHostJvm::androidHelper().findClass(className);
-        const bool bound = cls && env()->RegisterNatives(cls, methods, count) == JNI_OK;
-        if (cls)
-            env()->DeleteLocalRef(cls);
+        bool bound = true;
+        for (const auto& [className, method] : natives) {
+            jclass cls = PHostJvm::androidHelper().findClass(className);
+            bound = bound && cls && env()->RegisterNatives(cls, &method, 1) == JNI_OK;
+            if (cls)
+                env()->DeleteLocalRef(cls);
+        }
         return bound;
     }
 };
