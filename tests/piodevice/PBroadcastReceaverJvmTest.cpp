@@ -19,8 +19,7 @@ using Inputs = kelmortest::TextLog;
 
 // A receiver of the action with one field, recording the input of each event.
 std::shared_ptr<PBroadcastReceaver> receiver(const char* action, const char* category,
-                                             const char* field, int type,
-                                             const std::shared_ptr<Inputs>& inputs)
+                                             const char* field, int type, const std::shared_ptr<Inputs>& inputs)
 {
     auto device = std::make_shared<PBroadcastReceaver>(action);
     device->setSignalCategoryName(category);
@@ -39,8 +38,7 @@ std::shared_ptr<PBroadcastReceaver> receiver(const char* action, const char* cat
 class PBroadcastReceaverJvmTest : public kelmortest::DeviceJvmTest {
 protected:
     // Sends one intent through DeviceTraffic.send<kind>; delivery is over when this returns.
-    void send(const char* kind, const char* action, const char* category, const char* name,
-              const std::string& value)
+    void send(const char* kind, const char* action, const char* category, const char* name, const std::string& value)
     {
         callStatic(kTraffic, kind, "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V",
                    action, category, name, value);
@@ -128,8 +126,7 @@ TEST_F(PBroadcastReceaverJvmTest, companionGetsExactParametersAndItsRefusalsBeco
         device->close();
         EXPECT_FALSE(device->open(1)) << throws;
         EXPECT_FALSE(device->isOpen());
-        EXPECT_EQ(device->getLastError().code(), 2);
-        EXPECT_EQ(device->getLastError().message(), PString("Broadcast receiver not registered"));
+        EXPECT_EQ(kelmortest::errorText(*device), "[2]Broadcast receiver not registered");
         EXPECT_FALSE(env()->ExceptionCheck());
     }
     device.reset();

@@ -16,6 +16,8 @@
 namespace devicetest {
 namespace {
 
+using kelmortest::errorText;
+
 // One device of each kind, made with an address that its companion accepts.
 struct Kind {
     const char* name;
@@ -53,8 +55,7 @@ protected:
         native(env(), nullptr, static_cast<jlong>(lastHandle()), array);
         kelmortest::dropLocal(array);
     }
-    // Companions pump as fast as they can, with every kind's class pinned for the connection;
-    // the global references held then.
+    // Companions pump as fast as they can, every kind's class pinned; the global references then.
     long pumpWithEveryClassPinned()
     {
         setRecording("pumping", true);
@@ -75,9 +76,7 @@ TEST_F(PJavaDevicesJvmTest, serialPortSendsItsSettingsOnceAndKeepsItsCompanion)
     PSerialPort onStack;
     onStack.setPortID("/dev/ttyACM0");
     EXPECT_FALSE(onStack.open(PIODevice::OpenRead));
-    EXPECT_EQ(onStack.getLastError().code(), 2);
-    EXPECT_EQ(onStack.getLastError().message(),
-              PString("a device that Java calls back must be made with std::make_shared"));
+    EXPECT_EQ(errorText(onStack), "[2]a device that Java calls back must be made with std::make_shared");
     auto port = std::make_shared<PSerialPort>("/dev/ttyACM0", 9600, 7, PSerialPort::TwoStop,
                                               PSerialPort::EvenParity, PSerialPort::NoFlowControl);
     EXPECT_TRUE(port->close());
@@ -88,12 +87,10 @@ TEST_F(PJavaDevicesJvmTest, serialPortSendsItsSettingsOnceAndKeepsItsCompanion)
     EXPECT_TRUE(port->close());
     setRecording("openResult", false);
     EXPECT_FALSE(port->open(PIODevice::OpenRead | PIODevice::OpenBuffered));
-    EXPECT_EQ(port->getLastError().code(), 200);
-    EXPECT_EQ(port->getLastError().message(), PString("Failed to open tcpsocket device. Check connection."));
+    EXPECT_EQ(errorText(*port), "[200]Failed to open tcpsocket device. Check connection.");
     setRecording("errorMessage", "port busy");
     EXPECT_FALSE(port->open(PIODevice::OpenRead));
-    EXPECT_EQ(port->getLastError().code(), 2);
-    EXPECT_EQ(port->getLastError().message(), PString("port busy"));
+    EXPECT_EQ(errorText(*port), "[2]port busy");
     EXPECT_EQ(recordedCalls(),
               "new\n"
               "open portid=/dev/ttyACM0;speed=9600;data_bits=7;stop_bits=2;parity=2;flags=1;\n"
@@ -131,8 +128,7 @@ TEST_F(PJavaDevicesJvmTest, serialPortHandsBlocksToTheCallbackAndBuffersOnlyWhen
     deliverAsCompanion(&Java_com_tavrel_piodevice_PSerialPort_PSerialPortStoreData, "late");
     EXPECT_EQ(recorder.events().size(), 2u) << "a closed port raises nothing";
     EXPECT_EQ(port->write(std::string("x")), 0u);
-    EXPECT_EQ(port->getLastError().code(), 200);
-    EXPECT_EQ(port->getLastError().message(), PString("device not opened"));
+    EXPECT_EQ(errorText(*port), "[200]device not opened");
 }
 
 TEST_F(PJavaDevicesJvmTest, blockReadAsTheLinkComesUpReachesTheCallback)
@@ -160,8 +156,7 @@ TEST_F(PJavaDevicesJvmTest, socketsSendAddressPortAndTimeoutAndTellTheirOwnFailu
     EXPECT_TRUE(tcp->waitForBytesWriten(0));
     setRecording("openResult", false);
     EXPECT_FALSE(tcp->open(PIODevice::OpenRead));
-    EXPECT_EQ(tcp->getLastError().code(), 200);
-    EXPECT_EQ(tcp->getLastError().message(), PString("Failed to open tcp socket. Check connection."));
+    EXPECT_EQ(errorText(*tcp), "[200]Failed to open tcp socket. Check connection.");
     EXPECT_EQ(recordedCalls(),
               "new\nopen timeout=5000;address=scanner.local;port=7000;flags=3;\nclose\n"
               "new\nopen timeout=250;address=10.1.1.1;port=7001;flags=1;\nclose\n"
@@ -178,8 +173,7 @@ TEST_F(PJavaDevicesJvmTest, socketsSendAddressPortAndTimeoutAndTellTheirOwnFailu
     udp->close();
     setRecording("openResult", false);
     EXPECT_FALSE(udp->bindTo(PString("127.0.0.1"), 7003, PIODevice::OpenRead));
-    EXPECT_EQ(udp->getLastError().code(), 200);
-    EXPECT_EQ(udp->getLastError().message(), PString("Failed to open udp socket. Check connection."));
+    EXPECT_EQ(errorText(*udp), "[200]Failed to open udp socket. Check connection.");
     EXPECT_EQ(udp->availibleBytes(), 0u);
     EXPECT_EQ(recordedCalls(),
               "new\nopen timeout=5000;address=127.0.0.1;port=5000;flags=1;\nclose\n"
@@ -201,8 +195,7 @@ TEST_F(PJavaDevicesJvmTest, bluetoothAsksItsCompanionAndMakesANewOneAtEachOpen)
     EXPECT_EQ(device->getLastError().message(), PString("Current object is invalid"));
     setRecording("openResult", false);
     EXPECT_FALSE(device->open(PIODevice::OpenRead));
-    EXPECT_EQ(device->getLastError().message(),
-              PString("Failed to open bluetooth device. Check connection."));
+    EXPECT_EQ(device->getLastError().message(), PString("Failed to open bluetooth device. Check connection."));
     EXPECT_EQ(recordedCalls(),
               "new\nopen address=00:11:22:33:44:55;flags=1;\nisOpen\nclose\n"
               "new\nopen address=00:11:22:33:44:55;flags=1;\ngetLastErrorMessage");
@@ -236,11 +229,8 @@ TEST_F(PJavaDevicesJvmTest, listsThatAreNoAnswerGiveNothingAndLeaveNoPendingExce
     EXPECT_FALSE(PHostJvm::env()->ExceptionCheck());
 }
 
-// ---- deliveries against close and destruction --------------------------------------------
-
 // Open, let the pump deliver, close: over and over, while the pump goes as fast as it can.
-class PJavaDeviceStressJvmTest : public PJavaDevicesJvmTest,
-                                 public ::testing::WithParamInterface<size_t> {};
+class PJavaDeviceStressJvmTest : public PJavaDevicesJvmTest, public ::testing::WithParamInterface<size_t> {};
 
 TEST_P(PJavaDeviceStressJvmTest, openStreamCloseCyclesLeakNothing)
 {
@@ -257,8 +247,7 @@ TEST_P(PJavaDeviceStressJvmTest, openStreamCloseCyclesLeakNothing)
 INSTANTIATE_TEST_SUITE_P(EachDevice, PJavaDeviceStressJvmTest, ::testing::Range<size_t>(0, 4),
                          [](const auto& info) { return std::string(kinds()[info.param].name); });
 
-// The host closes or drops the device from inside its callback, or drops it while a delivery
-// runs: the device goes when the delivery ends.
+// The host closes or drops the device inside its callback, or during it: it goes when that ends.
 TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceInsideOrDuringItsCallback)
 {
     const long globalRefs = pumpWithEveryClassPinned();
@@ -274,8 +263,6 @@ TEST_F(PJavaDevicesJvmTest, hostMayCloseOrDropTheDeviceInsideOrDuringItsCallback
     }
     EXPECT_TRUE(globalRefsSettleAtMost(globalRefs));
 }
-
-// ---- the real companions ------------------------------------------------------------------
 
 using kelmortest::LoopbackSocket;
 using kelmortest::readFor;
@@ -297,9 +284,7 @@ TEST_F(PDeviceIoJvmTest, serialPortOverAPseudoTerminalAppliesTheLineAndCarriesBy
     auto refused = std::make_shared<PSerialPort>(pty.slave, 9600, 7, PSerialPort::OneStop,
                                                  PSerialPort::EvenParity, PSerialPort::NoFlowControl);
     EXPECT_FALSE(refused->open(PIODevice::OpenRead));
-    EXPECT_EQ(refused->getLastError().code(), 2);
-    EXPECT_EQ(refused->getLastError().message().toStdString().rfind("stty: " + pty.slave, 0), 0u)
-        << refused->getLastError().message().toStdString();
+    EXPECT_EQ(errorText(*refused).rfind("[2]stty: " + pty.slave, 0), 0u) << errorText(*refused);
 
     Recorder recorder;
     auto port = std::make_shared<PSerialPort>(pty.slave, 19200, 8, PSerialPort::TwoStop,
@@ -329,7 +314,7 @@ TEST_F(PDeviceIoJvmTest, serialPortOverAPseudoTerminalAppliesTheLineAndCarriesBy
     EXPECT_TRUE(eventually([&] { return port->availibleBytes() == 14; }));
 
     EXPECT_EQ(port->write(std::string("ACK\x06", 4)), 4u);
-    EXPECT_EQ(pty.receive(4), std::string("ACK\x06", 4));
+    EXPECT_EQ(readFor(pty.master, 4), std::string("ACK\x06", 4));
     port->close();
 
     auto unknown = std::make_shared<PSerialPort>("/dev/no-such-tty", 9600, 8, PSerialPort::OneStop,
@@ -370,8 +355,7 @@ TEST_F(PDeviceIoJvmTest, tcpSocketTalksToAnEchoServerAndReportsThePeerLeaving)
     waiter.join();
     ASSERT_TRUE(errors.waitFor(1));
     EXPECT_FALSE(tcp->isOpen());
-    EXPECT_EQ(tcp->getLastError().code(), 200);
-    EXPECT_EQ(tcp->getLastError().message(), PString("Connection closed by peer"));
+    EXPECT_EQ(errorText(*tcp), "[200]Connection closed by peer");
 
     ASSERT_TRUE(tcp->open(PIODevice::OpenReadWrite));
     EXPECT_TRUE(tcp->isOpen());
@@ -385,11 +369,7 @@ TEST_F(PDeviceIoJvmTest, udpSocketKeepsEachDatagramWholeAndAnswersItsSender)
 {
     LoopbackSocket sender(SOCK_DGRAM);
     sender.bindAny();
-    unsigned short port = 0;
-    {
-        LoopbackSocket probe(SOCK_DGRAM);
-        port = probe.bindAny();
-    }
+    const unsigned short port = LoopbackSocket(SOCK_DGRAM).bindAny();  // free again at once
     Recorder recorder;
     auto udp = std::make_shared<PUdpSocket>();
     udp->setCallback(recorder.callback());

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace kelmortest {
 
@@ -36,6 +37,13 @@ private:
 inline bool carriesKeys(PEvent* event)
 {
     return !event->value(PEventKeys::KeyboardInputKey()).toByteArray().isEmpty();
+}
+
+// The device's last error as "[code]message", to compare in one go.
+inline std::string errorText(const PIODevice& device)
+{
+    const PError error = device.getLastError();
+    return "[" + std::to_string(error.code()) + "]" + error.message().toStdString();
 }
 
 // Opens a device, waits for its first event that `counts` (any, without it) and closes it,
@@ -63,6 +71,19 @@ inline void openStreamCloseCycles(const char* name, const MakeDevice& make, int 
     }
     EXPECT_GE(cycles, 500);
     std::printf("%d %s cycles\n", cycles, name);
+}
+
+// Ahead of each cycle of a device that shares a run with `anchor`: every tenth cycle the anchor
+// is closed, so that the device starts and stops the run alone.
+inline std::function<void(int)> aloneEveryTenthCycle(PIOCustomDevice& anchor)
+{
+    return [&anchor](int cycle) {
+        if (cycle % 10 == 0)
+            anchor.close();
+        else if (!anchor.isOpen()) {
+            ASSERT_TRUE(anchor.open(1));
+        }
+    };
 }
 
 // The callback closes the device or lets its last reference go, or both: nothing freed is touched

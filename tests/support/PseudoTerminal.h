@@ -33,23 +33,19 @@ struct PseudoTerminal {
         if (master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0)
             slave = ptsname(master);
     }
-    ~PseudoTerminal() { closeMaster(); }
-    PseudoTerminal(const PseudoTerminal&) = delete;
-    PseudoTerminal& operator=(const PseudoTerminal&) = delete;
-
-    void closeMaster()
+    ~PseudoTerminal()
     {
         if (master >= 0)
             ::close(master);
-        master = -1;
     }
+    PseudoTerminal(const PseudoTerminal&) = delete;
+    PseudoTerminal& operator=(const PseudoTerminal&) = delete;
+
     // True when every byte went in.
     [[nodiscard]] bool send(const std::string& bytes) const
     {
         return ::write(master, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
     }
-    // Reads from the master until size bytes came; what came within ten seconds.
-    std::string receive(size_t size) const { return readFor(master, size); }
 
     int master = -1;
     std::string slave;
