@@ -51,16 +51,14 @@ protected:
 
     // A component attached as the platform attaches it, with its own connection.
     struct Session {
-        Session(PHostLibrary& library, const char16_t* className, const char16_t* locale,
-                bool russianNames)
+        Session(PHostLibrary& library, const char16_t* className, const char16_t* locale, bool russianNames)
             : component(std::make_unique<PHostComponent>(library, className, nullptr, &connection)),
               driver(*component, russianNames)
         {
             connection.setAndroidHelper(static_cast<IHostAndroidHelper*>(&PHostJvm::androidHelper()));
             EXPECT_TRUE(component->attach(locale));
         }
-        // Settings that GetParameters left at their defaults, then the given ones; the id. A
-        // refusal fails the test.
+        // GetParameters' defaults, then the given settings; the id. A refusal fails the test.
         std::u16string open(const std::vector<std::pair<std::u16string, std::u16string>>& settings)
         {
             driver.getParameters();
@@ -94,13 +92,13 @@ protected:
     }
 
     static void expectCodes(const std::vector<PHostExternalEvent>& events, const std::u16string& id,
-                            const std::u16string& name, const std::vector<std::string>& codes)
+                            const std::u16string& name, const std::vector<std::u16string>& codes)
     {
         ASSERT_EQ(events.size(), codes.size()) << describeEvents(events);
         for (size_t i = 0; i < codes.size(); ++i) {
             EXPECT_EQ(events[i].source, id);
             EXPECT_EQ(events[i].name, name);
-            EXPECT_EQ(events[i].data, u16(codes[i])) << i;
+            EXPECT_EQ(events[i].data, codes[i]) << i;
         }
     }
 
@@ -109,8 +107,6 @@ protected:
 };
 
 const std::string kGs1 = std::string("0104601234567890") + '\x1d' + "21ABC";
-
-// ---- serial and keyboard roads -------------------------------------------------------------
 
 TEST_F(DeviceEndToEndJvmTest, serialScannerGivesOneEventPerCodeInOrderWhateverThePiecesOrTheFlood)
 {
@@ -125,8 +121,7 @@ TEST_F(DeviceEndToEndJvmTest, serialScannerGivesOneEventPerCodeInOrderWhateverTh
         std::this_thread::sleep_for(2ms);  // lets the companion read the pieces apart
     }
     ASSERT_TRUE(host->received(6));
-    expectCodes(host->connection.events(), id, u"Barcode",
-                {"ABC123", "ONE", "TWO", "THREE", "FOUR", kGs1});
+    expectCodes(host->connection.events(), id, u"Barcode", {u"ABC123", u"ONE", u"TWO", u"THREE", u"FOUR", u16(kGs1)});
 
     // A flood reaches a slow host whole and in order.
     host->connection.clear();
@@ -164,13 +159,11 @@ TEST_F(DeviceEndToEndJvmTest, keyboardCodesEndedByAPauseOrByEnterGiveTheCodeWith
     const std::string packets[] = {
         one + "57:1;7:1:MA==;7:0:MA==;9:1:Mg==;9:0:Mg==;16:1:OQ==;16:0:OQ==;57:0" + two,
         one + "113:1;72:1:XQ==;72:0:XQ==;113:0" + two};
-    std::vector<std::string> wanted;
-    for (const std::string& packet : packets) {
-        ASSERT_EQ(typeKeys("sendPacket", packet), 1);
-        wanted.push_back(std::string("1") + '\x1d' + "2");
-        ASSERT_TRUE(host->received(wanted.size()));
+    for (size_t sent = 1; sent <= 2; ++sent) {
+        ASSERT_EQ(typeKeys("sendPacket", packets[sent - 1]), 1);
+        ASSERT_TRUE(host->received(sent));
     }
-    expectCodes(host->connection.events(), id, u"Barcode", wanted);
+    expectCodes(host->connection.events(), id, u"Barcode", {u"1\x1d" u"2", u"1\x1d" u"2"});
     EXPECT_TRUE(host->driver.close(id));
 
     // A scanner that ends its code with Enter, cut by either suffix the form offers for it.
@@ -180,12 +173,10 @@ TEST_F(DeviceEndToEndJvmTest, keyboardCodesEndedByAPauseOrByEnterGiveTheCodeWith
             {{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"DEV_KEYBOARD"}, {u"Suffix", suffix}});
         ASSERT_EQ(typeKeys("sendText", "4600000000001\r"), 1);
         ASSERT_TRUE(host->received(1)) << hostToUtf8(suffix);
-        expectCodes(host->connection.events(), cut, u"Barcode", {"4600000000001"});
+        expectCodes(host->connection.events(), cut, u"Barcode", {u"4600000000001"});
         EXPECT_TRUE(host->driver.close(cut));
     }
 }
-
-// ---- output options, in Russian -----------------------------------------------------------
 
 TEST_F(DeviceEndToEndJvmTest, outputOptionsShapeTheEventUnderRussianNames)
 {
@@ -211,16 +202,10 @@ TEST_F(DeviceEndToEndJvmTest, outputOptionsShapeTheEventUnderRussianNames)
         const std::u16string id = host->open(c.settings);
         ASSERT_TRUE(pty.send(c.bytes));
         ASSERT_TRUE(host->received(c.data.size())) << hostToUtf8(c.name);
-        const auto events = host->connection.events();
-        for (size_t i = 0; i < c.data.size(); ++i) {
-            EXPECT_EQ(events[i].name, c.name);
-            EXPECT_EQ(events[i].data, c.data[i]) << describeEvents(events);
-        }
+        expectCodes(host->connection.events(), id, c.name, c.data);
         EXPECT_TRUE(host->driver.close(id));
     }
 }
-
-// ---- a device without its event name ------------------------------------------------------
 
 TEST_F(DeviceEndToEndJvmTest, withoutEquipmentTypeTheCodeSetsBadEventNameAndNoEventComes)
 {
@@ -242,10 +227,8 @@ TEST_F(DeviceEndToEndJvmTest, withoutEquipmentTypeTheCodeSetsBadEventNameAndNoEv
     EXPECT_EQ(host->driver.lastError().code, 100);
     ASSERT_TRUE(loud.send("SEEN\r\n"));
     ASSERT_TRUE(host->received(1));
-    expectCodes(host->connection.events(), named, u"Barcode", {"SEEN"});
+    expectCodes(host->connection.events(), named, u"Barcode", {u"SEEN"});
 }
-
-// ---- lifecycle -----------------------------------------------------------------------------
 
 TEST_F(DeviceEndToEndJvmTest, devicesOutliveTheirComponentUntilTheLastOneGoes)
 {
@@ -253,8 +236,7 @@ TEST_F(DeviceEndToEndJvmTest, devicesOutliveTheirComponentUntilTheLastOneGoes)
         // Lines of their own: A2, never read in the first round, must not reach the second.
         Pty first, second;
         setProperty("kelmor.serial.ports", first.slave + "," + second.slave);
-        // The first attach connects Java and registers the library with the Java loader; a
-        // second component adds no reference.
+        // The first attach connects Java and registers the library; a second adds no reference.
         auto a = session(u"InputDevice");
         const long connected = PHostJvm::globalRefCount();
         EXPECT_GE(connected, m_baseRefs + 2);
@@ -269,8 +251,7 @@ TEST_F(DeviceEndToEndJvmTest, devicesOutliveTheirComponentUntilTheLastOneGoes)
         ASSERT_TRUE(first.send("A1\r\n"));
         ASSERT_TRUE(a->received(1));
 
-        // A's connection outlives A, so a delivery to it would be recorded; under ASan a
-        // delivery to the freed component would be reported.
+        // A's connection outlives A: a delivery to it would be recorded, and reported by ASan.
         a->component.reset();  // DestroyObject; the connection stays to be looked at
         ASSERT_TRUE(first.send("A2\r\n"));
         ASSERT_TRUE(second.send("B1\r\n"));
@@ -295,8 +276,7 @@ TEST_F(DeviceEndToEndJvmTest, deliveriesRacingComponentDestructionTouchNothingFr
     auto keeper = session(u"CardReaderDevice");
     for (int round = 0; round < 20; ++round) {
         auto doomed = session();
-        const std::u16string id =
-            doomed->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
+        const std::u16string id = doomed->open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}});
         std::atomic<bool> stop{false};
         std::thread scanner([&] {
             while (!stop)
@@ -311,8 +291,6 @@ TEST_F(DeviceEndToEndJvmTest, deliveriesRacingComponentDestructionTouchNothingFr
     EXPECT_TRUE(companionThreadsEnded());
 }
 
-// ---- bad input -----------------------------------------------------------------------------
-
 TEST_F(DeviceEndToEndJvmTest, openAThousandTimesReusesIdsAndLeavesNothingBehind)
 {
     // Never accepted: the kernel keeps every connection open in the queue, and a peer that
@@ -321,10 +299,8 @@ TEST_F(DeviceEndToEndJvmTest, openAThousandTimesReusesIdsAndLeavesNothingBehind)
     const unsigned short port = server.listenAny(2048);
     ASSERT_NE(port, 0);
     auto host = session();
-    host->driver.getParameters();
-    ASSERT_TRUE(host->driver.setParameter(u"EquipmentType", u"InputDevice"));
-    ASSERT_TRUE(host->driver.setParameter(u"BluetoothDevice",
-                                          u"tcp://127.0.0.1:" + u16(std::to_string(port))));
+    ASSERT_TRUE(host->driver.close(host->open({{u"EquipmentType", u"InputDevice"},
+                                              {u"BluetoothDevice", u"tcp://127.0.0.1:" + u16(std::to_string(port))}})));
     long refs = 0;  // after the first round: class handles are cached once
     std::vector<std::u16string> firstIds;
     for (int round = 0; round < 10; ++round) {

@@ -5,11 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
-#include <elf.h>
 
 #include <atomic>
-#include <fstream>
-#include <iterator>
+#include <cctype>
+#include <cstdio>
 #include <set>
 #include <string>
 #include <thread>
@@ -100,31 +99,19 @@ TEST_F(EntryPointsTest, hostThreadsCreateAndDestroyConcurrently)
     EXPECT_EQ(failures.load(), 0);
 }
 
-// Names of the symbols the shared object defines in its dynamic symbol table.
+// Names of the global and weak symbols the shared object defines, as nm lists them.
 std::set<std::string> exportedSymbols(const std::string& path)
 {
-    std::ifstream in(path, std::ios::binary);
-    std::vector<char> image((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     std::set<std::string> names;
-    if (image.size() < sizeof(Elf64_Ehdr))
-        return names;
-    const auto* header = reinterpret_cast<const Elf64_Ehdr*>(image.data());
-    const auto* sections = reinterpret_cast<const Elf64_Shdr*>(image.data() + header->e_shoff);
-    for (int i = 0; i < header->e_shnum; ++i) {
-        if (sections[i].sh_type != SHT_DYNSYM)
-            continue;
-        const Elf64_Shdr& strings = sections[sections[i].sh_link];
-        const auto* symbols = reinterpret_cast<const Elf64_Sym*>(image.data() + sections[i].sh_offset);
-        const size_t count = sections[i].sh_size / sizeof(Elf64_Sym);
-        for (size_t s = 1; s < count; ++s) {
-            if (symbols[s].st_shndx == SHN_UNDEF)
-                continue;
-            const int binding = ELF64_ST_BIND(symbols[s].st_info);
-            if (binding != STB_GLOBAL && binding != STB_WEAK)
-                continue;
-            names.insert(image.data() + strings.sh_offset + symbols[s].st_name);
-        }
+    FILE* nm = popen(("nm -D --defined-only --without-symbol-versions -P '" + path + "'").c_str(), "r");
+    char name[512];
+    char type = 0;
+    while (nm && std::fscanf(nm, "%511s %c%*[^\n]", name, &type) == 2) {
+        if (std::isupper(static_cast<unsigned char>(type)) || type == 'w' || type == 'v')
+            names.insert(name);
     }
+    if (nm)
+        pclose(nm);
     return names;
 }
 

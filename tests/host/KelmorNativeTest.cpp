@@ -65,8 +65,7 @@ protected:
         ASSERT_TRUE(component.attach());
     }
 
-    // Every block the component handed over came from the host's manager and was freed by the
-    // host; nothing foreign was found in a value. The process-wide language goes back to English.
+    // Every block handed over was the host's and came back to it; the language goes back to English.
     void TearDown() override
     {
         component->SetLocale(u"en_US");
@@ -115,8 +114,7 @@ TEST_F(KelmorNativeTest, everyRowIsFoundByNameAndAliasAndNamedInHostMemory)
     EXPECT_TRUE(component.connection().errors().empty());
 }
 
-// The value record's offsets are the header's static assertions. Out parameters replace whatever
-// the host put there, of any type.
+// Out parameters replace whatever the host put there, of any type.
 TEST_F(KelmorNativeTest, smallMethodsAnswerInTheirOwnTypes)
 {
     PHostCall version = component.call(u"ПолучитьНомерВерсии");
@@ -189,8 +187,7 @@ TEST_F(KelmorNativeTest, descriptionAndMessagesFollowTheLanguage)
     }
 }
 
-// Bad indexes, and calls that break a method's signature, are refused before any handler runs
-// (nothing is written), each with one report that names the index or is empty.
+// Bad indexes and broken signatures are refused before any handler runs, with one report each.
 TEST_F(KelmorNativeTest, badIndexesAndBrokenSignaturesAreRefusedWithOneReportEach)
 {
     const long version = component->FindMethod(u"Version");
@@ -309,8 +306,7 @@ TEST_F(KelmorNativeTest, settingsStoreTakesOnlyItsOwnNamesAndForgetsValuesWhenRe
 
     EXPECT_TRUE(component.call(u"SetParameter", {memory.text(u"Prefix"), hostInt(2)}).result.bVal);
     // "EquipmentType" is the component's own and never reaches the store.
-    EXPECT_TRUE(component.call(u"УстановитьПараметр", {memory.text(u"EquipmentType"),
-                                                        memory.text(u"InputDevice")})
+    EXPECT_TRUE(component.call(u"УстановитьПараметр", {memory.text(u"EquipmentType"), memory.text(u"InputDevice")})
                     .result.bVal);
     EXPECT_FALSE(component.call(u"SetParameter", {memory.text(u"Port"), hostInt(1)}).result.bVal);
     const PHostCall error = lastError();
@@ -318,14 +314,11 @@ TEST_F(KelmorNativeTest, settingsStoreTakesOnlyItsOwnNamesAndForgetsValuesWhenRe
     EXPECT_EQ(error.paramText(0), u"Wrong parameter name");
 }
 
-// A port no mode takes: Open and DeviceTest fail with the device's reason and leave the
-// host's out parameters as the host may read them.
+// A port no mode takes: Open and DeviceTest fail with its reason and readable, empty out parameters.
 TEST_F(KelmorNativeTest, failedOpenAndTestEmptyTheirOutParametersAndKeepTheReason)
 {
     component.call(u"GetParameters", {hostEmptyValue()});
-    ASSERT_TRUE(component.call(u"SetParameter", {memory.text(u"BluetoothDevice"),
-                                                  memory.text(u"65535")})
-                    .result.bVal);
+    ASSERT_TRUE(component.call(u"SetParameter", {memory.text(u"BluetoothDevice"), memory.text(u"65535")}).result.bVal);
 
     tVariant stale = memory.text(u"stale");
     PHostCall open = component.call(u"Open", {stale});
@@ -346,8 +339,7 @@ TEST_F(KelmorNativeTest, failedOpenAndTestEmptyTheirOutParametersAndKeepTheReaso
 }
 
 
-// Without a VM the roads that need Java still get their device from the settings: it is the
-// device's open that fails, not its making.
+// Without a VM the roads that need Java still make their device: only its open fails.
 TEST_F(KelmorNativeTest, javaRoadsGetTheirDeviceAndOnlyItsOpenFailsWithoutAVm)
 {
     const std::vector<std::vector<std::pair<const char16_t*, const char16_t*>>> roads = {
