@@ -38,14 +38,6 @@ public:
     int writes = 0;
 };
 
-const int kReadWrite = PIODevice::OpenReadWrite;
-const int kDeviceBuffer = PIODevice::OpenDeviceBuffer;
-
-std::string readAllText(PIODevice& device)
-{
-    return device.readAll().toStdString();
-}
-
 // Resident set size of this process in bytes; 0 when it cannot be read.
 long residentBytes()
 {
@@ -60,36 +52,36 @@ long residentBytes()
 TEST(PBufferTest, writeStoresWhatFitsAndDropsTheRest)
 {
     PBuffer buffer(8);
-    ASSERT_TRUE(buffer.open(kReadWrite));
+    ASSERT_TRUE(buffer.open(PIODevice::OpenReadWrite));
     EXPECT_EQ(buffer.write("abc", 3), 3u);
     EXPECT_EQ(buffer.availibleSpace(), 5u);
     EXPECT_EQ(buffer.write("12345678", 8), 5u);
     EXPECT_EQ(buffer.write("x", 1), 0u);
     EXPECT_EQ(buffer.peek(3).toStdString(), "abc");
-    EXPECT_EQ(readAllText(buffer), "abc12345");
+    EXPECT_EQ(buffer.readAll().toStdString(), "abc12345");
     // Without OpenRewindEmpty the drained space stays used.
     EXPECT_EQ(buffer.write("x", 1), 0u);
 
     PBuffer rewinding(4);
-    ASSERT_TRUE(rewinding.open(kDeviceBuffer));
+    ASSERT_TRUE(rewinding.open(PIODevice::OpenDeviceBuffer));
     EXPECT_EQ(rewinding.write("abcd", 4), 4u);
     char out[4];
     EXPECT_EQ(rewinding.read(out, 3), 3u);
     EXPECT_EQ(rewinding.write("e", 1), 0u) << "one byte unread: no rewind";
     EXPECT_EQ(rewinding.skip(10), 1u);
     EXPECT_EQ(rewinding.write("wxyz", 4), 4u);
-    EXPECT_EQ(readAllText(rewinding), "wxyz");
+    EXPECT_EQ(rewinding.readAll().toStdString(), "wxyz");
 }
 
 TEST(PBufferTest, readOnlyReopenExposesWhatWasHeldAtClose)
 {
     PBuffer buffer(8);
-    ASSERT_TRUE(buffer.open(kReadWrite));
+    ASSERT_TRUE(buffer.open(PIODevice::OpenReadWrite));
     buffer.write("abc", 3);
     ASSERT_TRUE(buffer.close());
     ASSERT_TRUE(buffer.open(PIODevice::OpenRead));
     EXPECT_EQ(buffer.availibleBytes(), 3u);
-    EXPECT_EQ(readAllText(buffer), "abc");
+    EXPECT_EQ(buffer.readAll().toStdString(), "abc");
 
     // A buffer that never kept anything exposes its whole capacity.
     PBuffer fresh(5);
@@ -97,7 +89,7 @@ TEST(PBufferTest, readOnlyReopenExposesWhatWasHeldAtClose)
     EXPECT_EQ(fresh.availibleBytes(), 5u);
     // Reopening for writing forgets the kept bytes.
     ASSERT_TRUE(buffer.close());
-    ASSERT_TRUE(buffer.open(kReadWrite));
+    ASSERT_TRUE(buffer.open(PIODevice::OpenReadWrite));
     EXPECT_EQ(buffer.availibleBytes(), 0u);
 
     PBuffer closed(8);
@@ -116,20 +108,20 @@ TEST(PBufferTest, readOnlyReopenExposesWhatWasHeldAtClose)
 TEST(PBufferTest, capacityChangeKeepsLeadingBytesAndClampsPositions)
 {
     PBuffer buffer(8);
-    ASSERT_TRUE(buffer.open(kReadWrite));
+    ASSERT_TRUE(buffer.open(PIODevice::OpenReadWrite));
     buffer.write("abcdef", 6);
     buffer.skip(1);
     buffer.setCapasity(4);
     EXPECT_EQ(buffer.capacity(), 4u);
     EXPECT_EQ(buffer.availibleSpace(), 0u);
-    EXPECT_EQ(readAllText(buffer), "bcd");
+    EXPECT_EQ(buffer.readAll().toStdString(), "bcd");
 
     buffer.setCapasity(16);
     EXPECT_EQ(buffer.write("XY", 2), 2u);
-    EXPECT_EQ(readAllText(buffer), "XY");
+    EXPECT_EQ(buffer.readAll().toStdString(), "XY");
     ASSERT_TRUE(buffer.close());
     ASSERT_TRUE(buffer.open(PIODevice::OpenRead));
-    EXPECT_EQ(readAllText(buffer), "abcdXY") << "growing kept the bytes already written";
+    EXPECT_EQ(buffer.readAll().toStdString(), "abcdXY") << "growing kept the bytes already written";
 }
 
 TEST(PBufferTest, unwrittenCapacityCostsNoResidentMemory)
@@ -139,7 +131,7 @@ TEST(PBufferTest, unwrittenCapacityCostsNoResidentMemory)
     std::vector<std::unique_ptr<PThreadSafeBuffer>> buffers;
     for (int i = 0; i < 8; ++i) {
         buffers.emplace_back(new PThreadSafeBuffer(0x1000000));
-        ASSERT_TRUE(buffers.back()->open(kDeviceBuffer));
+        ASSERT_TRUE(buffers.back()->open(PIODevice::OpenDeviceBuffer));
         ASSERT_EQ(buffers.back()->write("x", 1), 1u);
     }
     // 128 MiB of capacity; only the pages written may become resident.
@@ -149,7 +141,7 @@ TEST(PBufferTest, unwrittenCapacityCostsNoResidentMemory)
 TEST(PThreadSafeBufferTest, closeEndsAnEndlessWaitWithFalse)
 {
     PThreadSafeBuffer buffer(8);
-    ASSERT_TRUE(buffer.open(kDeviceBuffer));
+    ASSERT_TRUE(buffer.open(PIODevice::OpenDeviceBuffer));
     bool result = true;
     std::atomic<bool> started{false};
     std::thread waiter([&] {
@@ -170,7 +162,7 @@ TEST(PThreadSafeBufferTest, closeEndsAnEndlessWaitWithFalse)
 TEST(PThreadSafeBufferTest, timedWaitEndsTrueOnDataAndFalseOnTimeout)
 {
     PThreadSafeBuffer buffer(64);
-    ASSERT_TRUE(buffer.open(kDeviceBuffer));
+    ASSERT_TRUE(buffer.open(PIODevice::OpenDeviceBuffer));
     EXPECT_FALSE(buffer.waitForReadyRead(20));
 
     bool result = false;
@@ -182,14 +174,14 @@ TEST(PThreadSafeBufferTest, timedWaitEndsTrueOnDataAndFalseOnTimeout)
 
     PThreadSafeBuffer idle(8);
     EXPECT_FALSE(idle.waitForReadyRead(0)) << "closed";
-    ASSERT_TRUE(idle.open(kDeviceBuffer));
+    ASSERT_TRUE(idle.open(PIODevice::OpenDeviceBuffer));
     EXPECT_FALSE(idle.waitForReadyRead(0));
     idle.write("a", 1);
     EXPECT_TRUE(idle.waitForReadyRead(0));
     EXPECT_TRUE(idle.waitForBytesWriten(-1)) << "bytes available end any wait";
 
     PThreadSafeBuffer empty(0);
-    ASSERT_TRUE(empty.open(kDeviceBuffer));
+    ASSERT_TRUE(empty.open(PIODevice::OpenDeviceBuffer));
     EXPECT_FALSE(empty.waitForReadyRead(-1));
     PThreadSafeBuffer writeOnly(8);
     ASSERT_TRUE(writeOnly.open(PIODevice::OpenWrite));
@@ -199,7 +191,7 @@ TEST(PThreadSafeBufferTest, timedWaitEndsTrueOnDataAndFalseOnTimeout)
 TEST(PThreadSafeBufferTest, concurrentWriterAndReaderLoseNoByte)
 {
     PThreadSafeBuffer buffer(256);
-    ASSERT_TRUE(buffer.open(kDeviceBuffer));
+    ASSERT_TRUE(buffer.open(PIODevice::OpenDeviceBuffer));
     const int total = 20000;
     std::thread writer([&] {
         for (int i = 0; i < total;) {

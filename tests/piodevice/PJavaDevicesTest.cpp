@@ -33,8 +33,7 @@ std::string xmlInput(const std::string& xml, const std::string& suffix)
 
 std::string field(const std::string& bytes)
 {
-    return "<action><fields><field key=\"data\" value=\"" + strake::raw2Base64(bytes)
-        + "\"/></fields></action>";
+    return "<action><fields><field key=\"data\" value=\"" + strake::raw2Base64(bytes) + "\"/></fields></action>";
 }
 
 TEST(PJavaDevicesTest, portListAndDevicesInfoDecodeAndNameTheirFailures)
@@ -84,26 +83,19 @@ TEST(PJavaDevicesTest, bluetoothListDecodesEachPartAndNamesADeviceFromItsDescrip
 
 TEST(PJavaDevicesTest, withoutJavaOpenFailsWithTheFirstCheckOfEachDevice)
 {
-    auto serial = std::make_shared<PSerialPort>();
-    EXPECT_FALSE(serial->open(PIODevice::OpenRead));
-    EXPECT_EQ(serial->getLastError().message(), PString("JNI not connected"));
-
-    auto tcp = std::make_shared<PTcpSocket>();
-    EXPECT_FALSE(tcp->open(PIODevice::OpenRead));
-    EXPECT_EQ(tcp->getLastError().message(), PString("JNI not connected"));
-
     auto udp = std::make_shared<PUdpSocket>();
     EXPECT_EQ(udp->port(), 5000);
     EXPECT_FALSE(udp->open(PIODevice::OpenRead));
     EXPECT_EQ(udp->getLastError().message(), PString("no device address set"))
         << "the address is tested before Java";
     udp->setAddress(PString("127.0.0.1"));
-    EXPECT_FALSE(udp->open(PIODevice::OpenRead));
-    EXPECT_EQ(udp->getLastError().message(), PString("JNI not connected"));
-
-    auto bluetooth = std::make_shared<PBluetooth>();
-    EXPECT_FALSE(bluetooth->open(PIODevice::OpenRead));
-    EXPECT_EQ(bluetooth->getLastError().message(), PString("JNI not connected"));
+    const std::shared_ptr<PIOCustomDevice> devices[] = {std::make_shared<PSerialPort>(),
+                                                        std::make_shared<PTcpSocket>(), udp,
+                                                        std::make_shared<PBluetooth>()};
+    for (const auto& device : devices) {
+        EXPECT_FALSE(device->open(PIODevice::OpenRead));
+        EXPECT_EQ(device->getLastError().message(), PString("JNI not connected"));
+    }
     EXPECT_TRUE(PSerialPort::getAvailiblePorts().empty());
     EXPECT_TRUE(getAvailibleSerialPorts().empty());
     EXPECT_TRUE(PBluetooth::availibleDevices().empty());
@@ -131,8 +123,7 @@ TEST(PBroadcastReceaverTest, openRefusesMissingSettingsAndAMissingVmInTheLanguag
             EXPECT_FALSE(device->open(1));
             EXPECT_FALSE(device->isOpen());
             EXPECT_EQ(device->getLastError().code(), 2);
-            EXPECT_EQ(device->getLastError().message(),
-                      PString(language == PLocale::Russian ? c.russian : c.english));
+            EXPECT_EQ(device->getLastError().message(), PString(language == PLocale::Russian ? c.russian : c.english));
         }
     }
     PLocale::setDefaultLocaleId(PLocale::English);
@@ -241,14 +232,12 @@ TEST(PJavaHandlesTest, objectFoundByADeliveryOutlivesItsOwnerUntilTheDeliveryEnd
         PJavaHandle handle;
         slot.store(handle.attach(owner));
         std::this_thread::yield();
-        if (round % 2 == 0) {
+        if (round % 2 == 0)
             owner.reset();  // the owner goes first, the handle after
-        }
     }
     done.store(true);
-    for (auto& thread : deliverers) {
+    for (auto& thread : deliverers)
         thread.join();
-    }
     EXPECT_GT(deliveries.load(), 0);
 }
 

@@ -71,7 +71,6 @@ TEST(PKeyCodes, keyNamesShowDirection)
     for (unsigned int unnamed : {1u, 97u, 122u, 135u, 187u, 253u, 256u})
         EXPECT_TRUE(getKeyName(unnamed).isEmpty()) << unnamed;
 
-    // GS keys by index and back.
     for (unsigned int i = 0; i < 27; ++i)
         EXPECT_EQ(getGSKeyCodeIndex(unsigned(getGSKeyCodeForIndex(i))), int(i));
     EXPECT_EQ(getGSKeyCodeForIndex(27), -1);
@@ -125,8 +124,7 @@ TEST(PGlobalKeyEventsQueueTest, localQueueQueuesMapsAndTellsSubscribers)
 
     // Slots: a taken one is skipped until it is unmapped; the stored copy is marked taken.
     EXPECT_EQ(PGlobalKeyEventsQueue::mapMSG(keyMessage(4)), 0);
-    EXPECT_EQ(PGlobalKeyEventsQueue::mapMSGS({keyMessage(5), keyMessage(6)}),
-              (std::vector<int>{1, 2}));
+    EXPECT_EQ(PGlobalKeyEventsQueue::mapMSGS({keyMessage(5), keyMessage(6)}), (std::vector<int>{1, 2}));
     const PKeyMSG unmapped = PGlobalKeyEventsQueue::unmapMSG(1);
     EXPECT_EQ(unmapped.keycode, 5);
     EXPECT_NE(unmapped.mapped, 0u);

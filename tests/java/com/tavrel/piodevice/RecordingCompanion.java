@@ -3,6 +3,7 @@ package com.tavrel.piodevice;
 
 import android.app.Activity;
 import java.util.ArrayList;
+import java.util.Collections;
 import java.util.List;
 
 /** Delivers through the native method of the class deliverAs names. */
@@ -21,7 +22,7 @@ public class RecordingCompanion {
         public volatile String deliverAs = "";
     }
 
-    private static final List<String> calls = new ArrayList<>(); // guarded by itself
+    private static final List<String> calls = Collections.synchronizedList(new ArrayList<>());
     private static volatile Settings settings = new Settings();
     private static final byte[] pumpBlock = "0123456789ABCDEFGHI\r".getBytes();
     private static volatile long lastHandle;
@@ -42,9 +43,7 @@ public class RecordingCompanion {
     }
 
     public static void reset() {
-        synchronized (calls) {
-            calls.clear();
-        }
+        calls.clear();
         settings = new Settings();
     }
 
@@ -61,15 +60,13 @@ public class RecordingCompanion {
     }
 
     public static String calls() {
-        synchronized (calls) {
+        synchronized (calls) { // the join iterates
             return String.join("\n", calls);
         }
     }
 
     protected static void record(String call) {
-        synchronized (calls) {
-            calls.add(call);
-        }
+        calls.add(call);
         if (settings.throwing)
             throw new IllegalStateException("refused: " + call);
     }
