@@ -12,8 +12,6 @@ PXmlDocument parsed(const char* text)
     return document;
 }
 
-// ---- Reading
-
 TEST(PXmlNodesTest, childrenAreWalkedWithTheirAttributesAndFoundByTheFirstOfEachName)
 {
     PXmlDocument document = parsed(
@@ -89,7 +87,7 @@ TEST(PXmlNodesTest, badXmlFailsWithFormatErrorText)
     EXPECT_TRUE(document.getElement(PString("ok")).isValid());
 }
 
-// ---- Building (whole documents are compared in PVKSettingsTest and DeviceManagerTest)
+// Whole built documents are compared in PVKSettingsTest and DeviceManagerTest.
 
 TEST(PXmlNodesTest, appendChildRefusesMovesThatWouldBreakTheTree)
 {
@@ -111,12 +109,9 @@ TEST(PXmlNodesTest, appendChildRefusesMovesThatWouldBreakTheTree)
     EXPECT_EQ(document.toString(), before);
     EXPECT_EQ(other.toString(), PString("<z/>"));
 
-    // Moving an existing node takes it out of its old place.
     EXPECT_TRUE(a.appendChild(c).isValid());
     EXPECT_EQ(document.toString(), PString("<a><b/>text<c/></a>"));
 }
-
-// ---- Lifetime
 
 TEST(PXmlNodesTest, handlesGoInvalidWhenTheDocumentIsClearedOrReparsedAndKeepItAliveOtherwise)
 {
@@ -143,7 +138,6 @@ TEST(PXmlNodesTest, handlesGoInvalidWhenTheDocumentIsClearedOrReparsedAndKeepItA
     EXPECT_TRUE(copy.getElement(PString("n")).isValid());
     EXPECT_FALSE(b.isValid());
 
-    // A node handle keeps its document alive.
     PXmlElement field;
     {
         PXmlDocument document = parsed("<action><fields><field key=\"k\"/></fields></action>");
