@@ -13,7 +13,7 @@
 
 #include <atomic>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <thread>
 
 namespace {
@@ -163,10 +163,9 @@ TEST_F(DeviceManagerTest, catalogueIsTheWholeSettingsDocumentInEitherLanguage)
         ASSERT_TRUE(DeviceManager::fillSettings(&settings));
         std::ifstream in(std::string(KELMOR_SOURCE_DIR) + "/tests/AddIn/data/" +
                          (withLists ? "settings-en-lists.xml" : "settings-ru.xml"));
-        std::ostringstream expected;
-        expected << in.rdbuf();
-        ASSERT_FALSE(expected.str().empty());
-        EXPECT_EQ(settings.getXML().toStdString(), expected.str());
+        const std::string expected((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        ASSERT_FALSE(expected.empty());
+        EXPECT_EQ(settings.getXML().toStdString(), expected);
     }
     EXPECT_FALSE(DeviceManager::fillSettings(nullptr));
 }

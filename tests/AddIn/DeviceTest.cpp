@@ -130,12 +130,10 @@ TEST_F(DeviceTest, broadcastTakesFreeValuesOverStandardOnesAndTheCutTexts)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(static_cast<int>(&c - cases));
-        PPropertyBag settings = bag({{"BluetoothDevice", PVariant("BROADCAST")},
-                                     {"StandardAction", PVariant("android.intent.action.MAIN")},
-                                     {"Action", PVariant("")}, {"Category", PVariant("")},
-                                     {"StandardCategory", PVariant("android.intent.category.DEFAULT")},
-                                     {"StandardExtra", PVariant("NONE")}, {"Extra", PVariant("barcode")},
-                                     {"ExtraType", PVariant("ByteArray")}});
+        PPropertyBag settings = bag({{"BluetoothDevice", PVariant("BROADCAST")}, {"Action", PVariant("")},
+            {"StandardAction", PVariant("android.intent.action.MAIN")}, {"Category", PVariant("")},
+            {"StandardCategory", PVariant("android.intent.category.DEFAULT")}, {"Extra", PVariant("barcode")},
+            {"StandardExtra", PVariant("NONE")}, {"ExtraType", PVariant("ByteArray")}});
         for (const auto& value : c.fix)
             settings.addValue(PString(value.first), value.second);
         Device device;

@@ -70,8 +70,7 @@ class KeyboardProcessorTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        for (PInputProcessor* processor : {static_cast<PInputProcessor*>(&keyboard),
-                                           static_cast<PInputProcessor*>(&preview)}) {
+        for (PInputProcessor* processor : std::initializer_list<PInputProcessor*>{&keyboard, &preview}) {
             processor->setParameter("EventName", PVariant("Barcode"));
             processor->setParameter("DevId", PVariant("Kelmor#1"));
             processor->setParameter("EquipmentType", PVariant("Scanner"));

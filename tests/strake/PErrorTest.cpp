@@ -50,8 +50,7 @@ TEST(PErrorTest, ladderTurnsEveryExceptionIntoAnErrorAndRaiseStoresOrThrows)
     auto plain = [] { return PError::fromCurrentException(); };
     auto named = [] { return PError::fromCurrentException("Unexpected"); };
     auto placed = [] { return PError::fromCurrentException(PError(2, "", "mod", "fn", 7), PError::StandardText::Dropped); };
-    for (auto ladder : {std::function<PError()>(plain), std::function<PError()>(named),
-                        std::function<PError()>(placed)})
+    for (const auto& ladder : std::initializer_list<std::function<PError()>>{plain, named, placed})
         EXPECT_EQ(caught([] { throw PError(120, "cfg"); }, ladder).message(), PString("cfg"));
 
     EXPECT_EQ(caught([] { throw std::runtime_error("boom"); }, named).toString(), PString("[2]boom"));

@@ -23,9 +23,7 @@ TEST(PXmlNodesTest, childrenAreWalkedWithTheirAttributesAndFoundByTheFirstOfEach
         EXPECT_EQ(device.attribute(PString("productName"), PVariant("fallback")).toPString(),
                   device.name() == PString("usb") ? PString("Сканер") : PString());
     }
-    const std::vector<std::pair<PString, PString>> expected = {{PString("usb"), PString("1")},
-                                                               {PString("x"), PString("2")}};
-    EXPECT_EQ(seen, expected);
+    EXPECT_EQ(seen, (std::vector<std::pair<PString, PString>>{{PString("usb"), PString("1")}, {PString("x"), PString("2")}}));
 
     PXmlElement usb = document.getElement(PString("Devices/usb"));
     EXPECT_EQ(usb.attributes(), (std::vector<PString>{PString("id"), PString("productName")}));
