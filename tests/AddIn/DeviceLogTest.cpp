@@ -127,12 +127,10 @@ TEST_F(DeviceLogTest, javaLogNameAndLogsThatCannotBeWritten)
     device.initDebug(settings(0, dir + "/a.b.c.d"));
     EXPECT_TRUE(std::filesystem::exists(dir + "/a_java.b"));
 
-    // A folder that does not exist: the device works without a log.
     Device unlogged;
     ASSERT_TRUE(unlogged.open(settings(0, dir + "/missing/x.log"), [](PEvent*) {}, [](const PError&) {}));
     EXPECT_FALSE(std::filesystem::exists(dir + "/missing"));
 
-    // Type 0 with no path: a handler that drops everything.
     Device pathless;
     pathless.initDebug(settings(0, ""));
     ASSERT_TRUE(pathless.debugMessageHandler());

@@ -13,7 +13,7 @@
 
 #include <atomic>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <thread>
 
 namespace {
@@ -33,14 +33,6 @@ protected:
     kelmortest::FactoryScope scope{factory};
 };
 
-std::vector<std::string> ids()
-{
-    std::vector<std::string> result;
-    for (const PString& id : DeviceManager::DevicesIds())
-        result.push_back(id.toStdString());
-    return result;
-}
-
 TEST_F(DeviceManagerTest, numbersCountTheWholeTableAndARepeatedIdLeavesTheLiveDevice)
 {
     PString id;
@@ -50,7 +42,8 @@ TEST_F(DeviceManagerTest, numbersCountTheWholeTableAndARepeatedIdLeavesTheLiveDe
     EXPECT_EQ(id, PString("CardReaderDevice#2"));
     auto third = DeviceManager::create("InputDevice", &id);
     EXPECT_EQ(id, PString("InputDevice#3"));
-    EXPECT_EQ(ids(), (std::vector<std::string>{"CardReaderDevice#2", "InputDevice#1", "InputDevice#3"}));
+    EXPECT_EQ(DeviceManager::DevicesIds(),
+              (std::vector<PString>{PString("CardReaderDevice#2"), PString("InputDevice#1"), PString("InputDevice#3")}));
     EXPECT_EQ(DeviceManager::get("InputDevice#1"), first);
 
     // With the first gone the count gives 3 again: the live device keeps its id.
@@ -155,7 +148,7 @@ TEST_F(DeviceManagerTest, aTestIsOneAttemptThatLeavesTheTableAsItWas)
     EXPECT_FALSE(DeviceManager::test(settings));
     EXPECT_EQ(factory->count(), 2);
     EXPECT_EQ(DeviceManager::getLastError().message(), PString("Failed to open device. Check connection"));
-    EXPECT_EQ(ids(), std::vector<std::string>{"InputDevice#1"});
+    EXPECT_EQ(DeviceManager::DevicesIds(), std::vector<PString>{PString("InputDevice#1")});
 }
 
 // Compared whole with reviewed documents: English with the port and device lists, Russian without.
@@ -170,10 +163,9 @@ TEST_F(DeviceManagerTest, catalogueIsTheWholeSettingsDocumentInEitherLanguage)
         ASSERT_TRUE(DeviceManager::fillSettings(&settings));
         std::ifstream in(std::string(KELMOR_SOURCE_DIR) + "/tests/AddIn/data/" +
                          (withLists ? "settings-en-lists.xml" : "settings-ru.xml"));
-        std::ostringstream expected;
-        expected << in.rdbuf();
-        ASSERT_FALSE(expected.str().empty());
-        EXPECT_EQ(settings.getXML().toStdString(), expected.str());
+        const std::string expected((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        ASSERT_FALSE(expected.empty());
+        EXPECT_EQ(settings.getXML().toStdString(), expected);
     }
     EXPECT_FALSE(DeviceManager::fillSettings(nullptr));
 }

@@ -122,22 +122,18 @@ TEST_F(DeviceTest, broadcastTakesFreeValuesOverStandardOnesAndTheCutTexts)
         const char* suffix;
     };
     const Case cases[] = {
-        {{}, "", "\r"},
+        {{}, "", "\r"}, {{{"Suffix", PVariant(128)}}, "", ""}, {{{"Suffix", PVariant(3338)}}, "", "\r\n"},
         {{{"Suffix", PVariant(0)}, {"Prefix", PVariant(-1)}}, "", "\r"},
         {{{"Suffix", PVariant("end")}, {"Prefix", PVariant(2)}}, "\x02", "\r"},
         {{{"Suffix", PVariant(-1)}, {"Prefix", PVariant(200)}}, "", ""},
         {{{"Suffix", PVariant(10)}, {"Prefix", PVariant("65")}}, "A", "\n"},
-        {{{"Suffix", PVariant(128)}}, "", ""},
-        {{{"Suffix", PVariant(3338)}}, "", "\r\n"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(static_cast<int>(&c - cases));
-        PPropertyBag settings = bag({{"BluetoothDevice", PVariant("BROADCAST")},
-                                     {"StandardAction", PVariant("android.intent.action.MAIN")},
-                                     {"Action", PVariant("")}, {"Category", PVariant("")},
-                                     {"StandardCategory", PVariant("android.intent.category.DEFAULT")},
-                                     {"StandardExtra", PVariant("NONE")}, {"Extra", PVariant("barcode")},
-                                     {"ExtraType", PVariant("ByteArray")}});
+        PPropertyBag settings = bag({{"BluetoothDevice", PVariant("BROADCAST")}, {"Action", PVariant("")},
+            {"StandardAction", PVariant("android.intent.action.MAIN")}, {"Category", PVariant("")},
+            {"StandardCategory", PVariant("android.intent.category.DEFAULT")}, {"Extra", PVariant("barcode")},
+            {"StandardExtra", PVariant("NONE")}, {"ExtraType", PVariant("ByteArray")}});
         for (const auto& value : c.fix)
             settings.addValue(PString(value.first), value.second);
         Device device;
@@ -223,7 +219,6 @@ TEST_F(DeviceTest, failedOpensLeaveNothingBehindAndTheNextOneWorks)
     factory->onOpen = nullptr;
     EXPECT_TRUE(open(device, settings));
     EXPECT_EQ(device.settings().value(PString("BluetoothDevice")).toStdString(), "00:11:22:33:44:55");
-    // A second open closes what the first left running.
     const auto first = factory->last();
     EXPECT_TRUE(open(device, settings));
     EXPECT_EQ(first->closes, 1);

@@ -70,8 +70,7 @@ class KeyboardProcessorTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        for (PInputProcessor* processor : {static_cast<PInputProcessor*>(&keyboard),
-                                           static_cast<PInputProcessor*>(&preview)}) {
+        for (PInputProcessor* processor : std::initializer_list<PInputProcessor*>{&keyboard, &preview}) {
             processor->setParameter("EventName", PVariant("Barcode"));
             processor->setParameter("DevId", PVariant("Kelmor#1"));
             processor->setParameter("EquipmentType", PVariant("Scanner"));
@@ -159,12 +158,10 @@ TEST_F(KeyboardProcessorTest, burstsWithoutSuffixTextOrMessagesEndQuietly)
     EXPECT_EQ(inputs(), (std::vector<std::string>{"45"}));
     delivered.clear();
 
-    // Key-up strokes only translate to nothing.
     std::string releases;
     for (char c : std::string("ABC"))
         releases += record(29 + (c - 'A'), false, std::string(1, c));
     EXPECT_EQ(feed(keyboard, releases, 2), (std::vector<int>{1, 1, 0}));
-    // An idle tick and events of another type do nothing.
     PIODeviceEvent idle = tick("");
     keyboard.processInput(&idle);
     EXPECT_FALSE(idle.value("acceptStatus").isValid());
@@ -246,7 +243,6 @@ TEST_F(KeyboardProcessorTest, previewShowsTextWithNamedControls)
     EXPECT_EQ(delivered[2].unprocessed, "AB\r");
     EXPECT_FALSE(delivered[2].copy->value("acceptStatus").isValid());
 
-    // Base64 shows the characters alone.
     preview.setParameter("OutputDataType", PVariant(1));
     PIODeviceEvent burst = tick(scan);
     PByteArray raw;

@@ -52,12 +52,9 @@ TEST(PMarkedSequenceTest, workedExamplesGiveTheirRunsAndMessages)
         Strings messages;
     };
     const std::vector<Row> rows = {
-        {"AB\rCD\r", "", "AB:0|\r:1|CD:0|\r:1", {"AB", "CD"}},
-        {"AB\r\rCD", "", "AB:0|\r\r:1|CD:0", {"AB"}},
-        {"\rAB\r", "", "\r:1|AB:0|\r:1", {"AB"}},
-        {"XAB\rCD\r", "X", "XAB:0|\r:1|CD:0|\r:1", {"AB"}},
-        {"X\r", "X", "X:0|\r:1", {}},
-        {"XA\r", "X", "XA:0|\r:1", {"A"}},
+        {"AB\rCD\r", "", "AB:0|\r:1|CD:0|\r:1", {"AB", "CD"}}, {"AB\r\rCD", "", "AB:0|\r\r:1|CD:0", {"AB"}},
+        {"\rAB\r", "", "\r:1|AB:0|\r:1", {"AB"}},               {"XAB\rCD\r", "X", "XAB:0|\r:1|CD:0|\r:1", {"AB"}},
+        {"X\r", "X", "X:0|\r:1", {}},                           {"XA\r", "X", "XA:0|\r:1", {"A"}},
     };
     for (const Row& row : rows) {
         const Marks marks = mark(row.data, "\r");
@@ -127,7 +124,6 @@ TEST(PMarkedSequenceTest, markAccessOnEmptyOrOriginlessSequenceIsSafe)
     EXPECT_EQ(std::string(popped.begin(), popped.end()), "C");
     EXPECT_EQ(marks.count(), 2u);
     EXPECT_EQ(marks.lastMark().type(), 1);
-    // Copies are values: popping from one leaves the other whole.
     Marks copy = marks;
     copy.popBackMark();
     EXPECT_EQ(marks.count(), 2u);

@@ -22,7 +22,6 @@ void configure(PInputProcessor& processor, std::initializer_list<std::pair<const
         processor.setParameter(parameter.first, parameter.second);
 }
 
-// A processor with a recording callback and a recording debug handler.
 struct Harness {
     explicit Harness(PInputProcessor& processor, bool withDebug = false) : p(processor)
     {
@@ -239,7 +238,6 @@ TEST(PSerialInputProcessorTest, unfinishedMessageOverTheBoundIsDroppedWhole)
         drops += line.find("bytes and is dropped") != std::string::npos;
     EXPECT_EQ(drops, 1u);
 
-    // Just under the bound a message still goes out whole.
     h.feed(std::string(PSerialInputProcessor::MaxPendingBytes - 1, 'Y'));
     h.feed("Y\r");
     ASSERT_EQ(h.messages.size(), 2u);
@@ -267,8 +265,7 @@ TEST(PTestSerialInputProcessorTest, previewSpellsControlCharactersAndKeepsTheEve
     EXPECT_EQ(processor.pendingBytes(), 1u);
 }
 
-// The global allocation functions, counting per thread (the array, nothrow and sized forms
-// forward to these); sanitizer builds keep their own allocator.
+// Counting global new and delete (the other forms forward to these); sanitizers keep their own.
 #if defined(__GNUC__) && !defined(__clang__)
 // The compiler cannot see that these new and delete pair through malloc and free.
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"

@@ -10,8 +10,7 @@
 
 namespace {
 
-// What iconv makes of one unit, flushing a stateful converter (which may hold a letter back);
-// "" when it refuses.
+// What iconv makes of one unit ("" when it refuses), flushing a stateful converter that holds a letter back.
 std::string iconvOne(iconv_t cd, const void* unit, size_t size)
 {
     iconv(cd, nullptr, nullptr, nullptr, nullptr);
@@ -26,8 +25,6 @@ std::string iconvOne(iconv_t cd, const void* unit, size_t size)
 }
 
 } // namespace
-
-// ---- registry and factory ----
 
 TEST(PEncodingTest, factoryMakesTheVietnameseClassesAndPlainEncodingsForTheRest)
 {
@@ -77,8 +74,6 @@ TEST(PEncodingTest, directEncodeThrowsOneWhenTheRowCannotEncode)
     EXPECT_EQ(unknown.decode("abc"), L"");
 }
 
-// ---- Vietnamese tables ----
-
 TEST(PEncodingTest, everyVietnameseTableCoversTheSame135Characters)
 {
     std::string (*const tables[])(const std::wstring&) = {strake::unicode2vni,
@@ -114,8 +109,6 @@ TEST(PEncodingTest, tableEncodingPassesAsciiAndMarksTheRestWithQuestionMarks)
     EXPECT_EQ(strake::unicode2vilat(L"Tr\x01B0\x1EDDng \x0110\x1EA1i"), "Truong Dai");
     EXPECT_EQ(PEncoding::encode(L"\x1EA4", 111258), "\xA2\xCA");
 }
-
-// ---- built-in code pages ----
 
 TEST(PEncodingTest, recodingDropsOrMarksWhatTheTargetCannotHold)
 {

@@ -49,12 +49,8 @@ TEST(PErrorTest, ladderTurnsEveryExceptionIntoAnErrorAndRaiseStoresOrThrows)
     };
     auto plain = [] { return PError::fromCurrentException(); };
     auto named = [] { return PError::fromCurrentException("Unexpected"); };
-    auto placed = [] {
-        return PError::fromCurrentException(PError(2, "", "mod", "fn", 7),
-                                            PError::StandardText::Dropped);
-    };
-    for (auto ladder : {std::function<PError()>(plain), std::function<PError()>(named),
-                        std::function<PError()>(placed)})
+    auto placed = [] { return PError::fromCurrentException(PError(2, "", "mod", "fn", 7), PError::StandardText::Dropped); };
+    for (const auto& ladder : std::initializer_list<std::function<PError()>>{plain, named, placed})
         EXPECT_EQ(caught([] { throw PError(120, "cfg"); }, ladder).message(), PString("cfg"));
 
     EXPECT_EQ(caught([] { throw std::runtime_error("boom"); }, named).toString(), PString("[2]boom"));
@@ -71,8 +67,6 @@ TEST(PErrorTest, ladderTurnsEveryExceptionIntoAnErrorAndRaiseStoresOrThrows)
     EXPECT_THROW(PError::raise(PError(100, "x"), nullptr), PError);
     EXPECT_NO_THROW(PError::raise(PError(), nullptr));
 }
-
-// ---- debug messages ----
 
 struct Delivered {
     std::vector<std::pair<int, std::string>> lines;
@@ -146,8 +140,6 @@ TEST(PDebugTest, defaultHandlerWritesLinesToTheGlobalLogger)
     EXPECT_EQ(text.find("ignored"), std::string::npos);
     gDebugGlobal.reset();
 }
-
-// ---- logger ----
 
 TEST(PLoggerTest, writesFromManyThreadsArriveWhole)
 {

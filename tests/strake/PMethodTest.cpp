@@ -30,13 +30,12 @@ PMethod recordingMethod(const char* signature, Recorder& recorder)
 }
 
 // Each refusal's code, as the host sees it, is pinned by KelmorNativeTest.
-TEST(PMethodTest, refusedCallsNeverReachTheHandler)
+TEST(PMethodTest, onlyAcceptedCallsReachTheHandlerWithAnEmptyResultAndTheCopysAllocator)
 {
     Recorder recorder;
     PMethod method = recordingMethod("BOOL(WSTR,REF)", recorder);
     tVariant result;
-    tVariant params[2];
-    std::memset(params, 0, sizeof params);
+    tVariant params[2] = {};
     EXPECT_THROW(method(&result, params, 0, nullptr), PError);
     PError error;
     EXPECT_FALSE(method(nullptr, params, 2, &error));
@@ -46,23 +45,14 @@ TEST(PMethodTest, refusedCallsNeverReachTheHandler)
     EXPECT_FALSE(unbound.isValid());
     EXPECT_FALSE(unbound(nullptr, nullptr, 0, &error));
     EXPECT_EQ(error.code(), 114);
-}
 
-TEST(PMethodTest, handlerGetsAnEmptyResultAndTheCopysAllocator)
-{
-    Recorder recorder;
     PMethod table = recordingMethod("BOOL(WSTR)", recorder);
     PHostMemoryManager memory;
     PMethod call = table;
     call.setAllocator(&memory);
-
-    tVariant result;
     std::memset(&result, 0xAB, sizeof result);
-    tVariant param;
-    std::memset(&param, 0, sizeof param);
-    PError error(9, "stale");
-    // The handler's false is its own business: the call itself succeeded.
-    EXPECT_TRUE(call(&result, &param, 1, &error));
+    // The handler's false is its own business: the call itself succeeded and clears the old error.
+    EXPECT_TRUE(call(&result, params, 1, &error));
     EXPECT_EQ(error.code(), 0);
     EXPECT_EQ(recorder.calls, 1);
     EXPECT_EQ(recorder.resultTypeSeen, VTYPE_EMPTY);
@@ -71,7 +61,7 @@ TEST(PMethodTest, handlerGetsAnEmptyResultAndTheCopysAllocator)
     EXPECT_EQ(std::memcmp(&result, &zero, sizeof result), 0);
 
     // The table's copy keeps no allocator.
-    table(&result, &param, 1, nullptr);
+    table(&result, params, 1, nullptr);
     EXPECT_EQ(recorder.allocatorSeen, nullptr);
 
     Recorder procedure;
@@ -94,8 +84,7 @@ TEST(PPropertyTest, writesAreCheckedAndNotifiedOnlyWhenTheSetterTakesThem)
         },
         [&](const tVariant&) { ++notified; });
 
-    tVariant value;
-    std::memset(&value, 0, sizeof value);
+    tVariant value = {};
     strake::int2var(&value, 9600, VTYPE_UI4);
     PError error;
     EXPECT_TRUE(property.setValue(&value, &error));
@@ -117,7 +106,7 @@ TEST(PPropertyTest, writesAreCheckedAndNotifiedOnlyWhenTheSetterTakesThem)
                        });
     EXPECT_TRUE(readOnly.isReadable());
     EXPECT_FALSE(readOnly.isWritable());
-    std::memset(&value, 0, sizeof value);
+    value = {};
     EXPECT_TRUE(readOnly.setValue(&value, nullptr));
 
     PHostMemoryManager memory;

@@ -96,8 +96,7 @@ TEST(PCallGateTest, closedGateRefusesPassesAndCloseFromInsideDoesNotWaitForItsel
     gate.close();
 }
 
-// Owners destroy objects while callers hammer them: close waits for every pass, so a caller with
-// a pass never sees its object destroyed.
+// Close waits for every pass, so a caller holding one never sees its object destroyed under it.
 TEST(PCallGateTest, objectBehindTheGateIsNeverSeenDestroyed)
 {
     struct Target {

@@ -4,14 +4,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 namespace {
 
 tVariant valueOfType(int type, uint32_t length = 0)
 {
-    tVariant v;
-    std::memset(&v, 0, sizeof v);
+    tVariant v = {};
     v.vt = static_cast<uint16_t>(type);
     v.strLen = length;
     return v;
@@ -25,13 +22,9 @@ TEST(PSemanticEntryTest, signaturesParseIntoTypedEntriesOrTheDefault)
         std::vector<int> params;
     };
     const Case cases[] = {
-        {"BOOL(WSTR,REF)", 11, {22, 1}},
-        {"BOOL( WSTR , REF )", 11, {22, 1}},
-        {"REF()", 1, {}},
-        {"VOID()", 0, {}},
-        {"(INT)", 0, {3}},
-        {"BOOL(WSTR,)", 11, {22}},
-        {"BOOL(,WSTR)", 11, {0, 22}},
+        {"BOOL(WSTR,REF)", 11, {22, 1}}, {"BOOL( WSTR , REF )", 11, {22, 1}},
+        {"REF()", 1, {}},                 {"VOID()", 0, {}},                  {"(INT)", 0, {3}},
+        {"BOOL(WSTR,)", 11, {22}},        {"BOOL(,WSTR)", 11, {0, 22}},
         {"INT2(INT4,INT,INT8,UINT2,UINT4,UINT,UINT8)", 2, {3, 3, 17, 15, 16, 16, 18}},
         {"DOUBLE(FLOAT,REAL,STR,BLOB,RESULT,VARIANT)", 5, {4, 4, 8, 23, 21, 12}},
         {"REF(WSTR) trailing text is ignored", 1, {22}},
@@ -50,7 +43,6 @@ TEST(PSemanticEntryTest, signaturesParseIntoTypedEntriesOrTheDefault)
         EXPECT_EQ(types, c.params);
     }
 
-    // Bad signatures give the default, without an error.
     for (const char* text : {"", "bool()", "FOO()", "BOOL", "BOOL(WSTR", "BOOL)WSTR(", "BOOL(wstr)",
                              "BOOL(WSTR,FOO)", "B OOL()"}) {
         SCOPED_TRACE(text);
@@ -155,15 +147,10 @@ struct Good {
 TEST(PJniSignatureTest, wellFormedSignaturesGiveTheirTypeCodes)
 {
     const Good cases[] = {
-        {"(Landroid/app/Activity;J)V", {0x100, 7}, 1},
-        {"([B)Z", {0x2003}, 2},
-        {"()Ljava/lang/String;", {}, 0x101},
-        {"(ZBCSIJFD)V", {2, 3, 4, 5, 6, 7, 8, 9}, 1},
+        {"(Landroid/app/Activity;J)V", {0x100, 7}, 1}, {"([B)Z", {0x2003}, 2}, {"()Ljava/lang/String;", {}, 0x101},
+        {"(ZBCSIJFD)V", {2, 3, 4, 5, 6, 7, 8, 9}, 1}, {"(L;)I", {0x100}, 6}, {" \t(Ljava/lang/String;)V\r\n", {0x101}, 1},
         // Nesting is not counted, and only exactly java/lang/String is a string.
-        {"([[I[Ljava/lang/String;Ljava/lang/Strings;Ljava/lang/Strin;)[J",
-         {0x2006, 0x2101, 0x100, 0x100}, 0x2007},
-        {"(L;)I", {0x100}, 6},
-        {" \t(Ljava/lang/String;)V\r\n", {0x101}, 1},
+        {"([[I[Ljava/lang/String;Ljava/lang/Strings;Ljava/lang/Strin;)[J", {0x2006, 0x2101, 0x100, 0x100}, 0x2007},
         // A class name may hold a ")": the walk goes by the marks alone.
         {"(La)b;)D", {0x100}, 9},
         // A second return type replaces the first.
@@ -180,7 +167,6 @@ TEST(PJniSignatureTest, wellFormedSignaturesGiveTheirTypeCodes)
         EXPECT_EQ(signature.retValueType(), c.returnType);
     }
 
-    // Parsing a copy leaves the original alone.
     PJniSignature original(PString("(IJ)V"));
     PJniSignature copy = original;
     EXPECT_FALSE(copy.parse(PString("(Q)V")));
@@ -193,17 +179,12 @@ TEST(PJniSignatureTest, wellFormedSignaturesGiveTheirTypeCodes)
 TEST(PJniSignatureTest, malformedSignaturesFailWithTheirReasonAndKeepNothing)
 {
     const std::pair<const char*, const char*> cases[] = {
-        {"   ", "no open quote"},
-        {"I)V", "no open quote"},
-        {"(I", "no close quote"},
-        {"(IL", "no close quote"},
+        {"   ", "no open quote"},          {"I)V", "no open quote"},
+        {"(I", "no close quote"},          {"(IL", "no close quote"},
+        {"(IV)V", "parameter cant be void"}, {"([V)V", "parameter cant be void"},
+        {"(I)[V", "void cant be array"},     {"([)V", "void cant be array"},
+        {"(I I)V", "bad class mark"},        {"(I)V\xC3\xA9", "bad class mark"},
         {"(ILjava/lang/String)V", "no close simbol for class name"},
-        {"(IV)V", "parameter cant be void"},
-        {"([V)V", "parameter cant be void"},
-        {"(I)[V", "void cant be array"},
-        {"([)V", "void cant be array"},
-        {"(I I)V", "bad class mark"},
-        {"(I)V\xC3\xA9", "bad class mark"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.first);
@@ -215,7 +196,6 @@ TEST(PJniSignatureTest, malformedSignaturesFailWithTheirReasonAndKeepNothing)
         EXPECT_EQ(signature.retValueType(), 0);
     }
 
-    // Without a return type a signature is invalid, but no error.
     for (const char* text : {"()", "(I)", "(I)["}) {
         SCOPED_TRACE(text);
         PError why;

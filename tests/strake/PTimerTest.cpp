@@ -80,7 +80,6 @@ TEST(PTimerTest, restartWithFlagOneRunsAtOnceAndZeroOnlyMovesTheTick)
     // Stopping wakes the long wait at once: the test would hang otherwise.
     timer.stop();
     EXPECT_FALSE(timer.isRunning());
-    // Not running: restart starts with the stored values.
     EXPECT_TRUE(timer.restart(1));
     ASSERT_TRUE(counter.waitFor(2));
 

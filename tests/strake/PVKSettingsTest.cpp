@@ -112,22 +112,17 @@ TEST(PVKSettingsTest, writesKeepTheHostTypeAndRefuseWhatHasNoValue)
 }
 
 
-PPropertyBag parse(const std::string& text, PError& error)
-{
-    return strake::parseIniData(text, &error);
-}
-
 TEST(PINIReaderTest, linesGiveTrimmedTextValues)
 {
     PError error(7, "stale");
-    const PPropertyBag bag = parse(" a = 1 ;note ] [ =\r\n"
-                                   ";comment a=2\n"
-                                   "\n"
-                                   "two words=x y\t\r\n"
-                                   "empty=\n"
-                                   "a=second\n"
-                                   "k\xD0\x99\x7F=v\xFF\n",
-                                   error);
+    const PPropertyBag bag = strake::parseIniData(" a = 1 ;note ] [ =\r\n"
+                                              ";comment a=2\n"
+                                              "\n"
+                                              "two words=x y\t\r\n"
+                                              "empty=\n"
+                                              "a=second\n"
+                                              "k\xD0\x99\x7F=v\xFF\n",
+                                              &error);
     EXPECT_FALSE(error.isError());
     EXPECT_EQ(bag.size(), 3u);
     EXPECT_EQ(bag.value(PString("a")).type(), PVariant::StdString);
@@ -138,10 +133,10 @@ TEST(PINIReaderTest, linesGiveTrimmedTextValues)
     EXPECT_FALSE(bag.hasKey(PString("empty")));
 
     // Only a line feed stores a pair; NUL ends the text.
-    EXPECT_TRUE(parse("a=1", error).empty());
-    EXPECT_TRUE(parse("", error).empty());
+    EXPECT_TRUE(strake::parseIniData("a=1", &error).empty());
+    EXPECT_TRUE(strake::parseIniData("", &error).empty());
 
-    EXPECT_EQ(parse(std::string("a=1\n\0b\n", 7), error).keys(), std::vector<PString>{PString("a")});
+    EXPECT_EQ(strake::parseIniData(std::string("a=1\n\0b\n", 7), &error).keys(), std::vector<PString>{PString("a")});
     EXPECT_FALSE(error.isError());
 }
 
@@ -154,7 +149,7 @@ TEST(PINIReaderTest, malformedLinesEmptyTheWholeBag)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.first);
         PError error;
-        EXPECT_TRUE(parse(c.first, error).empty());
+        EXPECT_TRUE(strake::parseIniData(c.first, &error).empty());
         EXPECT_EQ(error.code(), c.second);
         EXPECT_EQ(error.message(), c.second == 100 ? PString("wrong ini format") : PString());
         try {
@@ -166,18 +161,10 @@ TEST(PINIReaderTest, malformedLinesEmptyTheWholeBag)
     }
 }
 
-class PINIReaderFileTest : public ::testing::Test {
-protected:
-    void TearDown() override { std::remove(path.c_str()); }
-    void write(const std::string& content)
-    {
-        std::ofstream(path, std::ios::binary) << content;
-    }
-    std::string path = ::testing::TempDir() + "PINIReaderFileTest_" + std::to_string(::getpid()) + ".ini";
-};
-
-TEST_F(PINIReaderFileTest, settingsAreReadOnceAndKeptUntilThePathChangesAndFailuresSayWhy)
+TEST(PINIReaderTest, settingsAreReadOnceAndKeptUntilThePathChangesAndFailuresSayWhy)
 {
+    const std::string path = ::testing::TempDir() + "PINIReaderTest_" + std::to_string(::getpid()) + ".ini";
+    auto write = [&path](const std::string& content) { std::ofstream(path, std::ios::binary) << content; };
     write("port=COM1\n");
     PINIReader reader{PString(path)};
     EXPECT_EQ(reader.getSettings().value(PString("port")).toStdString(), "COM1");
@@ -209,6 +196,7 @@ TEST_F(PINIReaderFileTest, settingsAreReadOnceAndKeptUntilThePathChangesAndFailu
     EXPECT_EQ(PINIReader::readSettings(PString(path), &error).size(), 1u);
     EXPECT_FALSE(error.isError());
     EXPECT_EQ(PINIReader::readSettings(PString(path)).size(), 1u);
+    std::remove(path.c_str());
 }
 
 std::string document(const std::string& strings)
@@ -238,13 +226,8 @@ TEST(PTranslationTest, textsAreFoundOnlyInTheirOwnLanguageAndAFaultyDocumentChan
     // A look-up never fills the table.
     EXPECT_TRUE(table.isEmpty());
 
-    // A faulty document changes nothing.
-    struct Case {
-        std::string xml;
-        const char* message;
-    };
     const std::string good = R"(<string sid="a"><locale lid="en">A</locale></string>)";
-    const Case cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
         {"<localization><strings>", "Bad xml"},
         {"<other/>", "Bad xml localization format"},
         {"<localization/>", "Bad xml localization format"},
@@ -254,15 +237,15 @@ TEST(PTranslationTest, textsAreFoundOnlyInTheirOwnLanguageAndAFaultyDocumentChan
         {document(good + R"(<string sid="b"><locale lid="en"></locale></string>)"), "Bad xml localization format"},
         {document(good + R"(<string sid="b"><text lid="en">B</text></string>)"), "Bad xml localization format"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.xml);
+    for (const auto& [xml, message] : cases) {
+        SCOPED_TRACE(xml);
         PTranslation table;
         PError error;
-        EXPECT_FALSE(table.load(c.xml, &error));
+        EXPECT_FALSE(table.load(xml, &error));
         EXPECT_EQ(error.code(), 100);
-        EXPECT_EQ(error.message(), PString(c.message));
+        EXPECT_EQ(error.message(), PString(message));
         EXPECT_TRUE(table.isEmpty());
-        EXPECT_THROW(table.load(c.xml, nullptr), PError);
+        EXPECT_THROW(table.load(xml, nullptr), PError);
     }
     PError error(5, "stale");
     EXPECT_TRUE(table.load(document(""), &error));

@@ -12,8 +12,6 @@ PXmlDocument parsed(const char* text)
     return document;
 }
 
-// ---- Reading
-
 TEST(PXmlNodesTest, childrenAreWalkedWithTheirAttributesAndFoundByTheFirstOfEachName)
 {
     PXmlDocument document = parsed(
@@ -25,9 +23,7 @@ TEST(PXmlNodesTest, childrenAreWalkedWithTheirAttributesAndFoundByTheFirstOfEach
         EXPECT_EQ(device.attribute(PString("productName"), PVariant("fallback")).toPString(),
                   device.name() == PString("usb") ? PString("Сканер") : PString());
     }
-    const std::vector<std::pair<PString, PString>> expected = {{PString("usb"), PString("1")},
-                                                               {PString("x"), PString("2")}};
-    EXPECT_EQ(seen, expected);
+    EXPECT_EQ(seen, (std::vector<std::pair<PString, PString>>{{PString("usb"), PString("1")}, {PString("x"), PString("2")}}));
 
     PXmlElement usb = document.getElement(PString("Devices/usb"));
     EXPECT_EQ(usb.attributes(), (std::vector<PString>{PString("id"), PString("productName")}));
@@ -89,7 +85,7 @@ TEST(PXmlNodesTest, badXmlFailsWithFormatErrorText)
     EXPECT_TRUE(document.getElement(PString("ok")).isValid());
 }
 
-// ---- Building (whole documents are compared in PVKSettingsTest and DeviceManagerTest)
+// Whole built documents are compared in PVKSettingsTest and DeviceManagerTest.
 
 TEST(PXmlNodesTest, appendChildRefusesMovesThatWouldBreakTheTree)
 {
@@ -111,12 +107,9 @@ TEST(PXmlNodesTest, appendChildRefusesMovesThatWouldBreakTheTree)
     EXPECT_EQ(document.toString(), before);
     EXPECT_EQ(other.toString(), PString("<z/>"));
 
-    // Moving an existing node takes it out of its old place.
     EXPECT_TRUE(a.appendChild(c).isValid());
     EXPECT_EQ(document.toString(), PString("<a><b/>text<c/></a>"));
 }
-
-// ---- Lifetime
 
 TEST(PXmlNodesTest, handlesGoInvalidWhenTheDocumentIsClearedOrReparsedAndKeepItAliveOtherwise)
 {
@@ -143,7 +136,6 @@ TEST(PXmlNodesTest, handlesGoInvalidWhenTheDocumentIsClearedOrReparsedAndKeepItA
     EXPECT_TRUE(copy.getElement(PString("n")).isValid());
     EXPECT_FALSE(b.isValid());
 
-    // A node handle keeps its document alive.
     PXmlElement field;
     {
         PXmlDocument document = parsed("<action><fields><field key=\"k\"/></fields></action>");

@@ -51,7 +51,6 @@ public:
     int localeCalls = 0;
 };
 
-// A probe component as the host sees it, with the host's memory and connection at hand.
 class PlatformNativeBaseTest : public ::testing::Test {
 protected:
     ProbeComponent component;
@@ -91,7 +90,6 @@ TEST_F(PlatformNativeBaseTest, handlerExceptionsBecomeOneReportWithAnEmptyMessag
     EXPECT_EQ(component.getLastError().code(), 2);
     EXPECT_EQ(component.getLastError().module(), PString("jni/../../strake/PMethod"));
 
-    // Without a connection the error is only kept.
     ProbeComponent alone;
     alone.CallAsProc(0, nullptr, 0);
     EXPECT_EQ(alone.getLastError().code(), 2);

@@ -125,10 +125,8 @@ TEST_F(PJNITest, exceptionInfoGivesMessageAndWholeChain)
 
     const PJNILocalRef message = PJNILocalRef::string(PString("lonely"));
     const PJNILocalRef bare(
-        callStaticObject("withoutFrames", "(Ljava/lang/String;)Ljava/lang/Throwable;",
-                         message.asString()));
-    EXPECT_EQ(PJNIHelper::getJavaExeptionInfoEx(bare.asThrowable()),
-              PString("java.lang.Exception: lonely"));
+        callStaticObject("withoutFrames", "(Ljava/lang/String;)Ljava/lang/Throwable;", message.asString()));
+    EXPECT_EQ(PJNIHelper::getJavaExeptionInfoEx(bare.asThrowable()), PString("java.lang.Exception: lonely"));
     EXPECT_TRUE(PJNIHelper::getJavaExeptionInfo(nullptr).isEmpty());
 }
 

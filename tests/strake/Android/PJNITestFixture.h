@@ -14,7 +14,6 @@ using PHostJvm::androidHelper;
 const PString kProbe("com.tavrel.kelmortest.JniProbe");
 const char kDeviceConstructor[] = "(Landroid/app/Activity;J)V";
 
-// The test host's connection with the given Android helper, or none.
 struct AndroidHost : PHostConnection {
     explicit AndroidHost(IHostAndroidHelper* helper) { setAndroidHelper(helper); }
 };
