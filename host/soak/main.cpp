@@ -199,8 +199,8 @@ public:
                 if (owner) {
                     ++owner->received;
                 } else if (++m_strange <= 10) {
-                    // Keys typed while no keyboard device is open wait in the keyboard service's
-                    // cache and come glued to the next code: "K12K13". Shown, not failed.
+                    // Keys typed while no keyboard device is open can wait in the keyboard service's
+                    // cache and come glued to the next code ("K12K13"): shown, not failed.
                     std::fprintf(stderr, "kelmor-soak: unrecognised event \"%s\"\n", data.c_str());
                 }
             }
