@@ -3,9 +3,9 @@
 
 #include "PGlobal.h"
 #include "PSharedDataPtr.h"
+#include "PWaitCondition.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -23,7 +23,7 @@ struct PTimerPrivate {
     std::thread thread;
     std::atomic<int> state{0};   // 0 idle, 1 starting, 2 running, 3 stopping
     std::mutex mutex;            // guards restartFlags, restartPending and the start hand-over
-    std::condition_variable condition;
+    PWaitCondition condition;
 };
 
 // Runs a callback every interval milliseconds, count times (negative: without end). Flags 1
