@@ -24,8 +24,11 @@ case "$flavour" in
                                     "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -g1 -DNDEBUG"
                                     -DKELMOR_SANITIZE=thread -DKELMOR_BENCH=OFF
                                     -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++) ;;
+    # As a handheld gets it: tinyxml2 (fetched by scripts/setup.sh) and the C++ runtime inside.
     arm64) dir=build-arm64; options=("${release[@]}" -DKELMOR_BENCH=OFF -DKELMOR_JVM=OFF
-                                     -DCMAKE_TOOLCHAIN_FILE=scripts/aarch64-linux-gnu.cmake) ;;
+                                     -DCMAKE_TOOLCHAIN_FILE=scripts/aarch64-linux-gnu.cmake
+                                     -DKELMOR_TINYXML2_SOURCE="$PWD/third_party/tinyxml2"
+                                     -DKELMOR_STATIC_RUNTIME=ON) ;;
     fuzz)  dir=build-fuzz; options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELMOR_FUZZ=ON -DKELMOR_SANITIZE=address
                                     -DKELMOR_TESTS=OFF -DKELMOR_BENCH=OFF -DKELMOR_JVM=OFF
                                     -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++) ;;
