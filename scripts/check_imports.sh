@@ -7,7 +7,7 @@
 # Names every offending library and symbol and exits 1 when the check fails.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
-library=${1:-$here/../build-arm64/libkelmor.so}
+library=${1:-$(dirname "$here")/build-arm64/libkelmor.so}
 
 # Imported by the glibc cross build only. The Android build links the NDK's libc++, libc++abi,
 # libunwind and compiler-rt, which ask bionic for its own names instead; so none of these reach
