@@ -171,6 +171,8 @@ void PTimer::stop()
 void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval, int count,
                  unsigned int flags)
 {
+    // Named so that a look at the process's threads tells the timer from the rest.
+    pthread_setname_np(pthread_self(), "PTimer");
     int remaining = count;
     {
         std::lock_guard<std::mutex> lock(d->mutex);
