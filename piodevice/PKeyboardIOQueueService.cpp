@@ -113,14 +113,26 @@ PKeyboardIOQueueServiceInputHandler::PKeyboardIOQueueServiceInputHandler(
 }
 
 struct PKeyboardIOQueueServicePrivate {
-    // Guards cache and handlers. Held only inside one operation, never over a callback.
+    // Guards cache, handlers, ticker and interval. Held only inside one operation, never over
+    // a callback.
     mutable std::mutex lock;
     std::unordered_map<int, std::vector<PKeyMSG>> cache{10};
     std::vector<PKeyboardIOQueueServiceInputHandler> handlers;
+    // The timer whose ticks are due, null while nothing is to do: no thread of the service wakes
+    // then. Key messages for a device start one; the tick that finds the input taken and every
+    // device idle stops it, and so does the last stop.
+    PTimer* ticker = nullptr;
+    // Milliseconds between ticks while the service runs; 0 while it is stopped.
+    int interval = 0;
+
+    // Guards timers. Held while a timer starts, never while one is joined; taken before lock.
+    std::mutex timersLock;
+    // The ticker and the timers that stopped and still have a thread to join.
+    std::vector<std::unique_ptr<PTimer>> timers;
 
     // Guards everything below but useCount's reads: the start and stop transitions, the
-    // parameters, the debug handler, the companion with its handle, and the timers. Taken
-    // before the JNI layer's lock; never held while a timer is joined.
+    // parameters, the debug handler, and the companion with its handle. Taken before the JNI
+    // layer's lock and before timersLock.
     mutable std::mutex lifecycle;
     std::atomic<int> useCount{0};
     KeyValue<PString, PVariant> parameters;
@@ -128,25 +140,111 @@ struct PKeyboardIOQueueServicePrivate {
     PKeyboardCompanionFactory factory;
     std::unique_ptr<PKeyboardCompanion> companion;
     PJavaHandle handle;
-    std::unique_ptr<PTimer> timer;
-    // Timers stopped from their own tick: their thread ends after that tick, and another
-    // thread joins them later.
-    std::vector<std::unique_ptr<PTimer>> retired;
 
-    // Joins every retired timer that doesn't run on this thread, outside the lock.
-    void joinRetired()
+    // Key messages wait for a device. Under lock.
+    bool inputWaits() const
+    {
+        const auto received = cache.find(PKeyboardIOQueueService::ReceivedSlot);
+        return !handlers.empty() && received != cache.end() && !received->second.empty();
+    }
+
+    // Starts a timer when key messages wait and none ticks. Its first tick comes half an
+    // interval later: a timer that ticked all along would have come anywhere within the
+    // interval, half of it on average, so bursts end and split as they did then. Called with no
+    // lock held, from whatever thread brought the messages or the device.
+    void arm(PKeyboardIOQueueService& service)
+    {
+        int every = 0;
+        {
+            std::lock_guard<std::mutex> guard(lock);
+            if (ticker || interval <= 0 || !inputWaits())
+                return;
+            every = interval;
+        }
+        std::unique_ptr<PTimer> timer(new PTimer);
+        PTimer* self = timer.get();
+        timer->setInterval(every);
+        timer->setFirstDelay(every / 2);
+        timer->setCallback([this, &service, self] {
+            TickScope scope(self);
+            settle(self, service.tick());
+        });
+        {
+            std::lock_guard<std::mutex> guard(timersLock);
+            {
+                // Asked again: another thread may have armed, or the service stopped, meanwhile.
+                std::lock_guard<std::mutex> again(lock);
+                if (ticker || interval <= 0 || !inputWaits())
+                    return;
+                ticker = self;
+            }
+            timers.push_back(std::move(timer));
+            bool started = false;
+            try {
+                started = self->start(-1, 0, -1);
+            } catch (...) {
+                // No thread to be had: the next packet tries again.
+                PError::fromCurrentException();
+            }
+            if (!started) {
+                std::lock_guard<std::mutex> again(lock);
+                if (ticker == self)
+                    ticker = nullptr;
+            }
+        }
+        joinEnded();
+    }
+
+    // The end of a tick of self: unless input waits or a burst may still be under way, the
+    // timer stops and its thread ends after this tick.
+    void settle(PTimer* self, bool busy)
+    {
+        std::lock_guard<std::mutex> guard(lock);
+        if (ticker != self || busy || inputWaits())
+            return;
+        ticker = nullptr;
+        self->stop();
+    }
+
+    // Joins the timers whose thread has ended, outside the locks.
+    void joinEnded()
     {
         std::vector<std::unique_ptr<PTimer>> ended;
         {
-            std::lock_guard<std::mutex> guard(lifecycle);
-            for (auto& timer : retired) {
-                if (timer.get() == t_tickTimer)
-                    continue;
-                ended.push_back(std::move(timer));
+            std::lock_guard<std::mutex> guard(timersLock);
+            for (auto& timer : timers) {
+                if (!timer->isRunning())
+                    ended.push_back(std::move(timer));
             }
-            retired.erase(std::remove(retired.begin(), retired.end(), nullptr), retired.end());
+            timers.erase(std::remove(timers.begin(), timers.end(), nullptr), timers.end());
         }
         ended.clear();
+    }
+
+    // After the last stop: every timer but a new run's ticker ends. One stopped from inside its
+    // own tick ends after that tick and is joined later; the others are joined here, outside
+    // the locks.
+    void stopTimers()
+    {
+        std::vector<std::unique_ptr<PTimer>> ending;
+        {
+            std::lock_guard<std::mutex> guard(timersLock);
+            PTimer* current = nullptr;
+            {
+                std::lock_guard<std::mutex> again(lock);
+                current = ticker;
+            }
+            for (auto& timer : timers) {
+                if (timer.get() == current)
+                    continue;
+                if (timer.get() == t_tickTimer)
+                    timer->stop();
+                else
+                    ending.push_back(std::move(timer));
+            }
+            timers.erase(std::remove(timers.begin(), timers.end(), nullptr), timers.end());
+        }
+        ending.clear();
     }
 
     void debug(const char* what)
@@ -177,23 +275,28 @@ PKeyboardIOQueueService::PKeyboardIOQueueService() : d(new PKeyboardIOQueueServi
 
 PKeyboardIOQueueService::~PKeyboardIOQueueService()
 {
-    std::unique_ptr<PTimer> timer;
-    std::vector<std::unique_ptr<PTimer>> retired;
+    std::vector<std::unique_ptr<PTimer>> timers;
     {
         std::lock_guard<std::mutex> guard(d->lifecycle);
-        timer = std::move(d->timer);
-        retired.swap(d->retired);
         d->handle.detach();
         // The JNI layer may be gone already at unload: the Java object is left to the VM.
         d->companion.release();
     }
-    timer.reset();
-    retired.clear();
+    {
+        std::lock_guard<std::mutex> guard(d->timersLock);
+        {
+            std::lock_guard<std::mutex> again(d->lock);
+            d->ticker = nullptr;
+            d->interval = 0;
+        }
+        timers.swap(d->timers);
+    }
+    timers.clear();
 }
 
 bool PKeyboardIOQueueService::start(int timeout, PError* error)
 {
-    d->joinRetired();
+    d->joinEnded();
     PError failure;
     {
         std::lock_guard<std::mutex> guard(d->lifecycle);
@@ -219,19 +322,14 @@ bool PKeyboardIOQueueService::start(int timeout, PError* error)
                 // A refusal keeps the companion for the next attempt.
                 if (!d->companion->open(settings))
                     throw d->companion->lastError();
-                std::unique_ptr<PTimer> timer(new PTimer);
-                const PTimer* self = timer.get();
-                timer->setInterval(timeout);
-                timer->setCallback([this, self] {
-                    TickScope scope(self);
-                    commonTimeoutProc();
-                });
-                // A timeout below 1 would tick without pause: refused like 0.
-                if (timeout <= 0 || !timer->start(-1, 0, -1)) {
+                // A timeout below 1 would tick without pause: refused like 0. The timer itself
+                // starts when key messages come (see arm).
+                if (timeout <= 0) {
                     d->companion->close();
                     throw startError(PError::NotImplemented, "Failed to start timer");
                 }
-                d->timer = std::move(timer);
+                std::lock_guard<std::mutex> again(d->lock);
+                d->interval = timeout;
             }
             ++d->useCount;
             d->debug("PKeyboardIOQueueService:: started ");
@@ -244,19 +342,25 @@ bool PKeyboardIOQueueService::start(int timeout, PError* error)
                 PGlobalKeyEventsQueue::deinitialize();
         }
     }
+    // Messages kept from an earlier run go out as soon as a device takes them.
+    if (!failure.isError())
+        d->arm(*this);
     return PError::settle(failure, error);
 }
 
 bool PKeyboardIOQueueService::stop()
 {
-    std::unique_ptr<PTimer> ending;
     {
         std::lock_guard<std::mutex> guard(d->lifecycle);
         if (d->useCount.load() <= 0)
             return true;
         if (--d->useCount > 0)
             return true;
-        ending = std::move(d->timer);
+        {
+            std::lock_guard<std::mutex> again(d->lock);
+            d->ticker = nullptr;
+            d->interval = 0;
+        }
         if (PGlobalKeyEventsQueue::isInitialized())
             PGlobalKeyEventsQueue::deinitialize();
         // Packets still on their way find no service.
@@ -266,14 +370,8 @@ bool PKeyboardIOQueueService::stop()
             d->companion.reset();
         }
         d->debug("PKeyboardIOQueueService:: stopped ");
-        if (ending && ending.get() == t_tickTimer) {
-            // Stopped from inside its own tick: it ends after this tick, and is joined later.
-            ending->stop();
-            d->retired.push_back(std::move(ending));
-        }
     }
-    ending.reset();
-    d->joinRetired();
+    d->stopTimers();
     return true;
 }
 
@@ -286,12 +384,16 @@ bool PKeyboardIOQueueService::registerInputHandler(const PKeyboardIOQueueService
 {
     if (handler.id == 0 || handler.device == nullptr || handler.owner.expired())
         return false;
-    std::lock_guard<std::mutex> guard(d->lock);
-    for (const auto& present : d->handlers) {
-        if (present == handler)
-            return false;
+    {
+        std::lock_guard<std::mutex> guard(d->lock);
+        for (const auto& present : d->handlers) {
+            if (present == handler)
+                return false;
+        }
+        d->handlers.push_back(handler);
     }
-    d->handlers.push_back(handler);
+    // Messages that came while no device was there go to this one.
+    d->arm(*this);
     return true;
 }
 
@@ -325,8 +427,12 @@ void PKeyboardIOQueueService::pushMessagesToCache(int slot, const std::vector<PK
 {
     if (messages.empty())
         return;
-    std::lock_guard<std::mutex> guard(d->lock);
-    appendCapped(d->cache[slot], messages);
+    {
+        std::lock_guard<std::mutex> guard(d->lock);
+        appendCapped(d->cache[slot], messages);
+    }
+    if (slot == ReceivedSlot)
+        d->arm(*this);
 }
 
 std::vector<PKeyMSG> PKeyboardIOQueueService::popMessagesFromCache(int slot)
@@ -380,13 +486,18 @@ int64_t PKeyboardIOQueueService::javaHandle() const
 
 void PKeyboardIOQueueService::commonTimeoutProc()
 {
+    tick();
+}
+
+bool PKeyboardIOQueueService::tick()
+{
     unsigned long count = 0;
     {
         std::lock_guard<std::mutex> guard(d->lock);
         count = d->handlers.size();
     }
     if (count == 0)
-        return;
+        return false;
 
     std::vector<PKeyMSG> messages = PGlobalKeyEventsQueue::popMessages();
     {
@@ -405,7 +516,8 @@ void PKeyboardIOQueueService::commonTimeoutProc()
     event.setValue(PEventKeys::DevStateEventKey(), PVariant("0"));
 
     int status = 0;
-    for (unsigned long i = 0; i < count && status != 3; ++i) {
+    unsigned long i = 0;
+    for (; i < count && status != 3; ++i) {
         std::shared_ptr<PKeyboard> device;
         {
             std::lock_guard<std::mutex> guard(d->lock);
@@ -439,6 +551,10 @@ void PKeyboardIOQueueService::commonTimeoutProc()
     } else if (status == 3) {
         popMessagesFromCache(SentSlot);
     }
+    // A tick without keys ends a burst in every device it reached; one that stopped early at a
+    // 3 left the later devices theirs to end on the next tick.
+    const bool everyDeviceIdle = status == 0 || (status == 3 && i >= count);
+    return !messages.empty() || !everyDeviceIdle;
 }
 
 void PKeyboardIOQueueService::deliverPacket(int64_t handle, const PString& packet)

@@ -65,10 +65,11 @@ std::unique_ptr<PKeyboardCompanion> makeJavaKeyboardCompanion(int64_t handle);
 std::unique_ptr<PKeyboardCompanion> makeSilentKeyboardCompanion(int64_t handle);
 
 // One static object. A device start()s it on open and stop()s it on close; the first start
-// makes the companion and the timer, the last stop ends both. The companion hands key
-// messages in through PKeyboardDataSend, and the timer offers them on every tick to each
-// registered device as one event with keyboard_input; the devices' acceptStatus decides what
-// becomes of them.
+// makes the companion, the last stop ends it. The companion hands key messages in through
+// PKeyboardDataSend, and a timer offers them on every tick to each registered device as one
+// event with keyboard_input; the devices' acceptStatus decides what becomes of them. The timer
+// runs only while messages wait or a burst may still be under way: the first packet after a
+// pause starts it, and the tick without keys that leaves every device idle stops it.
 //
 // Thread-safety: every operation may be called from any thread. The cache and the handler
 // list have one lock, held only inside each operation and never over a device callback.
@@ -134,6 +135,8 @@ public:
 
 private:
     PKeyboardIOQueueService();
+    // commonTimeoutProc's work; true while a burst may still be under way in a device.
+    bool tick();
     friend struct PKeyboardIOQueueServicePrivate;
     std::unique_ptr<PKeyboardIOQueueServicePrivate> d;
 };

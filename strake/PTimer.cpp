@@ -19,6 +19,10 @@ bool countDown(int& remaining)
     return true;
 }
 
+// The timer whose thread this is, while its body runs: a stop() from inside its own callback
+// must not wait for itself.
+thread_local const PTimerPrivate* t_ownTimer = nullptr;
+
 void runSafely(const std::function<void()>& callback)
 {
     try {
@@ -90,6 +94,12 @@ void PTimer::setFlags(unsigned int flags)
 {
     if (d && !isRunning())
         d->flags = flags;
+}
+
+void PTimer::setFirstDelay(int milliseconds)
+{
+    if (d && !isRunning())
+        d->firstDelay = milliseconds;
 }
 
 int PTimer::interval() const
@@ -164,13 +174,21 @@ void PTimer::stop()
         d->state.store(3);
     }
     d->condition.notify_all();
-    if (d->thread.joinable() && d->thread.get_id() != std::this_thread::get_id())
+    // From its own callback the thread ends once the callback returns; whoever starts, stops or
+    // destroys the timer next joins it. The handle is not looked at then: the starter may still
+    // be writing it.
+    if (t_ownTimer == d)
+        return;
+    if (d->thread.joinable())
         d->thread.join();
 }
 
 void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval, int count,
                  unsigned int flags)
 {
+    // Named so that a look at the process's threads tells the timer from the rest.
+    pthread_setname_np(pthread_self(), "PTimer");
+    t_ownTimer = d;
     int remaining = count;
     {
         std::lock_guard<std::mutex> lock(d->mutex);
@@ -196,7 +214,8 @@ void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval,
     // rather than ticking in a burst to catch up. A steady clock: a change of the wall clock
     // must not stretch or skip a tick.
     const auto period = std::chrono::milliseconds(interval);
-    auto deadline = std::chrono::steady_clock::now() + period;
+    auto deadline = std::chrono::steady_clock::now()
+        + (d->firstDelay < 0 ? period : std::chrono::milliseconds(d->firstDelay));
     while (d->state.load() == 2) {
         std::unique_lock<std::mutex> lock(d->mutex);
         const bool woken = d->condition.wait_until(

@@ -17,6 +17,7 @@ struct PTimerPrivate {
     int interval = 0;
     int count = -1;
     unsigned int flags = 0;
+    int firstDelay = -1;         // milliseconds before the first tick; negative: one interval
     int restartFlags = 0;        // guarded by mutex
     bool restartPending = false; // guarded by mutex
     bool started = false;        // guarded by mutex: the thread has taken over
@@ -27,8 +28,11 @@ struct PTimerPrivate {
 };
 
 // Runs a callback every interval milliseconds, count times (negative: without end). Flags 1
-// makes the first run happen at once. The callback runs on the timer's thread and must not
-// call stop() or restart() on its own timer. Not copyable; owns its record.
+// makes the first run happen at once. The callback runs on the timer's thread. It may stop its
+// own timer: stop() then returns at once and the thread ends when the callback returns, to be
+// joined by the next start(), stop() or the destructor on another thread; isRunning() turns
+// false once it has ended. It may also restart it, which takes effect when it returns. Not
+// copyable; owns its record.
 class PTimer {
 public:
     PTimer();
@@ -46,6 +50,9 @@ public:
     void setInterval(const int& interval);
     void setCount(const int& count);
     void setFlags(unsigned int flags);
+    // Milliseconds before the first tick when flags don't ask for it at once; negative (the
+    // default) waits one interval.
+    void setFirstDelay(int milliseconds);
     int interval() const;
     int count() const;
     unsigned int flags() const;
@@ -56,7 +63,8 @@ public:
     // Running: the tick count starts again and bit 0 of flags runs the callback at once.
     // Not running: start with the stored values.
     bool restart(int flags = 0);
-    // Ends the thread and waits for it: at most the callback's run and one interval.
+    // Ends the thread and waits for it: at most the callback's run and one interval. From the
+    // timer's own callback it does not wait (see above).
     void stop();
 
     // Ticks on a detached thread that no handle controls.

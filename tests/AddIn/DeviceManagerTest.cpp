@@ -1,11 +1,8 @@
-// The device registry, its errors and settings catalogue, and the components' translation table.
+// The device registry, its errors and settings catalogue.
 #include "DeviceManager.h"
 
-#include "AddInNative.h"
 #include "Device.h"
 #include "PLocale.h"
-#include "PTranslation.h"
-#include "PVKObjectManager.h"
 #include "PVKSettings.h"
 #include "RecordingDevice.h"
 
@@ -168,34 +165,6 @@ TEST_F(DeviceManagerTest, catalogueIsTheWholeSettingsDocumentInEitherLanguage)
         EXPECT_EQ(settings.getXML().toStdString(), expected);
     }
     EXPECT_FALSE(DeviceManager::fillSettings(nullptr));
-}
-
-TEST(AddInNativeTest, firstComponentLoadsTranslationsAndTheLastClearsThem)
-{
-    PTranslation* table = strake::getTranslation();
-    ASSERT_EQ(PVKObjectManager::count(), 0u);
-    table->clear();
-
-    IComponentBase* first = nullptr;
-    IComponentBase* second = nullptr;
-    ASSERT_NE(GetClassObject(u"InputDevice", &first), 0);
-    EXPECT_FALSE(table->isEmpty());
-    table->setTr(PString("marker"), 0, PString("kept"));
-    ASSERT_NE(GetClassObject(u"CardReaderDevice", &second), 0);
-    // The second component does not reload: the marker survives.
-    EXPECT_EQ(table->tr(PString("marker"), PString(), 0), PString("kept"));
-
-    EXPECT_EQ(DestroyObject(&first), 0);
-    EXPECT_FALSE(table->isEmpty());
-    EXPECT_EQ(DestroyObject(&second), 0);
-    EXPECT_TRUE(table->isEmpty());
-
-    ASSERT_NE(GetClassObject(u"InputDevice", &first), 0);
-    EXPECT_FALSE(table->isEmpty());
-    EXPECT_TRUE(table->tr(PString("marker"), PString(), 0).isEmpty());
-    EXPECT_EQ(static_cast<KelmorNative*>(first)->getExtentionName(), PString("InputDevice"));
-    EXPECT_EQ(DestroyObject(&first), 0);
-    EXPECT_TRUE(table->isEmpty());
 }
 
 }

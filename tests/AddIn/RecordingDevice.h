@@ -138,7 +138,7 @@ inline void fillFakeLists(RecordingFactory& factory)
         factory.ports.push_back({n, PString("/dev/ttyUSB" + std::to_string(n - 1)),
                                  PString("COM" + std::to_string(n))});
     factory.bluetooth = {
-        bluetoothEntry("00:11:22:33:44:55", "Zebra DS2278 [00:11:22:33:44:55]", "Zebra DS2278"),
+        bluetoothEntry("00:11:22:33:44:55", "Ferrel RS-40 [00:11:22:33:44:55]", "Ferrel RS-40"),
         bluetoothEntry("AA:BB:CC:DD:EE:FF", "[no name]", nullptr),
         bluetoothEntry("01:02:03:04:05:06", nullptr, nullptr),
         bluetoothEntry("10:20:30:40:50:60", "Сканер <1> & co", "Сканер <1> & co"),

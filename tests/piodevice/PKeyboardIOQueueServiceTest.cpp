@@ -5,10 +5,12 @@
 #include "PJavaHandles.h"
 #include "PKeyboard.h"
 #include "PKeyboardIOQueueService.h"
+#include "WaitCounter.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <mutex>
 #include <thread>
 
@@ -209,6 +211,44 @@ TEST_F(PKeyboardIOQueueServiceTest, aSlotKeepsOnlyTheNewestMessages)
     const std::vector<PKeyMSG> kept = service().popMessagesFromCache(PKeyboardIOQueueService::ReceivedSlot);
     ASSERT_EQ(kept.size(), cap);
     EXPECT_EQ(kept.front().timestamp, 11u);
+}
+
+// A tick offers the same event to both devices, as processors see it: keys are stored, and the
+// tick without keys delivers them. The timer rests once every device has ended its burst, and
+// the next keys wake it; the first device's delivery ends a round, so the second one still needs
+// a tick of its own before the rest.
+TEST_F(PKeyboardIOQueueServiceTest, timerRestsOnceEveryBurstHasEndedAndKeysWakeIt)
+{
+    std::atomic<int> ticks{0};
+    kelmortest::WaitCounter delivered;
+    auto processor = [&](std::shared_ptr<std::atomic<bool>> stored) {
+        return [&, stored](PEvent* event) {
+            ++ticks;
+            if (messageCount(event) != 0) {
+                *stored = true;
+                event->setValue(PEventKeys::AcceptStatusKey(), PVariant(1));
+            } else if (stored->exchange(false)) {
+                delivered.add();
+                event->setValue(PEventKeys::AcceptStatusKey(), PVariant(3));
+            }
+        };
+    };
+    auto a = keyboard(2, processor(std::make_shared<std::atomic<bool>>(false)));
+    auto b = keyboard(2, processor(std::make_shared<std::atomic<bool>>(false)));
+    // Keys kept from before any device opened go out once one has.
+    service().pushMessagesToCache(PKeyboardIOQueueService::ReceivedSlot, {PKeyMSG{}});
+    ASSERT_TRUE(a->open(1));
+    ASSERT_TRUE(b->open(1));
+    for (int burst = 1; burst <= 2; ++burst) {
+        if (burst == 2)
+            PKeyboardIOQueueService::deliverPacket(service().javaHandle(), "29:1:QQ==");
+        ASSERT_TRUE(delivered.waitFor(2 * burst));
+        const int after = ticks.load();
+        std::this_thread::sleep_for(std::chrono::milliseconds(40));
+        EXPECT_EQ(ticks.load(), after) << "a tick came with nothing to do";
+    }
+    a->close();
+    b->close();
 }
 
 // The timer runs for real from here on: 1 ms ticks while a thread feeds packets.

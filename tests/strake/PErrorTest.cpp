@@ -173,14 +173,15 @@ TEST(PLoggerTest, writesFromManyThreadsArriveWhole)
 
 TEST(PLoggerTest, closedLoggersDropEverythingAndNamesCarryATimeStamp)
 {
-    PLogger logger("", std::ios::app);
-    EXPECT_FALSE(logger.isOpened());
+    EXPECT_FALSE(PLogger("", std::ios::app).isOpened());
+    std::ostringstream sink;
+    PLogger logger(&sink);
     logger << std::string("x") << 1;
-    EXPECT_EQ(logger.addNote("%d", 1), -1);
-    PLogger none;
-    none << "y";
-    trace(nullptr, "never written");
-    tracef("Strake", "%s %d", "tracef", 1);
+    EXPECT_EQ(logger.addNote("<%d>", 2), 3);
+    logger.close();
+    logger << "dropped";
+    EXPECT_EQ(logger.addNote("%d", 3), -1);
+    EXPECT_EQ(sink.str(), "x1<2>");
 
     const std::string name = pGetLogFileName("kelmor", ".txt");
     EXPECT_EQ(name.substr(name.size() - 18).find_first_not_of("0123456789"), 14u) << name;
