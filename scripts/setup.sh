@@ -11,7 +11,7 @@ export DEBIAN_FRONTEND=noninteractive
 
 native=(cmake make g++ python3 pkg-config gcovr
         libgtest-dev libgmock-dev libbenchmark-dev libtinyxml2-dev libboost-dev
-        android-liblog-dev openjdk-17-jdk-headless
+        android-liblog-dev openjdk-17-jdk-headless junit4
         clang libclang-rt-14-dev)
 cross=(g++-aarch64-linux-gnu qemu-user
        libc6:arm64 libstdc++6:arm64

@@ -70,6 +70,24 @@ final class TtyStream {
             out.write(buffer);
     }
 
+    /** The tty as a companion's stream connection. */
+    StreamCompanion.Connection connection() {
+        TtyStream tty = this;
+        return new StreamCompanion.Connection() {
+            public int read(byte[] buffer) throws IOException {
+                return tty.read(ByteBuffer.wrap(buffer));
+            }
+
+            public void write(byte[] data) throws IOException {
+                tty.write(data);
+            }
+
+            public void close() {
+                tty.close();
+            }
+        };
+    }
+
     void close() {
         try {
             in.close();

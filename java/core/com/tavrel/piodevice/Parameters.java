@@ -5,10 +5,10 @@ import java.util.HashMap;
 import java.util.Map;
 
 /** "key=value;" items, nothing escaped: a value runs from the first "=" to the next ";". */
-final class Parameters {
+public final class Parameters {
     private final Map<String, String> values = new HashMap<>();
 
-    Parameters(String text) {
+    public Parameters(String text) {
         if (text == null)
             return;
         for (String item : text.split(";")) {
@@ -18,13 +18,14 @@ final class Parameters {
         }
     }
 
-    String text(String key) {
+    /** The value as it is; empty when absent. */
+    public String text(String key) {
         String value = values.get(key);
         return value == null ? "" : value;
     }
 
-    /** The value as a number; the fallback when absent or empty. */
-    long number(String key, long fallback) {
+    /** The value as a number; the fallback when absent or empty, IllegalArgumentException when not a number. */
+    public long number(String key, long fallback) {
         String value = text(key).trim();
         if (value.isEmpty())
             return fallback;
@@ -36,7 +37,7 @@ final class Parameters {
     }
 
     /** The reason of a failure in a few words, for getLastErrorMessage. */
-    static String reason(Throwable e) {
+    public static String reason(Throwable e) {
         String message = e.getMessage();
         return message == null || message.isEmpty() ? e.toString() : message;
     }

@@ -1,0 +1,5 @@
+// Test fake of the parcelable marker.
+package android.os;
+
+public interface Parcelable {
+}
