@@ -1,6 +1,7 @@
 // The standard USB serial class: line coding and control lines as the class defines them.
 package com.tavrel.piodevice.usb;
 
+import com.tavrel.piodevice.LineSettings;
 import java.io.IOException;
 
 /** A communications-class port; its requests go to the communications interface. */

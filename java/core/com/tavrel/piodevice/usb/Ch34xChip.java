@@ -1,6 +1,7 @@
 // WCH CH34x bridges: registers written in pairs, a prescaled 48 MHz clock for the speed.
 package com.tavrel.piodevice.usb;
 
+import com.tavrel.piodevice.LineSettings;
 import java.io.IOException;
 
 /** A CH340/CH341; the chip has one port and takes its requests to the device. */
@@ -22,7 +23,7 @@ public final class Ch34xChip extends UsbSerialChip {
         int rate = rateRegister(line.speed);
         if (rate < 0)
             refuse(line, "no divider of the 48 MHz clock comes within 2 % of the speed");
-        if (line.stopBits == LineSettings.ONE_AND_HALF_STOP)
+        if (line.stopBits == LineSettings.STOP_ONE_AND_HALF)
             refuse(line, "the chip has 1 or 2 stop bits");
         receive(control, "reading its version", READ_VERSION, 0, 0, 2);
         send(control, "the start", VENDOR_OUT, SERIAL_INIT, 0, 0, null);
@@ -35,13 +36,13 @@ public final class Ch34xChip extends UsbSerialChip {
     static int lineControl(LineSettings line) {
         int lcr = LCR_ENABLE_RX | LCR_ENABLE_TX | (line.dataBits - 5);
         switch (line.parity) {
-        case LineSettings.ODD: lcr |= LCR_PARITY; break;
-        case LineSettings.EVEN: lcr |= LCR_PARITY | LCR_EVEN; break;
-        case LineSettings.MARK: lcr |= LCR_PARITY | LCR_MARK_SPACE; break;
-        case LineSettings.SPACE: lcr |= LCR_PARITY | LCR_EVEN | LCR_MARK_SPACE; break;
+        case LineSettings.PARITY_ODD: lcr |= LCR_PARITY; break;
+        case LineSettings.PARITY_EVEN: lcr |= LCR_PARITY | LCR_EVEN; break;
+        case LineSettings.PARITY_MARK: lcr |= LCR_PARITY | LCR_MARK_SPACE; break;
+        case LineSettings.PARITY_SPACE: lcr |= LCR_PARITY | LCR_EVEN | LCR_MARK_SPACE; break;
         default: break;
         }
-        if (line.stopBits == LineSettings.TWO_STOP)
+        if (line.stopBits == LineSettings.STOP_TWO)
             lcr |= LCR_TWO_STOP;
         return lcr;
     }

@@ -1,6 +1,7 @@
 // Silicon Labs CP210x bridges: vendor requests to the port's interface.
 package com.tavrel.piodevice.usb;
 
+import com.tavrel.piodevice.LineSettings;
 import java.io.IOException;
 
 /** One port of a CP210x; the chip takes the rate as a number and picks its divider itself. */

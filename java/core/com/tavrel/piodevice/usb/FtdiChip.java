@@ -2,6 +2,7 @@
 // and two status bytes before the data of every packet read.
 package com.tavrel.piodevice.usb;
 
+import com.tavrel.piodevice.LineSettings;
 import java.io.IOException;
 
 /** One port of an FTDI chip. */

@@ -1,6 +1,7 @@
 // Prolific PL2303 bridges: a vendor start-up, then the line as the standard class sets it.
 package com.tavrel.piodevice.usb;
 
+import com.tavrel.piodevice.LineSettings;
 import java.io.IOException;
 
 /** A PL2303 of any type; legacy marks the oldest ones, which know fewer rates. */

@@ -2,6 +2,7 @@
 // bulk IN delivers.
 package com.tavrel.piodevice.usb;
 
+import com.tavrel.piodevice.LineSettings;
 import java.io.IOException;
 
 /**

@@ -6,6 +6,7 @@ import static org.junit.Assert.assertEquals;
 import static org.junit.Assert.assertTrue;
 import static org.junit.Assert.fail;
 
+import com.tavrel.piodevice.LineSettings;
 import java.io.IOException;
 import java.util.ArrayList;
 import java.util.Arrays;
@@ -160,20 +161,6 @@ public class UsbSerialChipTest {
             assertEquals("CH34x refused the speed (control transfer failed)", e.getMessage());
         }
         assertEquals(3, recorder.sent.size());
-    }
-
-    @Test
-    public void settingsOutsideAnyUartAreRefusedAndUnsetOnesTakeTheDefaults() {
-        assertEquals("9600 8N1", new LineSettings(0, 0, 0, 0).toString());
-        long[][] bad = {{-1, 8, 0, 0}, {9600, 4, 0, 0}, {9600, 9, 0, 0}, {9600, 8, 3, 0}, {9600, 8, 0, 5}};
-        for (long[] b : bad) {
-            try {
-                new LineSettings(b[0], b[1], b[2], b[3]);
-                fail("accepted " + Arrays.toString(b));
-            } catch (IllegalArgumentException e) {
-                assertTrue(e.getMessage().startsWith("unsupported "));
-            }
-        }
     }
 
     @Test
