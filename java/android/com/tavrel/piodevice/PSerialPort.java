@@ -31,7 +31,8 @@ import java.util.TreeMap;
 public class PSerialPort {
     /** The broadcast the answer of a permission request comes as; the device's name follows it. */
     static final String PERMISSION_ACTION = "com.tavrel.piodevice.USB_PERMISSION:";
-    static final long PERMISSION_WAIT_MILLIS = 5000;
+    /** How long open waits for the user's answer; a test shortens it. */
+    static volatile long permissionWaitMillis = 5000;
     private static final int RECEIVER_NOT_EXPORTED = 4; // Context's flag of API 33
 
     private final Activity activity;
@@ -138,7 +139,7 @@ public class PSerialPort {
     }
 
     /**
-     * Asks the user and waits for the answer, at most PERMISSION_WAIT_MILLIS. The answer comes
+     * Asks the user and waits for the answer, at most permissionWaitMillis. The answer comes
      * on a thread of its own, so an open on the UI thread waits for nothing the UI thread must
      * do. The permission itself is asked of the USB service afterwards: on API 31 on the
      * request is immutable and the system cannot add the answer to it.
@@ -161,7 +162,7 @@ public class PSerialPort {
                 intent.setPackage(context.getPackageName());
                 int flags = Build.VERSION.SDK_INT >= 31 ? PendingIntent.FLAG_IMMUTABLE : 0;
                 manager.requestPermission(device, PendingIntent.getBroadcast(context, 0, intent, flags));
-                answer.await(PERMISSION_WAIT_MILLIS);
+                answer.await(permissionWaitMillis);
             } finally {
                 context.unregisterReceiver(answer);
             }

@@ -66,7 +66,10 @@ public class PSerialPortTest {
         PendingIntent request = usb.requests.get(0);
         assertEquals(PendingIntent.FLAG_IMMUTABLE, request.flags);
         assertEquals("com.example.till", request.intent.getPackage());
-        assertTrue(activity.registrations.isEmpty()); // the answer's receiver is gone again
+        Context.Registration receiver = usb.receiversWhenAsked.get(0);
+        assertEquals(4, receiver.flags); // not exported, API 33 on
+        assertTrue(receiver.handler != null); // the answer must not need the UI thread
+        assertTrue(activity.registrations.isEmpty()); // and is gone again
         UsbDeviceConnection connection = usb.opened.get(0);
         assertTrue(connection.control.contains("40/03/001A/0000"));
         assertTrue(connection.control.contains("40/04/0208/0000"));
@@ -86,12 +89,23 @@ public class PSerialPortTest {
     }
 
     @Test
-    public void aDeniedPermissionFailsOpenWithTheDeviceIds() {
+    public void aDeniedOrUnansweredPermissionFailsOpenWithTheDeviceIds() {
         Build.VERSION.SDK_INT = 30;
         usb.answer = false;
         assertFalse(port.open("portid=/dev/bus/usb/001/002;" + LINE));
         assertEquals("no permission for USB device 1a86:7523", port.getLastErrorMessage());
         assertEquals(0, usb.requests.get(0).flags); // mutable before API 31, so the system can add its answer
+        assertTrue(activity.registrations.isEmpty());
+
+        usb.answer = null; // the dialog stays open
+        long wait = PSerialPort.permissionWaitMillis;
+        PSerialPort.permissionWaitMillis = 50;
+        try {
+            assertFalse(port.open("portid=/dev/bus/usb/001/002;" + LINE));
+        } finally {
+            PSerialPort.permissionWaitMillis = wait;
+        }
+        assertEquals("no permission for USB device 1a86:7523", port.getLastErrorMessage());
         assertTrue(activity.registrations.isEmpty());
         assertTrue(usb.opened.isEmpty());
     }

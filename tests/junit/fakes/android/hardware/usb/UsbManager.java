@@ -3,7 +3,10 @@
 package android.hardware.usb;
 
 import android.app.PendingIntent;
+import android.content.Context;
+import java.util.ArrayList;
 import java.util.HashMap;
+import java.util.List;
 import java.util.Map;
 import java.util.Set;
 import java.util.concurrent.ConcurrentHashMap;
@@ -15,6 +18,8 @@ public class UsbManager {
     /** What the user answers: true allows, false denies, null leaves the dialog open. */
     public volatile Boolean answer;
     public final CopyOnWriteArrayList<PendingIntent> requests = new CopyOnWriteArrayList<>();
+    /** The receivers registered with the requesting context when the last request came. */
+    public volatile List<Context.Registration> receiversWhenAsked;
     public final CopyOnWriteArrayList<UsbDeviceConnection> opened = new CopyOnWriteArrayList<>();
     /** Given to each connection opened: the number of the control transfer it refuses. */
     public volatile int refuseControlAt = -1;
@@ -49,6 +54,7 @@ public class UsbManager {
 
     public void requestPermission(UsbDevice device, PendingIntent pi) {
         requests.add(pi);
+        receiversWhenAsked = new ArrayList<>(pi.context.registrations);
         Boolean given = answer;
         if (given == null)
             return;
