@@ -23,7 +23,8 @@ import java.util.TreeMap;
 
 /**
  * "portid" names the device: the name the USB service lists it under (what availibleDevices
- * gives), or "vendor:product" in hex for the first such device attached. The line comes from
+ * gives), or "vendor:product" in hex for the first such device attached; "#2" behind either
+ * picks the second port of a chip with several. The line comes from
  * "speed", "data_bits", "stop_bits" and "parity"; no speed means 9600. A device whose use the
  * user has not allowed yet is asked for once per open, and open waits up to 5 s for the answer.
  * Members are safe from any thread and throw nothing.
@@ -97,17 +98,28 @@ public class PSerialPort {
             line = new LineSettings(9600, line.dataBits, line.stopBits, line.parity);
         Context context = context(activity);
         UsbManager manager = manager(context);
-        UsbDevice device = find(manager, portId);
+        int hash = portId.lastIndexOf('#');
+        int port = hash < 0 ? 0 : portNumber(portId.substring(hash + 1)) - 1;
+        UsbDevice device = find(manager, hash < 0 ? portId : portId.substring(0, hash));
         if (device == null)
             throw new IOException("USB device " + portId + " is not attached");
-        if (UsbSerialConnection.layout(device, false) == null)
-            throw new IOException("USB device " + UsbSerialConnection.ids(device) + " is no serial port");
+        if (UsbSerialConnection.layout(device, port, false) == null)
+            throw new IOException("USB device " + UsbSerialConnection.ids(device)
+                                  + (port == 0 ? " is no serial port" : " has no port " + (port + 1)));
         if (!manager.hasPermission(device) && !askPermission(context, manager, device))
             throw new IOException("no permission for USB device " + UsbSerialConnection.ids(device));
         UsbDeviceConnection connection = manager.openDevice(device);
         if (connection == null)
             throw new IOException("USB device " + UsbSerialConnection.ids(device) + " cannot be opened");
-        return UsbSerialConnection.open(manager, device, connection, line);
+        return UsbSerialConnection.open(manager, device, port, connection, line);
+    }
+
+    private static int portNumber(String text) {
+        try {
+            return Integer.parseInt(text);
+        } catch (NumberFormatException e) {
+            throw new IllegalArgumentException("bad port number: " + text);
+        }
     }
 
     private static Context context(Activity activity) {
@@ -217,20 +229,22 @@ public class PSerialPort {
     }
 
     /**
-     * The serial devices attached: ids in hex as the USB descriptors give them, and as the
-     * product's name the device's own or, without one, the chip family's.
+     * The serial ports attached, the first of a device under the device's name and the others
+     * with "#2", "#3"...; ids in hex as the USB descriptors give them, and as the product's
+     * name the device's own or, without one, the chip family's.
      */
     static List<DeviceLists.Port> ports(Activity activity) {
         List<DeviceLists.Port> ports = new ArrayList<>();
         for (UsbDevice device : devices(manager(context(activity))).values()) {
-            UsbSerialConnection.Layout layout = UsbSerialConnection.layout(device, false);
-            if (layout == null)
-                continue;
-            String product = device.getProductName();
-            ports.add(new DeviceLists.Port(device.getDeviceName(), hex(device.getProductId()), hex(device.getVendorId()),
-                                           device.getManufacturerName(),
-                                           product == null || product.isEmpty() ? layout.chip.family() + " serial port" : product,
-                                           serialNumber(device), device.getDeviceName()));
+            UsbSerialConnection.Layout layout;
+            for (int port = 0; (layout = UsbSerialConnection.layout(device, port, false)) != null; ++port) {
+                String product = device.getProductName();
+                ports.add(new DeviceLists.Port(device.getDeviceName() + (port == 0 ? "" : "#" + (port + 1)),
+                                               hex(device.getProductId()), hex(device.getVendorId()),
+                                               device.getManufacturerName(),
+                                               product == null || product.isEmpty() ? layout.chip.family() + " serial port" : product,
+                                               serialNumber(device), device.getDeviceName()));
+            }
         }
         return ports;
     }

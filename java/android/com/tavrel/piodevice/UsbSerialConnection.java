@@ -71,18 +71,23 @@ final class UsbSerialConnection implements StreamCompanion.Connection, UsbContro
     }
 
     /**
-     * How to drive a device: a known bridge chip on its first interface, else CDC-ACM when
-     * it has a communications or data interface; null when it is no serial port.
+     * How to drive one port of a device, counted from 0: a known bridge chip has a port on each
+     * interface with bulk endpoints both ways; any other device with a communications or data
+     * interface is one CDC-ACM port. Null when there is no such port.
      */
-    static Layout layout(UsbDevice device, boolean oldPl2303) {
-        if (device.getInterfaceCount() == 0)
+    static Layout layout(UsbDevice device, int port, boolean oldPl2303) {
+        int vendor = device.getVendorId(), product = device.getProductId();
+        if (UsbSerialChips.bridge(vendor, product, 0, oldPl2303) != null) {
+            for (int i = 0, found = 0; i < device.getInterfaceCount(); ++i) {
+                UsbInterface candidate = device.getInterface(i);
+                boolean data = endpoint(candidate, UsbConstants.USB_DIR_IN) != null && endpoint(candidate, 0) != null;
+                if (data && found++ == port)
+                    return new Layout(UsbSerialChips.bridge(vendor, product, candidate.getId(), oldPl2303), null, candidate);
+            }
             return null;
-        UsbInterface first = device.getInterface(0);
-        UsbSerialChip bridge = UsbSerialChips.bridge(device.getVendorId(), device.getProductId(), first.getId(), oldPl2303);
-        if (bridge != null)
-            return new Layout(bridge, null, first);
+        }
         UsbInterface comm = null, data = null;
-        for (int i = 0; i < device.getInterfaceCount(); ++i) {
+        for (int i = 0; port == 0 && i < device.getInterfaceCount(); ++i) {
             UsbInterface candidate = device.getInterface(i);
             if (candidate.getInterfaceClass() == UsbConstants.USB_CLASS_COMM && comm == null)
                 comm = candidate;
@@ -98,11 +103,11 @@ final class UsbSerialConnection implements StreamCompanion.Connection, UsbContro
      * Claims the port's interfaces, sets the line and queues nothing yet. Takes the connection
      * over: on failure it is closed before the reason is thrown.
      */
-    static UsbSerialConnection open(UsbManager manager, UsbDevice device, UsbDeviceConnection connection,
+    static UsbSerialConnection open(UsbManager manager, UsbDevice device, int port, UsbDeviceConnection connection,
                                     LineSettings line) throws IOException {
-        UsbSerialConnection port;
+        UsbSerialConnection opened;
         try {
-            Layout layout = layout(device, oldPl2303(connection));
+            Layout layout = layout(device, port, oldPl2303(connection));
             if (layout == null)
                 throw new IOException("USB device " + ids(device) + " is no serial port");
             UsbEndpoint in = endpoint(layout.data, UsbConstants.USB_DIR_IN);
@@ -112,18 +117,18 @@ final class UsbSerialConnection implements StreamCompanion.Connection, UsbContro
             if (layout.control != null && !connection.claimInterface(layout.control, true)
                 || !connection.claimInterface(layout.data, true))
                 throw new IOException("USB device " + ids(device) + " is in use: its interface cannot be claimed");
-            port = new UsbSerialConnection(manager, device, connection, layout, in, out);
+            opened = new UsbSerialConnection(manager, device, connection, layout, in, out);
         } catch (IOException | RuntimeException e) {
             connection.close();
             throw e;
         }
         try {
-            port.layout.chip.configure(port, line);
-            if (!port.request.initialize(connection, port.in))
+            opened.layout.chip.configure(opened, line);
+            if (!opened.request.initialize(connection, opened.in))
                 throw new IOException("it cannot be read");
-            return port;
+            return opened;
         } catch (IOException | RuntimeException e) {
-            port.close();
+            opened.close();
             throw new IOException("USB device " + ids(device) + ": " + Parameters.reason(e), e);
         }
     }

@@ -18,6 +18,7 @@ import android.os.Build;
 import java.nio.charset.StandardCharsets;
 import java.util.Arrays;
 import java.util.Base64;
+import java.util.Collections;
 import java.util.concurrent.LinkedBlockingQueue;
 import java.util.concurrent.TimeUnit;
 import org.junit.After;
@@ -147,6 +148,22 @@ public class PSerialPortTest {
         assertEquals("USB device 1a86:7523 was unplugged", port.getLastErrorMessage());
         assertFalse(port.open("portid=/dev/bus/usb/001/002;" + LINE));
         assertEquals("USB device /dev/bus/usb/001/002 is not attached", port.getLastErrorMessage());
+    }
+
+    @Test
+    public void eachPortOfATwoPortChipIsListedAndOpenedOnItsOwnInterface() {
+        UsbDevice ft2232 = new UsbDevice("/dev/bus/usb/001/007", 0x0403, 0x6010, UsbInterface.bulk(0, 0xFF, 64),
+                                         UsbInterface.bulk(1, 0xFF, 64));
+        usb.attach(ft2232);
+        usb.permitted.add(ft2232.getDeviceName());
+        String list = PSerialPort.availibleDevicesInfo(activity);
+        assertTrue(list, list.contains("<Device id=\"/dev/bus/usb/001/007\"") && list.contains("id=\"/dev/bus/usb/001/007#2\""));
+        assertTrue(port.getLastErrorMessage(), port.open("portid=0403:6010#2;" + LINE));
+        UsbDeviceConnection connection = usb.opened.get(0);
+        assertTrue(connection.control.contains("40/03/001A/0002"));
+        assertEquals(Collections.singleton(1), connection.claimed);
+        assertFalse(port.open("portid=0403:6010#3;" + LINE));
+        assertEquals("USB device 0403:6010 has no port 3", port.getLastErrorMessage());
     }
 
     @Test
