@@ -6,8 +6,6 @@ package com.tavrel.piodevice;
 import android.app.Activity;
 import android.bluetooth.BluetoothSocket;
 import java.io.IOException;
-import java.io.InputStream;
-import java.io.OutputStream;
 import java.net.InetSocketAddress;
 import java.net.Socket;
 import java.util.ArrayList;
@@ -22,15 +20,13 @@ import java.util.Map;
  * open connects at once; when the peer's stream ends or fails while open, isOpen turns false
  * and the link is made again with the back-off of {@link StreamCompanion}, until close.
  */
-public class PBluetooth {
+public class PBluetooth extends StreamDevice {
     public static final String DEVICES_PROPERTY = "kelmor.bluetooth.devices";
     private static final int CONNECT_TIMEOUT_MILLIS = 2000;
 
     private static final Map<String, Peer> registered = new LinkedHashMap<>(); // guarded by itself
 
     private final long handle;
-    private final StreamCompanion stream =
-            new StreamCompanion("device not connected", "the peer's stream ended", this::deliver, null);
 
     /** A device that can be reached: its address, its name and where its stream is. */
     private static final class Peer {
@@ -44,6 +40,7 @@ public class PBluetooth {
     }
 
     public PBluetooth(Activity activity, long handle) {
+        super("device not connected", "the peer's stream ended", false);
         this.handle = handle;
     }
 
@@ -104,49 +101,15 @@ public class PBluetooth {
     /** Reads and writes the streams of a socket that is connected already. */
     public void setConnected(BluetoothSocket socket, long flags) {
         try {
-            InputStream in = socket.getInputStream();
-            OutputStream out = socket.getOutputStream();
-            stream.adopt("PBluetooth socket", new StreamCompanion.Connection() {
-                public int read(byte[] buffer) throws IOException {
-                    return in.read(buffer);
-                }
-
-                public void write(byte[] data) throws IOException {
-                    out.write(data);
-                    out.flush();
-                }
-
-                public void close() {
-                    try {
-                        socket.close();
-                    } catch (IOException ignored) {
-                    }
-                }
-            });
+            stream.adopt("PBluetooth socket",
+                         StreamCompanion.streams(socket.getInputStream(), socket.getOutputStream(), socket::close));
         } catch (IOException | RuntimeException e) {
             stream.close();
             stream.setLastError(Parameters.reason(e));
         }
     }
 
-    public void close() {
-        stream.close();
-    }
-
-    /** Open, and the link up now. */
-    public boolean isOpen() {
-        return stream.isOpen();
-    }
-
-    public boolean write(byte[] data) {
-        return stream.write(data);
-    }
-
-    public String getLastErrorMessage() {
-        return stream.getLastErrorMessage();
-    }
-
-    /** Where each block read goes; a test overrides it to see the blocks without the native side. */
+    @Override
     void deliver(byte[] block) {
         PBluetoothDataSend(handle, block);
     }
