@@ -24,26 +24,25 @@ import java.util.TreeMap;
 /**
  * "portid" names the device: the name the USB service lists it under (what availibleDevices
  * gives), or "vendor:product" in hex for the first such device attached; "#2" behind either
- * picks the second port of a chip with several. The line comes from
- * "speed", "data_bits", "stop_bits" and "parity"; no speed means 9600. A device whose use the
- * user has not allowed yet is asked for once per open, and open waits up to 5 s for the answer.
+ * picks the second port of a chip with several. The line comes from "speed", "data_bits",
+ * "stop_bits" and "parity"; no speed means 9600. A device whose use the user has not allowed
+ * yet is asked for once per open, and open waits up to 5 s for the answer.
  * Members are safe from any thread and throw nothing.
  */
-public class PSerialPort {
+public class PSerialPort extends StreamDevice {
     /** The broadcast the answer of a permission request comes as; the device's name follows it. */
     static final String PERMISSION_ACTION = "com.tavrel.piodevice.USB_PERMISSION:";
     /** How long open waits for the user's answer; a test shortens it. */
     static volatile long permissionWaitMillis = 5000;
     private static final int RECEIVER_NOT_EXPORTED = 4; // Context's flag of API 33
 
-    private final Activity activity;
+    private final Context context; // the application's: an activity that goes is not held
     private final long handle;
     private volatile String unplugged; // why the last opening ended by itself; null while open
-    private final StreamCompanion stream =
-            new StreamCompanion("port not open", "the USB port's stream ended", this::deliver, reason -> unplugged = reason);
 
     public PSerialPort(Activity activity, long handle) {
-        this.activity = activity;
+        super("port not open", "the USB port's stream ended", true);
+        this.context = applicationContext(activity);
         this.handle = handle;
     }
 
@@ -57,36 +56,26 @@ public class PSerialPort {
         }
     }
 
-    public void close() {
-        try {
-            stream.close();
-        } catch (RuntimeException ignored) {
-            // Closing lets go of what it can; nothing is left to tell.
-        }
-    }
-
     /** False when not all bytes went out; after an unplug the reason says so. */
+    @Override
     public boolean write(byte[] data) {
-        try {
-            if (stream.write(data))
-                return true;
-            String reason = unplugged;
-            if (reason != null)
-                stream.setLastError(reason);
-            return false;
-        } catch (RuntimeException e) {
-            stream.setLastError(Parameters.reason(e));
-            return false;
-        }
+        if (stream.write(data))
+            return true;
+        String reason = unplugged;
+        if (reason != null)
+            stream.setLastError(reason);
+        return false;
     }
 
-    public String getLastErrorMessage() {
-        return stream.getLastErrorMessage();
-    }
-
-    /** Where each block read goes; a test overrides it to see the blocks without the native side. */
+    @Override
     void deliver(byte[] block) {
         PSerialPortStoreData(handle, block);
+    }
+
+    /** The device went away (or stopped answering) while open: the next write tells why. */
+    @Override
+    void deliverError(String reason) {
+        unplugged = reason;
     }
 
     private StreamCompanion.Connection connect(Parameters p) throws IOException, InterruptedException {
@@ -96,7 +85,8 @@ public class PSerialPort {
         LineSettings line = LineSettings.of(p);
         if (line.speed == 0)
             line = new LineSettings(9600, line.dataBits, line.stopBits, line.parity);
-        Context context = context(activity);
+        if (context == null)
+            throw new IllegalStateException("no activity");
         UsbManager manager = manager(context);
         int hash = portId.lastIndexOf('#');
         int port = hash < 0 ? 0 : portNumber(portId.substring(hash + 1)) - 1;
@@ -122,11 +112,14 @@ public class PSerialPort {
         }
     }
 
-    private static Context context(Activity activity) {
-        if (activity == null)
-            throw new IllegalStateException("no activity");
-        Context application = activity.getApplicationContext();
-        return application != null ? application : activity;
+    /** The application's context behind the activity; null without an activity. */
+    private static Context applicationContext(Activity activity) {
+        try {
+            Context application = activity == null ? null : activity.getApplicationContext();
+            return application != null ? application : activity;
+        } catch (RuntimeException e) {
+            return activity;
+        }
     }
 
     private static UsbManager manager(Context context) {
@@ -235,7 +228,10 @@ public class PSerialPort {
      */
     static List<DeviceLists.Port> ports(Activity activity) {
         List<DeviceLists.Port> ports = new ArrayList<>();
-        for (UsbDevice device : devices(manager(context(activity))).values()) {
+        Context context = applicationContext(activity);
+        if (context == null)
+            return ports;
+        for (UsbDevice device : devices(manager(context)).values()) {
             UsbSerialConnection.Layout layout;
             for (int port = 0; (layout = UsbSerialConnection.layout(device, port, false)) != null; ++port) {
                 String product = device.getProductName();
