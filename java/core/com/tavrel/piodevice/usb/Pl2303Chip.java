@@ -3,12 +3,13 @@ package com.tavrel.piodevice.usb;
 
 import com.tavrel.piodevice.LineSettings;
 import java.io.IOException;
+import java.util.Arrays;
 
 /** A PL2303 of any type; legacy marks the oldest ones, which know fewer rates. */
 public final class Pl2303Chip extends CdcAcmChip {
     static final int VENDOR_REQUEST = 0x01;
     static final int LEGACY_HIGHEST_SPEED = 1_228_800;
-    /** The rates the chip takes as they are; others would need its divisor form. */
+    /** The rates the chip takes as they are, ascending; others would need its divisor form. */
     static final int[] STANDARD_RATES = {75, 150, 300, 600, 1200, 1800, 2400, 3600, 4800, 7200, 9600, 14400, 19200,
         28800, 38400, 57600, 115200, 230400, 460800, 614400, 921600, 1228800, 2457600, 3000000, 6000000};
 
@@ -21,7 +22,7 @@ public final class Pl2303Chip extends CdcAcmChip {
 
     @Override
     public void configure(UsbControl control, LineSettings line) throws IOException {
-        if (!listed(line.speed, STANDARD_RATES))
+        if (Arrays.binarySearch(STANDARD_RATES, line.speed) < 0)
             refuse(line, "the speed is not one of the chip's standard rates");
         if (legacy && line.speed > LEGACY_HIGHEST_SPEED)
             refuse(line, "this older type goes up to " + LEGACY_HIGHEST_SPEED);

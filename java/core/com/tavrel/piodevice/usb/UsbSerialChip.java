@@ -47,7 +47,7 @@ public abstract class UsbSerialChip {
         throw new IOException(family + " cannot set " + line + ": " + reason);
     }
 
-    /** Sends a request without data or with data to the device; a refusal ends configure. */
+    /** Sends one request, its data going the way the request type says; a refusal ends configure. */
     final void send(UsbControl control, String what, int requestType, int request, int value, int index,
                     byte[] data) throws IOException {
         int length = data == null ? 0 : data.length;
@@ -61,15 +61,6 @@ public abstract class UsbSerialChip {
         byte[] answer = new byte[length];
         send(control, what, VENDOR_IN, request, value, index, answer);
         return answer;
-    }
-
-    /** The speed as one of the rates a chip takes only by table. */
-    static boolean listed(int speed, int[] rates) {
-        for (int rate : rates) {
-            if (rate == speed)
-                return true;
-        }
-        return false;
     }
 
     /** Whether a rate the chip can make is close enough (2 %) to the one asked for. */
