@@ -3,8 +3,6 @@ package com.tavrel.piodevice;
 
 import android.app.Activity;
 import java.io.IOException;
-import java.io.InputStream;
-import java.io.OutputStream;
 import java.net.InetSocketAddress;
 import java.net.Socket;
 
@@ -82,25 +80,7 @@ public class PTcpSocket {
     }
 
     static StreamCompanion.Connection connection(Socket socket) throws IOException {
-        InputStream in = socket.getInputStream();
-        OutputStream out = socket.getOutputStream();
-        return new StreamCompanion.Connection() {
-            public int read(byte[] buffer) throws IOException {
-                return in.read(buffer);
-            }
-
-            public void write(byte[] data) throws IOException {
-                out.write(data);
-                out.flush();
-            }
-
-            public void close() {
-                try {
-                    socket.close();
-                } catch (IOException ignored) {
-                }
-            }
-        };
+        return StreamCompanion.over(socket.getInputStream(), socket.getOutputStream(), socket);
     }
 
     static native void PTcpSocketStoreData(long handle, byte[] data);

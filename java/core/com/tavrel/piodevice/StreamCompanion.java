@@ -2,8 +2,11 @@
 // it, reconnecting after a drop, writing, and the last error.
 package com.tavrel.piodevice;
 
+import java.io.Closeable;
 import java.io.EOFException;
 import java.io.IOException;
+import java.io.InputStream;
+import java.io.OutputStream;
 import java.util.Arrays;
 import java.util.function.Consumer;
 
@@ -44,6 +47,28 @@ public final class StreamCompanion {
     /** Makes a connection, for the first opening and for each reconnect. */
     public interface Connector {
         Connection connect() throws Exception;
+    }
+
+    /** A connection over the two streams of a socket; close closes the socket and ignores its failure. */
+    public static Connection over(InputStream in, OutputStream out, Closeable socket) {
+        return new Connection() {
+            public int read(byte[] buffer) throws IOException {
+                return in.read(buffer);
+            }
+
+            public void write(byte[] data) throws IOException {
+                out.write(data);
+                out.flush();
+            }
+
+            public void close() {
+                try {
+                    socket.close();
+                } catch (IOException ignored) {
+                    // Closed is all that was asked.
+                }
+            }
+        };
     }
 
     private final String notOpen;

@@ -6,8 +6,6 @@ package com.tavrel.piodevice;
 import android.app.Activity;
 import android.bluetooth.BluetoothSocket;
 import java.io.IOException;
-import java.io.InputStream;
-import java.io.OutputStream;
 import java.net.InetSocketAddress;
 import java.net.Socket;
 import java.util.ArrayList;
@@ -104,25 +102,8 @@ public class PBluetooth {
     /** Reads and writes the streams of a socket that is connected already. */
     public void setConnected(BluetoothSocket socket, long flags) {
         try {
-            InputStream in = socket.getInputStream();
-            OutputStream out = socket.getOutputStream();
-            stream.adopt("PBluetooth socket", new StreamCompanion.Connection() {
-                public int read(byte[] buffer) throws IOException {
-                    return in.read(buffer);
-                }
-
-                public void write(byte[] data) throws IOException {
-                    out.write(data);
-                    out.flush();
-                }
-
-                public void close() {
-                    try {
-                        socket.close();
-                    } catch (IOException ignored) {
-                    }
-                }
-            });
+            stream.adopt("PBluetooth socket",
+                    StreamCompanion.over(socket.getInputStream(), socket.getOutputStream(), socket::close));
         } catch (IOException | RuntimeException e) {
             stream.close();
             stream.setLastError(Parameters.reason(e));

@@ -1,0 +1,66 @@
+// Test fake of a key event: the test gives the action, key, meta state and the character that
+// the key character map would answer.
+package android.view;
+
+public class KeyEvent {
+    public static final int ACTION_DOWN = 0;
+    public static final int ACTION_UP = 1;
+    public static final int ACTION_MULTIPLE = 2;
+    public static final int KEYCODE_UNKNOWN = 0;
+    public static final int META_SHIFT_ON = 0x1;
+    public static final int META_CAPS_LOCK_ON = 0x100000;
+
+    private final int action;
+    private final int keyCode;
+    private final int metaState;
+    private final int unicodeChar;
+    private final int repeatCount;
+    private final String characters;
+
+    public KeyEvent(int action, int keyCode) {
+        this(action, keyCode, 0, 0, 0, null);
+    }
+
+    public KeyEvent(int action, int keyCode, int metaState, int unicodeChar) {
+        this(action, keyCode, metaState, unicodeChar, 0, null);
+    }
+
+    /** ACTION_MULTIPLE: a key repeated, or with KEYCODE_UNKNOWN a string of characters. */
+    public KeyEvent(int keyCode, int repeatCount, int unicodeChar, String characters) {
+        this(ACTION_MULTIPLE, keyCode, 0, unicodeChar, repeatCount, characters);
+    }
+
+    private KeyEvent(int action, int keyCode, int metaState, int unicodeChar, int repeatCount,
+                     String characters) {
+        this.action = action;
+        this.keyCode = keyCode;
+        this.metaState = metaState;
+        this.unicodeChar = unicodeChar;
+        this.repeatCount = repeatCount;
+        this.characters = characters;
+    }
+
+    public final int getAction() {
+        return action;
+    }
+
+    public final int getKeyCode() {
+        return keyCode;
+    }
+
+    public final int getMetaState() {
+        return metaState;
+    }
+
+    public final int getRepeatCount() {
+        return repeatCount;
+    }
+
+    public int getUnicodeChar() {
+        return unicodeChar;
+    }
+
+    public final String getCharacters() {
+        return characters;
+    }
+}
