@@ -2,12 +2,8 @@
 package android.view;
 
 public class KeyEvent {
-    public static final int ACTION_DOWN = 0; // API 1
-    public static final int ACTION_UP = 1; // API 1
     public static final int ACTION_MULTIPLE = 2; // API 1; deprecated in API 29
     public static final int KEYCODE_UNKNOWN = 0; // API 1
-    public static final int META_SHIFT_ON = 0x1; // API 1
-    public static final int META_CAPS_LOCK_ON = 0x100000; // API 11
 
     KeyEvent() {
         throw new RuntimeException("Stub!");

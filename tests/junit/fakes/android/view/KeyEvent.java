@@ -14,29 +14,22 @@ public class KeyEvent {
     private final int keyCode;
     private final int metaState;
     private final int unicodeChar;
-    private final int repeatCount;
     private final String characters;
 
-    public KeyEvent(int action, int keyCode) {
-        this(action, keyCode, 0, 0, 0, null);
-    }
-
     public KeyEvent(int action, int keyCode, int metaState, int unicodeChar) {
-        this(action, keyCode, metaState, unicodeChar, 0, null);
-    }
-
-    /** ACTION_MULTIPLE: a key repeated, or with KEYCODE_UNKNOWN a string of characters. */
-    public KeyEvent(int keyCode, int repeatCount, int unicodeChar, String characters) {
-        this(ACTION_MULTIPLE, keyCode, 0, unicodeChar, repeatCount, characters);
-    }
-
-    private KeyEvent(int action, int keyCode, int metaState, int unicodeChar, int repeatCount,
-                     String characters) {
         this.action = action;
         this.keyCode = keyCode;
         this.metaState = metaState;
         this.unicodeChar = unicodeChar;
-        this.repeatCount = repeatCount;
+        this.characters = null;
+    }
+
+    /** A string of characters that no key gives, as ACTION_MULTIPLE brings it. */
+    public KeyEvent(String characters) {
+        this.action = ACTION_MULTIPLE;
+        this.keyCode = KEYCODE_UNKNOWN;
+        this.metaState = 0;
+        this.unicodeChar = 0;
         this.characters = characters;
     }
 
@@ -53,7 +46,7 @@ public class KeyEvent {
     }
 
     public final int getRepeatCount() {
-        return repeatCount;
+        return 0;
     }
 
     public int getUnicodeChar() {

@@ -73,7 +73,6 @@ public class PBluetoothTest {
         assertTrue(bluetooth.open("address=" + ADDRESS.toLowerCase() + ";flags=3;"));
         assertEquals(List.of("secure", "insecure"), Arrays.asList(next(scanner.attempts), next(scanner.attempts)));
         assertEquals(PBluetooth.SERIAL_PORT, scanner.lastUuid);
-        assertEquals("00001101-0000-1000-8000-00805f9b34fb", PBluetooth.SERIAL_PORT.toString());
         assertEquals(1, adapter.discoveryCancels.get());
         assertTrue(bluetooth.isOpen());
 
@@ -86,7 +85,6 @@ public class PBluetoothTest {
         bluetooth.close();
         assertTrue(link.isClosed());
         assertFalse(bluetooth.isOpen());
-        assertFalse(bluetooth.write(new byte[] {6}));
     }
 
     @Test

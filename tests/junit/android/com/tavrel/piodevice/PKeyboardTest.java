@@ -62,7 +62,7 @@ public class PKeyboardTest {
             new KeyEvent(KeyEvent.ACTION_DOWN, 30, caps, 'B'),
             new KeyEvent(KeyEvent.ACTION_DOWN, 138, 0, 0),
             new KeyEvent(KeyEvent.ACTION_UP, 138, 0, 0),
-            new KeyEvent(KeyEvent.KEYCODE_UNKNOWN, 0, 0, "é"),
+            new KeyEvent("é"),
             new KeyEvent(KeyEvent.ACTION_DOWN, 66, 0, '\n'),
         };
         String desktop = KeyPacket.of(new int[] {59, 29, 29, 59, 30, 138, 138, 0, 66},
@@ -79,8 +79,8 @@ public class PKeyboardTest {
     @Test
     public void keysThatTypeNothingAndHaveNoNameAndEveryOtherCallReachTheWindow() {
         assertTrue(keyboard.open(""));
-        assertFalse(press(new KeyEvent(KeyEvent.ACTION_DOWN, 4))); // back
-        assertFalse(press(new KeyEvent(KeyEvent.ACTION_DOWN, 24))); // volume up
+        assertFalse(press(new KeyEvent(KeyEvent.ACTION_DOWN, 4, 0, 0))); // back
+        assertFalse(press(new KeyEvent(KeyEvent.ACTION_DOWN, 24, 0, 0))); // volume up
         assertTrue(press(new KeyEvent(KeyEvent.ACTION_DOWN, 156, 0, '-'))); // keypad minus: no name, a character
         assertEquals(List.of("156:1:LQ=="), packets);
         activity.window.getCallback().onWindowFocusChanged(true);
