@@ -24,7 +24,7 @@ import java.util.UUID;
  * the user for it and fails with the reason, and an open after the grant succeeds.
  * Nothing here throws to the caller.
  */
-public class PBluetooth {
+public class PBluetooth extends StreamDevice {
     static final UUID SERIAL_PORT = UUID.fromString("00001101-0000-1000-8000-00805F9B34FB");
     // The runtime permissions of API 31 on, by name so that older platform jars compile this.
     static final int RUNTIME_PERMISSION_API = 31;
@@ -35,10 +35,9 @@ public class PBluetooth {
 
     private final Activity activity;
     private final long handle;
-    private final StreamCompanion stream =
-            new StreamCompanion("device not connected", "the device closed the link", this::deliver, null);
 
     public PBluetooth(Activity activity, long handle) {
+        super("device not connected", "the device closed the link", false);
         this.activity = activity;
         this.handle = handle;
     }
@@ -83,31 +82,14 @@ public class PBluetooth {
     public void setConnected(BluetoothSocket socket, long flags) {
         try {
             stream.adopt("PBluetooth socket",
-                    StreamCompanion.over(socket.getInputStream(), socket.getOutputStream(), socket::close));
+                    StreamCompanion.streams(socket.getInputStream(), socket.getOutputStream(), socket::close));
         } catch (IOException | RuntimeException e) {
             stream.close();
             stream.setLastError(Parameters.reason(e));
         }
     }
 
-    public void close() {
-        stream.close();
-    }
-
-    /** Open, and the link up now. */
-    public boolean isOpen() {
-        return stream.isOpen();
-    }
-
-    public boolean write(byte[] data) {
-        return stream.write(data);
-    }
-
-    public String getLastErrorMessage() {
-        return stream.getLastErrorMessage();
-    }
-
-    /** Where each block read goes; a test overrides it to see the blocks without the native side. */
+    @Override
     void deliver(byte[] block) {
         PBluetoothDataSend(handle, block);
     }
@@ -146,7 +128,7 @@ public class PBluetooth {
             }
         }
         try {
-            return StreamCompanion.over(socket.getInputStream(), socket.getOutputStream(), socket::close);
+            return StreamCompanion.streams(socket.getInputStream(), socket.getOutputStream(), socket::close);
         } catch (IOException | RuntimeException e) {
             closeQuietly(socket);
             throw e;

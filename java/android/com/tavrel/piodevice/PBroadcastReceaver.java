@@ -13,11 +13,12 @@ import android.os.Handler;
 import android.os.HandlerThread;
 
 /**
- * open registers on the application's context (a receiver there outlives no activity and is
- * not torn down with one while the device is open) with the action and category of
+ * open registers on the application's context with the action and category of
  * {@link BroadcastExtras}; close unregisters. Every intent caught that carries one of the
  * fields with its declared type becomes one call of PBroadcastReceaverSendString with the
  * extras document; one without them is passed over.
+ * Only the application's context is kept, never the activity: the device may stay open while
+ * the activity is destroyed and made again (a turn of the screen), and the receiver with it.
  * Intents are taken on one looper thread shared by all receivers, started with the first open
  * and idle (blocked, no wake-ups) while nothing comes. Nothing here throws to the caller.
  */
@@ -26,14 +27,12 @@ public class PBroadcastReceaver {
     // an application that targets that level.
     static final int RECEIVER_EXPORTED = 2;
     static final int EXPORTED_FLAG_API = 33;
-    static final int FLAGS_API = 26;
 
     private static Handler intentHandler; // guarded by PBroadcastReceaver.class
 
-    private final Activity activity;
+    private final Context context; // null: no activity was given
     private final long handle;
     private Receiver receiver; // guarded by this
-    private Context registeredOn; // guarded by this
     private volatile String lastError = "";
 
     private final class Receiver extends BroadcastReceiver {
@@ -59,7 +58,7 @@ public class PBroadcastReceaver {
     }
 
     public PBroadcastReceaver(Activity activity, long handle) {
-        this.activity = activity;
+        this.context = applicationOf(activity);
         this.handle = handle;
     }
 
@@ -67,22 +66,18 @@ public class PBroadcastReceaver {
     public synchronized boolean open(String parameters) {
         close();
         try {
-            if (activity == null)
+            if (context == null)
                 throw new IllegalStateException("no activity to register the receiver with");
             BroadcastExtras extras = BroadcastExtras.of(parameters);
             IntentFilter filter = new IntentFilter(extras.action);
             if (!extras.category.isEmpty())
                 filter.addCategory(extras.category);
-            Context context = activity.getApplicationContext();
-            if (context == null)
-                context = activity;
             Receiver made = new Receiver(extras);
             if (Build.VERSION.SDK_INT >= EXPORTED_FLAG_API)
                 context.registerReceiver(made, filter, null, intentHandler(), RECEIVER_EXPORTED);
             else
                 context.registerReceiver(made, filter, null, intentHandler());
             receiver = made;
-            registeredOn = context;
             lastError = "";
             return true;
         } catch (RuntimeException e) {
@@ -97,12 +92,11 @@ public class PBroadcastReceaver {
             return;
         receiver.closed = true;
         try {
-            registeredOn.unregisterReceiver(receiver);
+            context.unregisterReceiver(receiver);
         } catch (RuntimeException alreadyGone) {
             // Nothing left to undo.
         }
         receiver = null;
-        registeredOn = null;
     }
 
     public boolean write(byte[] data) {
@@ -117,6 +111,15 @@ public class PBroadcastReceaver {
     /** Where each extras document goes; a test overrides it to see them without the native side. */
     void deliver(String xml) {
         PBroadcastReceaverSendString(handle, xml);
+    }
+
+    private static Context applicationOf(Activity activity) {
+        try {
+            Context application = activity == null ? null : activity.getApplicationContext();
+            return application != null ? application : activity;
+        } catch (RuntimeException e) {
+            return activity;
+        }
     }
 
     private static synchronized Handler intentHandler() {

@@ -12,15 +12,14 @@ import java.net.Socket;
  * or a peer that ends the stream, is reported once through PTcpSocketStoreError with code
  * 200 and the reason; a socket closed by close() reports nothing. The same on every platform.
  */
-public class PTcpSocket {
+public class PTcpSocket extends StreamDevice {
     /** The code of every error reported from here. */
     public static final int DEVICE_FAILURE = 200;
 
     private final long handle;
-    private final StreamCompanion stream =
-            new StreamCompanion("socket not connected", "Connection closed by peer", this::deliver, this::deliverError);
 
     public PTcpSocket(Activity activity, long handle) {
+        super("socket not connected", "Connection closed by peer", true);
         this.handle = handle;
     }
 
@@ -58,29 +57,18 @@ public class PTcpSocket {
         }
     }
 
-    public void close() {
-        stream.close();
-    }
-
-    public boolean write(byte[] data) {
-        return stream.write(data);
-    }
-
-    public String getLastErrorMessage() {
-        return stream.getLastErrorMessage();
-    }
-
-    /** Where each block read goes; a test overrides it to see the blocks without the native side. */
+    @Override
     void deliver(byte[] block) {
         PTcpSocketStoreData(handle, block);
     }
 
+    @Override
     void deliverError(String reason) {
         PTcpSocketStoreError(handle, DEVICE_FAILURE, reason);
     }
 
     static StreamCompanion.Connection connection(Socket socket) throws IOException {
-        return StreamCompanion.over(socket.getInputStream(), socket.getOutputStream(), socket);
+        return StreamCompanion.streams(socket.getInputStream(), socket.getOutputStream(), socket);
     }
 
     static native void PTcpSocketStoreData(long handle, byte[] data);

@@ -17,15 +17,14 @@ import java.net.SocketAddress;
  * A receive that fails is reported through PUdpSocketStoreError with code 200. The same on
  * every platform.
  */
-public class PUdpSocket {
+public class PUdpSocket extends StreamDevice {
     public static final int DEVICE_FAILURE = 200;
     private static final int MAX_DATAGRAM = 65536;
 
     private final long handle;
-    private final StreamCompanion stream =
-            new StreamCompanion("socket not open", "socket closed", this::deliver, this::deliverError);
 
     public PUdpSocket(Activity activity, long handle) {
+        super("socket not open", "socket closed", true);
         this.handle = handle;
     }
 
@@ -51,23 +50,12 @@ public class PUdpSocket {
         }, false);
     }
 
-    public void close() {
-        stream.close();
-    }
-
-    public boolean write(byte[] data) {
-        return stream.write(data);
-    }
-
-    public String getLastErrorMessage() {
-        return stream.getLastErrorMessage();
-    }
-
-    /** Where each datagram goes; a test overrides it to see them without the native side. */
+    @Override
     void deliver(byte[] datagram) {
         PUdpSocketStoreData(handle, datagram);
     }
 
+    @Override
     void deliverError(String reason) {
         PUdpSocketStoreError(handle, DEVICE_FAILURE, reason);
     }

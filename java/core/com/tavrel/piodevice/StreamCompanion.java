@@ -49,8 +49,8 @@ public final class StreamCompanion {
         Connection connect() throws Exception;
     }
 
-    /** A connection over the two streams of a socket; close closes the socket and ignores its failure. */
-    public static Connection over(InputStream in, OutputStream out, Closeable socket) {
+    /** A connection over the streams of a connected socket; closing it closes the socket. */
+    public static Connection streams(InputStream in, OutputStream out, Closeable socket) {
         return new Connection() {
             public int read(byte[] buffer) throws IOException {
                 return in.read(buffer);
@@ -65,7 +65,7 @@ public final class StreamCompanion {
                 try {
                     socket.close();
                 } catch (IOException ignored) {
-                    // Closed is all that was asked.
+                    // Closed, or as closed as it can be.
                 }
             }
         };

@@ -20,15 +20,13 @@ import java.util.Map;
  * open connects at once; when the peer's stream ends or fails while open, isOpen turns false
  * and the link is made again with the back-off of {@link StreamCompanion}, until close.
  */
-public class PBluetooth {
+public class PBluetooth extends StreamDevice {
     public static final String DEVICES_PROPERTY = "kelmor.bluetooth.devices";
     private static final int CONNECT_TIMEOUT_MILLIS = 2000;
 
     private static final Map<String, Peer> registered = new LinkedHashMap<>(); // guarded by itself
 
     private final long handle;
-    private final StreamCompanion stream =
-            new StreamCompanion("device not connected", "the peer's stream ended", this::deliver, null);
 
     /** A device that can be reached: its address, its name and where its stream is. */
     private static final class Peer {
@@ -42,6 +40,7 @@ public class PBluetooth {
     }
 
     public PBluetooth(Activity activity, long handle) {
+        super("device not connected", "the peer's stream ended", false);
         this.handle = handle;
     }
 
@@ -103,31 +102,14 @@ public class PBluetooth {
     public void setConnected(BluetoothSocket socket, long flags) {
         try {
             stream.adopt("PBluetooth socket",
-                    StreamCompanion.over(socket.getInputStream(), socket.getOutputStream(), socket::close));
+                         StreamCompanion.streams(socket.getInputStream(), socket.getOutputStream(), socket::close));
         } catch (IOException | RuntimeException e) {
             stream.close();
             stream.setLastError(Parameters.reason(e));
         }
     }
 
-    public void close() {
-        stream.close();
-    }
-
-    /** Open, and the link up now. */
-    public boolean isOpen() {
-        return stream.isOpen();
-    }
-
-    public boolean write(byte[] data) {
-        return stream.write(data);
-    }
-
-    public String getLastErrorMessage() {
-        return stream.getLastErrorMessage();
-    }
-
-    /** Where each block read goes; a test overrides it to see the blocks without the native side. */
+    @Override
     void deliver(byte[] block) {
         PBluetoothDataSend(handle, block);
     }

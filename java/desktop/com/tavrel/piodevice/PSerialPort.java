@@ -22,15 +22,14 @@ import java.util.Set;
  * in the system property kelmor.serial.ports (comma-separated), so that a test or the
  * emulator can offer a pseudo-terminal.
  */
-public class PSerialPort {
+public class PSerialPort extends StreamDevice {
     /** Comma-separated port paths listed besides the ttys found in /dev. */
     public static final String PORTS_PROPERTY = "kelmor.serial.ports";
 
     private final long handle;
-    private final StreamCompanion stream =
-            new StreamCompanion("port not open", "the port's stream ended", this::deliver, null);
 
     public PSerialPort(Activity activity, long handle) {
+        super("port not open", "the port's stream ended", false);
         this.handle = handle;
     }
 
@@ -44,19 +43,7 @@ public class PSerialPort {
         }, false);
     }
 
-    public void close() {
-        stream.close();
-    }
-
-    public boolean write(byte[] data) {
-        return stream.write(data);
-    }
-
-    public String getLastErrorMessage() {
-        return stream.getLastErrorMessage();
-    }
-
-    /** Where each block read goes; a test overrides it to see the blocks without the native side. */
+    @Override
     void deliver(byte[] block) {
         PSerialPortStoreData(handle, block);
     }

@@ -17,8 +17,8 @@ import org.junit.After;
 import org.junit.Test;
 
 public class PBroadcastReceaverTest {
-    private final Activity activity = new Activity();
     private final Context application = new Context();
+    private final Activity activity = activityOf(application);
     private final LinkedBlockingQueue<String> sent = new LinkedBlockingQueue<>();
     private final LinkedBlockingQueue<Thread> senders = new LinkedBlockingQueue<>();
     private final PBroadcastReceaver receiver = new PBroadcastReceaver(activity, 7) {
@@ -29,8 +29,10 @@ public class PBroadcastReceaverTest {
         }
     };
 
-    {
+    private static Activity activityOf(Context application) {
+        Activity activity = new Activity();
         activity.applicationContext = application;
+        return activity;
     }
 
     @After
