@@ -29,4 +29,6 @@ public class Activity extends android.content.Context {
     public void unregisterReceiver(android.content.BroadcastReceiver receiver) { throw new RuntimeException("Stub!"); } // API 1
 
     public int checkSelfPermission(String permission) { throw new RuntimeException("Stub!"); } // API 23
+
+    public final void requestPermissions(String[] permissions, int requestCode) { throw new RuntimeException("Stub!"); } // API 23
 }

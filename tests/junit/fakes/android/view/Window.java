@@ -1,6 +1,21 @@
-// Test fake of the window.
+// Test fake of a window: it keeps the callback it is given, as the real one does.
 package android.view;
 
-public abstract class Window {
-    public Window(android.content.Context context) {}
+public class Window {
+    private volatile Callback callback;
+
+    public final Callback getCallback() {
+        return callback;
+    }
+
+    public void setCallback(Callback callback) {
+        this.callback = callback;
+    }
+
+    /** Two of the real interface's members: the key road and one that a wrapper only passes on. */
+    public interface Callback {
+        boolean dispatchKeyEvent(KeyEvent event);
+
+        void onWindowFocusChanged(boolean hasFocus);
+    }
 }
