@@ -1,7 +1,6 @@
 // PBuffer and PThreadSafeBuffer: a linear byte buffer on lazily committed pages, and the same
 // under a lock with waits for data.
 #include "PBuffer.h"
-#include "PWaitCondition.h"
 
 #include <sys/mman.h>
 
@@ -250,7 +249,7 @@ struct PThreadSafeBufferPrivate {
     // Guards the positions, the storage and the waiter count.
     mutable std::mutex mutex;
     // Signalled by a write that stored bytes, by close and by the destructor.
-    PWaitCondition readyRead;
+    std::condition_variable readyRead;
     // Signalled when the last waiter leaves, so that the destructor may go on.
     std::condition_variable waitersGone;
     int waiters = 0;
@@ -370,8 +369,7 @@ bool PThreadSafeBuffer::waitForReadyRead(int msecs)
         t->readyRead.wait(lock);
         result = isOpen();
     } else {
-        // The monotonic clock: a change of the wall clock must not end the wait or stretch it.
-        using Clock = std::chrono::steady_clock;
+        using Clock = std::chrono::system_clock;
         const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(msecs);
         t->readyRead.wait_until(lock, deadline);
         result = Clock::now() < deadline && isOpen();
