@@ -80,13 +80,8 @@ public class PBluetooth extends StreamDevice {
 
     /** Reads and writes a socket that is connected already; it is not made again after a drop. */
     public void setConnected(BluetoothSocket socket, long flags) {
-        try {
-            stream.adopt("PBluetooth socket",
-                    StreamCompanion.streams(socket.getInputStream(), socket.getOutputStream(), socket::close));
-        } catch (IOException | RuntimeException e) {
-            stream.close();
-            stream.setLastError(Parameters.reason(e));
-        }
+        stream.adopt("PBluetooth socket",
+                () -> StreamCompanion.streams(socket.getInputStream(), socket.getOutputStream(), socket::close));
     }
 
     @Override

@@ -168,6 +168,16 @@ public final class StreamCompanion {
         }
     }
 
+    /** The same for a connection still to be taken from the socket, which may fail: the failure becomes the last error. */
+    public void adopt(String threadName, Connector socket) {
+        try {
+            adopt(threadName, socket.connect());
+        } catch (Exception e) {
+            close();
+            lastError = Parameters.reason(e);
+        }
+    }
+
     private void start(String threadName, Link opened) {
         Link previous;
         synchronized (lock) {

@@ -107,6 +107,20 @@ public class PBluetoothTest {
     }
 
     @Test
+    public void aSocketConnectedElsewhereIsReadAndNotMadeAgainAfterADrop() throws Exception {
+        BluetoothSocket given = scanner.createRfcommSocketToServiceRecord(PBluetooth.SERIAL_PORT);
+        given.connect();
+        bluetooth.setConnected(given, 1);
+        given.peerSends("given".getBytes());
+        assertArrayEquals("given".getBytes(), next(blocks));
+        next(scanner.attempts);
+        given.drop();
+        assertTrue(CompanionThreads.awaitNone(5000)); // the reader ended instead of reconnecting
+        assertFalse(bluetooth.isOpen());
+        assertTrue(scanner.attempts.isEmpty());
+    }
+
+    @Test
     public void openFailsWithTheReasonWhenBluetoothCannotServe() {
         assertOpenFails("address=;", "no Bluetooth address given");
         assertOpenFails("address=scanner;", "not a Bluetooth address: SCANNER");
