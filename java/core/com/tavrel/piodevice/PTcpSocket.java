@@ -24,9 +24,9 @@ public class PTcpSocket extends StreamDevice {
     }
 
     public boolean open(String parameters) {
-        return stream.open("PTcpSocket", () -> {
-            Parameters p = new Parameters(parameters);
-            String address = p.text("address");
+        Parameters p = new Parameters(parameters);
+        String address = p.text("address");
+        return stream.open("PTcpSocket " + address, () -> {
             if (address.isEmpty())
                 throw new IllegalArgumentException("no address given");
             long port = p.number("port", 0);

@@ -29,9 +29,9 @@ public class PUdpSocket extends StreamDevice {
     }
 
     public boolean open(String parameters) {
-        return stream.open("PUdpSocket", () -> {
-            Parameters p = new Parameters(parameters);
-            String address = p.text("address");
+        Parameters p = new Parameters(parameters);
+        String address = p.text("address");
+        return stream.open("PUdpSocket " + address, () -> {
             if (address.isEmpty())
                 throw new IllegalArgumentException("no address given");
             long port = p.number("port", 0);

@@ -169,9 +169,13 @@ public final class StreamCompanion {
     }
 
     private void start(String threadName, Link opened) {
+        Link previous;
         synchronized (lock) {
+            previous = link;
             link = opened;
         }
+        if (previous != null) // an open that raced with this one
+            end(previous);
         lastError = "";
         Connection first = opened.current();
         if (first != null && first.reads()) {
@@ -191,8 +195,11 @@ public final class StreamCompanion {
             closing = link;
             link = null;
         }
-        if (closing == null)
-            return;
+        if (closing != null)
+            end(closing);
+    }
+
+    private static void end(Link closing) {
         Connection connection = closing.close();
         if (connection != null)
             connection.close();

@@ -34,9 +34,9 @@ public class PSerialPort extends StreamDevice {
     }
 
     public boolean open(String parameters) {
-        return stream.open("PSerialPort", () -> {
-            Parameters p = new Parameters(parameters);
-            String port = p.text("portid");
+        Parameters p = new Parameters(parameters);
+        String port = p.text("portid");
+        return stream.open("PSerialPort " + port, () -> {
             if (port.isEmpty())
                 throw new IllegalArgumentException("no port given");
             return TtyStream.open(port, lineSettings(LineSettings.of(p))).connection();
