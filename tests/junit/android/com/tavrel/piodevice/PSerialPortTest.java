@@ -91,6 +91,31 @@ public class PSerialPortTest {
     }
 
     @Test
+    public void closingFromAnyThreadWhileDataFlowsLetsEveryConnectionGo() throws InterruptedException {
+        usb.permitted.add(ch340.getDeviceName());
+        for (int i = 0; i < 300; ++i) {
+            assertTrue(port.getLastErrorMessage(), port.open("portid=1a86:7523;"));
+            UsbDeviceConnection connection = usb.opened.get(i);
+            Thread traffic = new Thread(() -> {
+                for (int k = 0; k < 20; ++k) {
+                    connection.receive(new byte[] {'x'});
+                    port.write(new byte[] {'y'});
+                }
+            });
+            traffic.start();
+            if (i % 2 == 0)
+                new Thread(port::close).start();
+            else
+                port.close();
+            traffic.join();
+        }
+        port.close();
+        assertTrue(CompanionThreads.awaitNone(5000));
+        for (UsbDeviceConnection connection : usb.opened)
+            assertTrue(connection.closed && connection.claimed.isEmpty());
+    }
+
+    @Test
     public void aDeniedOrUnansweredPermissionFailsOpenWithTheDeviceIds() {
         Build.VERSION.SDK_INT = 30;
         usb.answer = false;
