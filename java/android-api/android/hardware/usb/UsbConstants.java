@@ -6,8 +6,4 @@ public final class UsbConstants {
     public static final int USB_ENDPOINT_XFER_BULK = 2; // API 12
     public static final int USB_CLASS_COMM = 2; // API 12
     public static final int USB_CLASS_CDC_DATA = 10; // API 12
-
-    public UsbConstants() {
-        throw new RuntimeException("Stub!");
-    }
 }

@@ -49,7 +49,8 @@ public class PSerialPort extends StreamDevice {
     public boolean open(String parameters) {
         try {
             unplugged = null;
-            return stream.open("PSerialPort", () -> connect(new Parameters(parameters)), false);
+            Parameters p = new Parameters(parameters);
+            return stream.open("PSerialPort " + p.text("portid"), () -> connect(p), false);
         } catch (RuntimeException e) {
             stream.setLastError(Parameters.reason(e));
             return false;

@@ -19,6 +19,7 @@ import java.nio.charset.StandardCharsets;
 import java.util.Arrays;
 import java.util.Base64;
 import java.util.Collections;
+import java.util.HashSet;
 import java.util.concurrent.LinkedBlockingQueue;
 import java.util.concurrent.TimeUnit;
 import org.junit.After;
@@ -90,6 +91,31 @@ public class PSerialPortTest {
     }
 
     @Test
+    public void closingFromAnyThreadWhileDataFlowsLetsEveryConnectionGo() throws InterruptedException {
+        usb.permitted.add(ch340.getDeviceName());
+        for (int i = 0; i < 300; ++i) {
+            assertTrue(port.getLastErrorMessage(), port.open("portid=1a86:7523;"));
+            UsbDeviceConnection connection = usb.opened.get(i);
+            Thread traffic = new Thread(() -> {
+                for (int k = 0; k < 20; ++k) {
+                    connection.receive(new byte[] {'x'});
+                    port.write(new byte[] {'y'});
+                }
+            });
+            traffic.start();
+            if (i % 2 == 0)
+                new Thread(port::close).start();
+            else
+                port.close();
+            traffic.join();
+        }
+        port.close();
+        assertTrue(CompanionThreads.awaitNone(5000));
+        for (UsbDeviceConnection connection : usb.opened)
+            assertTrue(connection.closed && connection.claimed.isEmpty());
+    }
+
+    @Test
     public void aDeniedOrUnansweredPermissionFailsOpenWithTheDeviceIds() {
         Build.VERSION.SDK_INT = 30;
         usb.answer = false;
@@ -148,6 +174,15 @@ public class PSerialPortTest {
         assertEquals("USB device 1a86:7523 was unplugged", port.getLastErrorMessage());
         assertFalse(port.open("portid=/dev/bus/usb/001/002;" + LINE));
         assertEquals("USB device /dev/bus/usb/001/002 is not attached", port.getLastErrorMessage());
+    }
+
+    @Test
+    public void aCdcAcmDeviceGetsItsLineOnTheCommunicationsInterfaceWithBothInterfacesClaimed() {
+        usb.permitted.add(cdc.getDeviceName());
+        assertTrue(port.getLastErrorMessage(), port.open("portid=05f9:4204;" + LINE));
+        UsbDeviceConnection connection = usb.opened.get(0);
+        assertEquals(Arrays.asList("21/20/0000/0000 00C20100000208", "21/22/0003/0000"), connection.control);
+        assertEquals(new HashSet<>(Arrays.asList(0, 1)), connection.claimed);
     }
 
     @Test
