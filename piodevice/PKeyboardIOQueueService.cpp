@@ -148,10 +148,11 @@ struct PKeyboardIOQueueServicePrivate {
         return !handlers.empty() && received != cache.end() && !received->second.empty();
     }
 
-    // Starts a timer when key messages wait and none ticks. Its first tick comes half an
-    // interval later: a timer that ticked all along would have come anywhere within the
-    // interval, half of it on average, so bursts end and split as they did then. Called with no
-    // lock held, from whatever thread brought the messages or the device.
+    // Starts a timer when key messages wait and none ticks. Its first tick comes one interval
+    // later, the latest that a timer ticking all along would have come, and the ticks keep
+    // that pace while they run: a burst is cut only by a pause longer than an interval, where
+    // such a timer could have cut it too. Called with no lock held, from whatever thread
+    // brought the messages or the device.
     void arm(PKeyboardIOQueueService& service)
     {
         int every = 0;
@@ -164,7 +165,6 @@ struct PKeyboardIOQueueServicePrivate {
         std::unique_ptr<PTimer> timer(new PTimer);
         PTimer* self = timer.get();
         timer->setInterval(every);
-        timer->setFirstDelay(every / 2);
         timer->setCallback([this, &service, self] {
             TickScope scope(self);
             settle(self, service.tick());

@@ -96,12 +96,6 @@ void PTimer::setFlags(unsigned int flags)
         d->flags = flags;
 }
 
-void PTimer::setFirstDelay(int milliseconds)
-{
-    if (d && !isRunning())
-        d->firstDelay = milliseconds;
-}
-
 int PTimer::interval() const
 {
     return d ? d->interval : 0;
@@ -214,8 +208,7 @@ void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval,
     // rather than ticking in a burst to catch up. A steady clock: a change of the wall clock
     // must not stretch or skip a tick.
     const auto period = std::chrono::milliseconds(interval);
-    auto deadline = std::chrono::steady_clock::now()
-        + (d->firstDelay < 0 ? period : std::chrono::milliseconds(d->firstDelay));
+    auto deadline = std::chrono::steady_clock::now() + period;
     while (d->state.load() == 2) {
         std::unique_lock<std::mutex> lock(d->mutex);
         const bool woken = d->condition.wait_until(

@@ -17,7 +17,6 @@ struct PTimerPrivate {
     int interval = 0;
     int count = -1;
     unsigned int flags = 0;
-    int firstDelay = -1;         // milliseconds before the first tick; negative: one interval
     int restartFlags = 0;        // guarded by mutex
     bool restartPending = false; // guarded by mutex
     bool started = false;        // guarded by mutex: the thread has taken over
@@ -50,9 +49,6 @@ public:
     void setInterval(const int& interval);
     void setCount(const int& count);
     void setFlags(unsigned int flags);
-    // Milliseconds before the first tick when flags don't ask for it at once; negative (the
-    // default) waits one interval.
-    void setFirstDelay(int milliseconds);
     int interval() const;
     int count() const;
     unsigned int flags() const;
