@@ -25,10 +25,11 @@ struct PVKObjectManagerPrivate {
     std::map<uint64_t, IComponentBase*> objects;
 };
 
+// Never destroyed: a host may still destroy a component from its own static destructors.
 PVKObjectManagerPrivate& registry()
 {
-    static PVKObjectManagerPrivate instance;
-    return instance;
+    static auto* instance = new PVKObjectManagerPrivate;
+    return *instance;
 }
 
 uint64_t keyOf(const IComponentBase* object)

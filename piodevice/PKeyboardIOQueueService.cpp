@@ -158,10 +158,11 @@ struct PKeyboardIOQueueServicePrivate {
 
 namespace {
 
+// Never destroyed: the timer and the companion's thread may still run while the process ends.
 std::shared_ptr<PKeyboardIOQueueService>& holder()
 {
-    static std::shared_ptr<PKeyboardIOQueueService> instance;
-    return instance;
+    static auto* instance = new std::shared_ptr<PKeyboardIOQueueService>;
+    return *instance;
 }
 
 }
