@@ -9,6 +9,7 @@
 
 class PEvent;
 struct KelmorNativePrivate;
+struct KelmorHostEvent;
 
 // The one component class. Made and destroyed only through the object registry. The host
 // calls it on any of its threads; the table is built once by Init and then only read.
@@ -45,6 +46,9 @@ public:
     // The end of the input road: one external event of the host per message, on the
     // delivering thread. The event stays the caller's.
     void onInputEvent(PEvent* event);
+    // The first half of onInputEvent, all that reads the component: the connection and the
+    // texts of the event into out. False when nothing goes to the host.
+    bool takeInputEvent(PEvent* event, KelmorHostEvent& out);
     // Errors a device reports after it opened go no further.
     void onDeviceError(const PError& error);
 

@@ -129,18 +129,19 @@ struct PKeyboardIOQueueServicePrivate {
     std::unique_ptr<PKeyboardCompanion> companion;
     PJavaHandle handle;
     std::unique_ptr<PTimer> timer;
-    // Timers stopped from their own tick: their thread ends after that tick, and another
-    // thread joins them later.
+    // Timers told to stop: their thread ends after the tick under way, and a later start or
+    // stop joins it once it ended. Nobody waits for a tick: the last stop may come with the
+    // object registry's mutex held, which the host's handler inside that tick may want.
     std::vector<std::unique_ptr<PTimer>> retired;
 
-    // Joins every retired timer that doesn't run on this thread, outside the lock.
+    // Joins every retired timer whose thread ended, outside the lock.
     void joinRetired()
     {
         std::vector<std::unique_ptr<PTimer>> ended;
         {
             std::lock_guard<std::mutex> guard(lifecycle);
             for (auto& timer : retired) {
-                if (timer.get() == t_tickTimer)
+                if (timer.get() == t_tickTimer || timer->isRunning())
                     continue;
                 ended.push_back(std::move(timer));
             }
@@ -267,13 +268,11 @@ bool PKeyboardIOQueueService::stop()
             d->companion.reset();
         }
         d->debug("PKeyboardIOQueueService:: stopped ");
-        if (ending && ending.get() == t_tickTimer) {
-            // Stopped from inside its own tick: it ends after this tick, and is joined later.
-            ending->stop();
+        if (ending) {
+            ending->requestStop();
             d->retired.push_back(std::move(ending));
         }
     }
-    ending.reset();
     d->joinRetired();
     return true;
 }

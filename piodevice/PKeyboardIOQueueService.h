@@ -73,8 +73,9 @@ std::unique_ptr<PKeyboardCompanion> makeSilentKeyboardCompanion(int64_t handle);
 // Thread-safety: every operation may be called from any thread. The cache and the handler
 // list have one lock, held only inside each operation and never over a device callback.
 // start, stop and the parameters have a lock of their own, taken before the Java layer's.
-// A device may close, reopen or destroy itself from inside its own tick callback: a stop on
-// the timer's own thread leaves the timer to end after that tick instead of waiting for it.
+// A device may close, reopen or destroy itself from inside its own tick callback. The last
+// stop never waits for a tick under way (its caller may hold a lock that the host's handler in
+// that tick wants): the timer ends after that tick and a later start or stop joins it.
 // Failure: start reports by PError (see the device's open); nothing else fails.
 class PKeyboardIOQueueService {
 public:

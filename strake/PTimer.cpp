@@ -159,13 +159,20 @@ void PTimer::stop()
 {
     if (!d)
         return;
+    requestStop();
+    if (d->thread.joinable() && d->thread.get_id() != std::this_thread::get_id())
+        d->thread.join();
+}
+
+void PTimer::requestStop()
+{
+    if (!d)
+        return;
     {
         std::lock_guard<std::mutex> lock(d->mutex);
         d->state.store(3);
     }
     d->condition.notify_all();
-    if (d->thread.joinable() && d->thread.get_id() != std::this_thread::get_id())
-        d->thread.join();
 }
 
 void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval, int count,
