@@ -107,8 +107,7 @@ KelmorNative::~KelmorNative()
 
 bool KelmorNative::Init(void* connection)
 {
-    PError error;
-    try {
+    return hostCall(false, __PRETTY_FUNCTION__, __LINE__, [&] {
         PExclusiveCall exclusive(*this);
         if (!isInitialized()) {
             // Java first: the devices that this component opens make their companions there.
@@ -124,12 +123,8 @@ bool KelmorNative::Init(void* connection)
                 initMethods();
             }
         }
-    } catch (...) {
-        error = PError::fromCurrentException();
-    }
-    if (error.isError())
-        pushError(ErrorLevel, error);
-    return !error.isError();
+        return true;
+    }, PError::StandardText::Kept);
 }
 
 long KelmorNative::GetInfo()
@@ -139,43 +134,36 @@ long KelmorNative::GetInfo()
 
 void KelmorNative::Done()
 {
-    PError error;
-    try {
+    hostCall(false, __PRETTY_FUNCTION__, __LINE__, [&] {
         PExclusiveCall exclusive(*this);
         if (isInitialized())
             PlatformNativeBase::Done();
-    } catch (...) {
-        error = PError::fromCurrentException();
-    }
-    if (error.isError())
-        pushError(ErrorLevel, error);
+        return true;
+    }, PError::StandardText::Kept);
 }
 
 bool KelmorNative::RegisterExtensionAs(char16_t** out)
 {
     if (!out)
         return false;
-    try {
+    return hostCall(false, __PRETTY_FUNCTION__, __LINE__, [&] {
         char16_t* name = strake::AllocAndConvert(memoryManager(), d->extensionName.utf16(), nullptr);
         if (!name)
             return false;
         *out = name;
         return true;
-    } catch (...) {
-        return false;
-    }
+    });
 }
 
 void KelmorNative::SetLocale(const char16_t* locale)
 {
-    try {
+    hostCall(false, __PRETTY_FUNCTION__, __LINE__, [&] {
         const bool russian = PString(locale).contains(PString("ru"));
         PLocale::setDefaultLocaleId(russian ? PLocale::Russian : PLocale::English);
         // The labels of the form follow the language; values set before are gone with them.
         rebuildSettings();
-    } catch (...) {
-        // Only memory exhaustion can get here; the language stays as it was.
-    }
+        return true;
+    });
 }
 
 void KelmorNative::rebuildSettings()
