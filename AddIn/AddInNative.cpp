@@ -4,12 +4,12 @@
 
 #include "Device.h"
 #include "DeviceManager.h"
+#include "KelmorNames.h"
 #include "PCallGate.h"
 #include "PEvent.h"
 #include "PEventKeys.h"
 #include "PJavaConnection.h"
 #include "PLocale.h"
-#include "PVKObjectManager.h"
 #include "PVKSettings.h"
 #include "StrakeVariant.h"
 
@@ -26,7 +26,7 @@ struct MethodRow {
 
 }
 
-const char* const KelmorNative::DriverVersion = "10.1.8.6";
+const char* const KelmorNative::DriverVersion = KelmorNames::DriverVersion;
 
 namespace {
 
@@ -93,7 +93,7 @@ struct KelmorNativePrivate {
 };
 
 KelmorNative::KelmorNative()
-    : PlatformNativeBaseEx(PString(DriverVersion), PVKObjectManager::classNames()),
+    : PlatformNativeBaseEx(PString(DriverVersion), PString(KelmorNames::ClassNames)),
       d(new KelmorNativePrivate)
 {
 }

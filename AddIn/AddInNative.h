@@ -15,7 +15,7 @@ struct KelmorHostEvent;
 // calls it on any of its threads; the table is built once by Init and then only read.
 class KelmorNative : public PlatformNativeBaseEx {
 public:
-    static const char* const DriverVersion;  // "10.1.8.6"
+    static const char* const DriverVersion;  // KelmorNames::DriverVersion
     enum : long { EventBufferDepth = 4096 };
     enum : int { OpenAttempts = 3 };
 

@@ -3,6 +3,7 @@
 
 #include "AddInNative.h"
 #include "DeviceManager.h"
+#include "KelmorNames.h"
 #include "PGlobal.h"
 #include "PJavaConnection.h"
 #include "PLogger.h"
@@ -16,8 +17,7 @@
 
 namespace {
 
-const wchar_t kClassNames[] = L"InputDevice|CardReaderDevice";
-const PString gClassNamesWide(kClassNames);
+const PString gClassNamesWide(KelmorNames::ClassNames);
 const std::u16string gClassNames = gClassNamesWide.toTavrelString();
 
 struct PVKObjectManagerPrivate {

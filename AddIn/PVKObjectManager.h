@@ -15,8 +15,8 @@ public:
     static void destroy(IComponentBase* object);
     // Number of live component objects.
     static size_t count();
-    // The classes the library offers, "InputDevice|CardReaderDevice": the one list behind
-    // GetClassNames and each component's extension name. Lives as long as the process.
+    // The classes the library offers, "InputDevice|CardReaderDevice", behind GetClassNames.
+    // Lives as long as the process.
     static const PString& classNames();
     // True for one name of the list; false for the whole list, an empty name or any other.
     static bool isClassName(const PString& name);

@@ -7,7 +7,6 @@
 #include "PGlobalKeyEventsQueue.h"
 #include "PJavaCompanion.h"
 #include "PJavaHandles.h"
-#include "PKeyboard.h"
 #include "PTimer.h"
 
 #include <algorithm>
@@ -105,7 +104,7 @@ std::unique_ptr<PKeyboardCompanion> makeSilentKeyboardCompanion(int64_t)
 }
 
 PKeyboardIOQueueServiceInputHandler::PKeyboardIOQueueServiceInputHandler(
-    const std::shared_ptr<PKeyboard>& keyboard)
+    const std::shared_ptr<PIODevice>& keyboard)
     : id(static_cast<unsigned long>(reinterpret_cast<uintptr_t>(keyboard.get())))
     , device(keyboard.get())
     , owner(keyboard)
@@ -406,7 +405,7 @@ void PKeyboardIOQueueService::commonTimeoutProc()
 
     int status = 0;
     for (unsigned long i = 0; i < count && status != 3; ++i) {
-        std::shared_ptr<PKeyboard> device;
+        std::shared_ptr<PIODevice> device;
         {
             std::lock_guard<std::mutex> guard(d->lock);
             if (i >= d->handlers.size())

@@ -346,8 +346,9 @@ TEST_F(DeviceEndToEndJvmTest, handlerMakingAComponentWhileTheDeliveringOneIsDest
         EXPECT_NE(made, 0);
         EXPECT_EQ(dropped, 0);
         EXPECT_EQ(inside.count(), 1);
-        if (keeper)
+        if (keeper) {
             EXPECT_TRUE(keeper->driver.close(id));
+        }
     }
     EXPECT_TRUE(companionThreadsEnded());
     EXPECT_EQ(PHostJvm::globalRefCount(), m_baseRefs);
