@@ -90,6 +90,8 @@ struct KelmorNativePrivate {
     // handler: closing it waits for a few copies at most, so it may be closed with the object
     // registry's mutex held, which that handler may want.
     std::shared_ptr<PCallGate> inputGate = std::make_shared<PCallGate>();
+    // Devices call the host's handler through this one; see handlerGate().
+    std::shared_ptr<PCallGate> handlerGate = std::make_shared<PCallGate>();
 };
 
 KelmorNative::KelmorNative()
@@ -102,7 +104,18 @@ KelmorNative::~KelmorNative()
 {
     // Waits only for deliveries that are reading the component on other threads; those in the
     // host's handler hold nothing of it.
+    d->handlerGate->shut();
     d->inputGate->close();
+}
+
+std::shared_ptr<PCallGate> KelmorNative::handlerGate() const
+{
+    return d->handlerGate;
+}
+
+bool KelmorNative::insideHostHandler()
+{
+    return hostTexts.depth > 0;
 }
 
 bool KelmorNative::Init(void* connection)
@@ -365,15 +378,18 @@ bool KelmorNative::open(tVariant* result, tVariant* params, long, IMemoryManager
 
         // The callbacks hold the gate, not the component: a device may outlive it.
         const std::shared_ptr<PCallGate> gate = d->inputGate;
+        const std::shared_ptr<PCallGate> handlerGate = d->handlerGate;
         KelmorNative* const component = this;
-        auto input = [gate, component](PEvent* event) {
+        auto input = [gate, handlerGate, component](PEvent* event) {
             KelmorHostEvent out;
             {
                 PCallGate::Pass pass(*gate);
                 if (!pass || !component->takeInputEvent(event, out))
                     return;
             }
-            out.send();
+            PCallGate::Pass inHandler(*handlerGate);
+            if (inHandler)
+                out.send();
         };
         auto deviceError = [gate, component](const PError& failure) {
             PCallGate::Pass pass(*gate);

@@ -7,6 +7,7 @@
 
 #include <memory>
 
+class PCallGate;
 class PEvent;
 struct KelmorNativePrivate;
 struct KelmorHostEvent;
@@ -49,6 +50,13 @@ public:
     // The first half of onInputEvent, all that reads the component: the connection and the
     // texts of the event into out. False when nothing goes to the host.
     bool takeInputEvent(PEvent* event, KelmorHostEvent& out);
+    // The gate through which devices call the host's handler. DestroyObject closes it before
+    // it takes the registry's mutex: it waits there, holding no lock, for handlers under way
+    // on other threads, so that no event reaches the host's connection once it returns.
+    std::shared_ptr<PCallGate> handlerGate() const;
+    // True on a thread that is inside the host's handler of some component: such a thread
+    // must not wait for a handler on another thread, which may be waiting for it.
+    static bool insideHostHandler();
     // Errors a device reports after it opened go no further.
     void onDeviceError(const PError& error);
 

@@ -4,6 +4,7 @@
 #include "AddInNative.h"
 #include "DeviceManager.h"
 #include "KelmorNames.h"
+#include "PCallGate.h"
 #include "PGlobal.h"
 #include "PJavaConnection.h"
 #include "PLogger.h"
@@ -42,6 +43,20 @@ uint64_t keyOf(const IComponentBase* object)
 void PVKObjectManager::destroy(IComponentBase* object)
 {
     PVKObjectManagerPrivate& r = registry();
+    // The host's handlers under way for this component end first, outside the mutex, which
+    // such a handler may want. A thread inside a handler itself doesn't wait: the other
+    // handler may be waiting for it; those deliveries then touch only the host's connection.
+    std::shared_ptr<PCallGate> handlers;
+    {
+        std::lock_guard<std::mutex> lock(r.mutex);
+        auto found = r.objects.find(keyOf(object));
+        if (found != r.objects.end())
+            handlers = static_cast<KelmorNative*>(found->second)->handlerGate();
+    }
+    if (handlers && KelmorNative::insideHostHandler())
+        handlers->shut();
+    else if (handlers)
+        handlers->close();
     std::lock_guard<std::mutex> lock(r.mutex);
     auto found = r.objects.find(keyOf(object));
     if (found != r.objects.end()) {

@@ -9,9 +9,9 @@
 #include "PJavaHandles.h"
 #include "PTimer.h"
 
-#include <algorithm>
 #include <atomic>
 #include <mutex>
+#include <thread>
 #include <unordered_map>
 
 namespace {
@@ -19,16 +19,6 @@ namespace {
 const char kModule[] = "jni/../../piodevice/PKeyboardIOQueueService_p_android";
 const char kStart[] = "bool PKeyboardIOQueueService::start(int, PError*)";
 const char kJavaClass[] = "com.tavrel.piodevice.PKeyboard";
-
-// The timer whose tick runs on this thread now, if any: a stop on that thread must not wait
-// for its own timer.
-thread_local const PTimer* t_tickTimer = nullptr;
-
-struct TickScope {
-    explicit TickScope(const PTimer* timer) : previous(t_tickTimer) { t_tickTimer = timer; }
-    ~TickScope() { t_tickTimer = previous; }
-    const PTimer* previous;
-};
 
 PError startError(int code, const PString& text)
 {
@@ -128,27 +118,6 @@ struct PKeyboardIOQueueServicePrivate {
     std::unique_ptr<PKeyboardCompanion> companion;
     PJavaHandle handle;
     std::unique_ptr<PTimer> timer;
-    // Timers told to stop: their thread ends after the tick under way, and a later start or
-    // stop joins it once it ended. Nobody waits for a tick: the last stop may come with the
-    // object registry's mutex held, which the host's handler inside that tick may want.
-    std::vector<std::unique_ptr<PTimer>> retired;
-
-    // Joins every retired timer whose thread ended, outside the lock.
-    void joinRetired()
-    {
-        std::vector<std::unique_ptr<PTimer>> ended;
-        {
-            std::lock_guard<std::mutex> guard(lifecycle);
-            for (auto& timer : retired) {
-                if (timer.get() == t_tickTimer || timer->isRunning())
-                    continue;
-                ended.push_back(std::move(timer));
-            }
-            retired.erase(std::remove(retired.begin(), retired.end(), nullptr), retired.end());
-        }
-        ended.clear();
-    }
-
     void debug(const char* what)
     {
         if (debugHandler)
@@ -179,22 +148,18 @@ PKeyboardIOQueueService::PKeyboardIOQueueService() : d(new PKeyboardIOQueueServi
 PKeyboardIOQueueService::~PKeyboardIOQueueService()
 {
     std::unique_ptr<PTimer> timer;
-    std::vector<std::unique_ptr<PTimer>> retired;
     {
         std::lock_guard<std::mutex> guard(d->lifecycle);
         timer = std::move(d->timer);
-        retired.swap(d->retired);
         d->handle.detach();
         // The JNI layer may be gone already at unload: the Java object is left to the VM.
         d->companion.release();
     }
     timer.reset();
-    retired.clear();
 }
 
 bool PKeyboardIOQueueService::start(int timeout, PError* error)
 {
-    d->joinRetired();
     PError failure;
     {
         std::lock_guard<std::mutex> guard(d->lifecycle);
@@ -221,12 +186,8 @@ bool PKeyboardIOQueueService::start(int timeout, PError* error)
                 if (!d->companion->open(settings))
                     throw d->companion->lastError();
                 std::unique_ptr<PTimer> timer(new PTimer);
-                const PTimer* self = timer.get();
                 timer->setInterval(timeout);
-                timer->setCallback([this, self] {
-                    TickScope scope(self);
-                    commonTimeoutProc();
-                });
+                timer->setCallback([this] { commonTimeoutProc(); });
                 // A timeout below 1 would tick without pause: refused like 0.
                 if (timeout <= 0 || !timer->start(-1, 0, -1)) {
                     d->companion->close();
@@ -267,12 +228,15 @@ bool PKeyboardIOQueueService::stop()
             d->companion.reset();
         }
         d->debug("PKeyboardIOQueueService:: stopped ");
-        if (ending) {
-            ending->requestStop();
-            d->retired.push_back(std::move(ending));
-        }
     }
-    d->joinRetired();
+    if (ending) {
+        // No tick starts after this; the one under way may be inside the host's handler,
+        // which may want a lock the caller holds (the object registry's, when the last
+        // component goes), or may be this very thread. So the timer is joined on a thread of
+        // its own, which ends with the tick.
+        ending->requestStop();
+        std::thread([timer = std::move(ending)]() mutable { timer.reset(); }).detach();
+    }
     return true;
 }
 

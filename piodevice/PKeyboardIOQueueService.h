@@ -76,7 +76,7 @@ std::unique_ptr<PKeyboardCompanion> makeSilentKeyboardCompanion(int64_t handle);
 // start, stop and the parameters have a lock of their own, taken before the Java layer's.
 // A device may close, reopen or destroy itself from inside its own tick callback. The last
 // stop never waits for a tick under way (its caller may hold a lock that the host's handler in
-// that tick wants): the timer ends after that tick and a later start or stop joins it.
+// that tick wants): no tick starts after it, and the timer's thread ends after that tick.
 // Failure: start reports by PError (see the device's open); nothing else fails.
 class PKeyboardIOQueueService {
 public:
