@@ -11,7 +11,9 @@
 // destructor, never across a call of the host's.
 class PVKObjectManager {
 public:
-    // Destroys the object when the registry holds it; anything else is ignored.
+    // Destroys the object when the registry holds it; anything else is ignored. Waits first,
+    // without the registry mutex, for the host's handlers that the object's devices are
+    // running on other threads, unless the caller is inside such a handler itself.
     static void destroy(IComponentBase* object);
     // Number of live component objects.
     static size_t count();
