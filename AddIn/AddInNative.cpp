@@ -4,12 +4,12 @@
 
 #include "Device.h"
 #include "DeviceManager.h"
+#include "KelmorNames.h"
 #include "PCallGate.h"
 #include "PEvent.h"
 #include "PEventKeys.h"
 #include "PJavaConnection.h"
 #include "PLocale.h"
-#include "PVKObjectManager.h"
 #include "PVKSettings.h"
 #include "StrakeVariant.h"
 
@@ -26,34 +26,101 @@ struct MethodRow {
 
 }
 
-const char* const KelmorNative::DriverVersion = "10.1.8.6";
+const char* const KelmorNative::DriverVersion = KelmorNames::DriverVersion;
+
+namespace {
+
+// The texts handed to the host with an event. They are not const for the host, so it gets
+// copies; kept per thread, so that a code costs no allocation once they have grown. A call
+// made from inside the host's handler on the same thread (depth above 0) has its own.
+struct HostTexts {
+    std::u16string source;
+    std::u16string message;
+    std::u16string data;
+    int depth = 0;
+};
+thread_local HostTexts hostTexts;
+
+// The bytes as UTF-16, as PString reads UTF-8; plain ASCII, the common code, is widened as it is.
+void utf16Of(const PByteArray& bytes, std::u16string& out)
+{
+    const unsigned char* begin = bytes.constData();
+    const unsigned char* end = begin + bytes.size();
+    bool ascii = true;
+    for (const unsigned char* at = begin; at != end && ascii; ++at)
+        ascii = *at < 0x80;
+    if (ascii)
+        out.assign(begin, end);
+    else
+        out = PString(reinterpret_cast<const char*>(begin), bytes.size()).toTavrelString();
+}
+
+}
+
+// One event on its way to the host: the connection it goes to and its texts, which belong to
+// the delivering thread. Filled while the delivery reads the component and sent after it let
+// go, so that the host's handler runs with nothing of the component held: the host may
+// destroy the component meanwhile, from that handler or from another thread, and nobody
+// waits for the handler to return.
+struct KelmorHostEvent {
+    IAddInDefBase* host = nullptr;
+    HostTexts* texts = nullptr;
+    std::unique_ptr<HostTexts> nested;
+
+    void send()
+    {
+        if (!host)
+            return;
+        struct Depth {
+            int& depth;
+            explicit Depth(int& d) : depth(d) { ++depth; }
+            ~Depth() { --depth; }
+        } inside(hostTexts.depth);
+        host->externalEvent(&texts->source[0], &texts->message[0], &texts->data[0]);
+    }
+};
 
 struct KelmorNativePrivate {
     PString extensionName = PString("InputDevice");
     PString equipmentType;  // guarded by the component's exclusive lock
     PVKSettings settings;   // guarded by the component's exclusive lock
-    // Devices deliver through this gate: it closes before the component goes, so input of a
-    // device that outlives its component (the host did not Close it) reaches nothing.
+    // Devices read the component through this gate: it closes before the component goes, so
+    // input of a device that outlives its component (the host did not Close it) reaches
+    // nothing. A delivery holds it only while it reads the component, never over the host's
+    // handler: closing it waits for a few copies at most, so it may be closed with the object
+    // registry's mutex held, which that handler may want.
     std::shared_ptr<PCallGate> inputGate = std::make_shared<PCallGate>();
+    // Devices call the host's handler through this one; see handlerGate().
+    std::shared_ptr<PCallGate> handlerGate = std::make_shared<PCallGate>();
 };
 
 KelmorNative::KelmorNative()
-    : PlatformNativeBaseEx(PString(DriverVersion), PVKObjectManager::classNames()),
+    : PlatformNativeBaseEx(PString(DriverVersion), PString(KelmorNames::ClassNames)),
       d(new KelmorNativePrivate)
 {
 }
 
 KelmorNative::~KelmorNative()
 {
-    // Waits for deliveries under way on other threads; one on this thread (the host destroys
-    // the component from inside its own event handler) touches nothing after the host call.
+    // Waits only for deliveries that are reading the component on other threads; those in the
+    // host's handler hold nothing of it.
+    d->handlerGate->shut();
     d->inputGate->close();
+}
+
+std::shared_ptr<PCallGate> KelmorNative::handlerGate() const
+{
+    return d->handlerGate;
+}
+
+bool KelmorNative::insideHostHandler()
+{
+    return hostTexts.depth > 0;
 }
 
 bool KelmorNative::Init(void* connection)
 {
-    PError error;
-    try {
+    return hostCall(false, __PRETTY_FUNCTION__, __LINE__, [&] {
         PExclusiveCall exclusive(*this);
         if (!isInitialized()) {
             // Java first: the devices that this component opens make their companions there.
@@ -69,12 +136,8 @@ bool KelmorNative::Init(void* connection)
                 initMethods();
             }
         }
-    } catch (...) {
-        error = PError::fromCurrentException();
-    }
-    if (error.isError())
-        pushError(ErrorLevel, error);
-    return !error.isError();
+        return true;
+    }, PError::StandardText::Kept);
 }
 
 long KelmorNative::GetInfo()
@@ -84,43 +147,36 @@ long KelmorNative::GetInfo()
 
 void KelmorNative::Done()
 {
-    PError error;
-    try {
+    hostCall(false, __PRETTY_FUNCTION__, __LINE__, [&] {
         PExclusiveCall exclusive(*this);
         if (isInitialized())
             PlatformNativeBase::Done();
-    } catch (...) {
-        error = PError::fromCurrentException();
-    }
-    if (error.isError())
-        pushError(ErrorLevel, error);
+        return true;
+    }, PError::StandardText::Kept);
 }
 
 bool KelmorNative::RegisterExtensionAs(char16_t** out)
 {
     if (!out)
         return false;
-    try {
+    return hostCall(false, __PRETTY_FUNCTION__, __LINE__, [&] {
         char16_t* name = strake::AllocAndConvert(memoryManager(), d->extensionName.utf16(), nullptr);
         if (!name)
             return false;
         *out = name;
         return true;
-    } catch (...) {
-        return false;
-    }
+    });
 }
 
 void KelmorNative::SetLocale(const char16_t* locale)
 {
-    try {
+    hostCall(false, __PRETTY_FUNCTION__, __LINE__, [&] {
         const bool russian = PString(locale).contains(PString("ru"));
         PLocale::setDefaultLocaleId(russian ? PLocale::Russian : PLocale::English);
         // The labels of the form follow the language; values set before are gone with them.
         rebuildSettings();
-    } catch (...) {
-        // Only memory exhaustion can get here; the language stays as it was.
-    }
+        return true;
+    });
 }
 
 void KelmorNative::rebuildSettings()
@@ -322,11 +378,18 @@ bool KelmorNative::open(tVariant* result, tVariant* params, long, IMemoryManager
 
         // The callbacks hold the gate, not the component: a device may outlive it.
         const std::shared_ptr<PCallGate> gate = d->inputGate;
+        const std::shared_ptr<PCallGate> handlerGate = d->handlerGate;
         KelmorNative* const component = this;
-        auto input = [gate, component](PEvent* event) {
-            PCallGate::Pass pass(*gate);
-            if (pass)
-                component->onInputEvent(event);
+        auto input = [gate, handlerGate, component](PEvent* event) {
+            KelmorHostEvent out;
+            {
+                PCallGate::Pass pass(*gate);
+                if (!pass || !component->takeInputEvent(event, out))
+                    return;
+            }
+            PCallGate::Pass inHandler(*handlerGate);
+            if (inHandler)
+                out.send();
         };
         auto deviceError = [gate, component](const PError& failure) {
             PCallGate::Pass pass(*gate);
@@ -389,46 +452,24 @@ bool KelmorNative::test(tVariant* result, tVariant* params, long, IMemoryManager
     return true;
 }
 
-namespace {
-
-// The texts handed to the host with an event. They are not const for the host, so it gets
-// copies; kept per thread, so that a code costs no allocation once they have grown. A call
-// made from inside the host's handler on the same thread (depth above 0) has its own.
-struct HostTexts {
-    std::u16string source;
-    std::u16string message;
-    std::u16string data;
-    int depth = 0;
-};
-thread_local HostTexts hostTexts;
-
-// The bytes as UTF-16, as PString reads UTF-8; plain ASCII, the common code, is widened as it is.
-void utf16Of(const PByteArray& bytes, std::u16string& out)
-{
-    const unsigned char* begin = bytes.constData();
-    const unsigned char* end = begin + bytes.size();
-    bool ascii = true;
-    for (const unsigned char* at = begin; at != end && ascii; ++at)
-        ascii = *at < 0x80;
-    if (ascii)
-        out.assign(begin, end);
-    else
-        out = PString(reinterpret_cast<const char*>(begin), bytes.size()).toTavrelString();
-}
-
-}
-
 void KelmorNative::onInputEvent(PEvent* event)
 {
+    KelmorHostEvent out;
+    if (takeInputEvent(event, out))
+        out.send();
+}
+
+bool KelmorNative::takeInputEvent(PEvent* event, KelmorHostEvent& out)
+{
     if (!event)
-        return;
+        return false;
     // The event is the processor's, held for the length of this call: its values are borrowed.
     const PVariant& inputValue = event->borrowValue(PEventKeys::InputKey());
     const PByteArray converted = inputValue.bytesOf() ? PByteArray() : inputValue.toByteArray();
     const PByteArray& input = inputValue.bytesOf() ? *inputValue.bytesOf() : converted;
     IAddInDefBase* host = connection();
     if (!host || input.isEmpty())
-        return;
+        return false;
     const PVariant& nameValue = event->borrowValue(PEventKeys::EventNameKey());
     const PVariant& idValue = event->borrowValue(PEventKeys::DevIdKey());
     const PString convertedName = nameValue.textOf() ? PString() : nameValue.toPString();
@@ -437,27 +478,23 @@ void KelmorNative::onInputEvent(PEvent* event)
     const PString& deviceId = idValue.textOf() ? *idValue.textOf() : convertedId;
     if (eventName.isEmpty()) {
         setLastError(P_ERROR(PError::BadArgument, PString("bad event name")));
-        return;
+        return false;
     }
     if (deviceId.isEmpty()) {
         setLastError(P_ERROR(PError::BadArgument, PString(" obtained bad device id")));
-        return;
+        return false;
     }
-    HostTexts& kept = hostTexts;
-    std::unique_ptr<HostTexts> nested(kept.depth == 0 ? nullptr : new HostTexts);
-    HostTexts& texts = nested ? *nested : kept;
+    if (hostTexts.depth > 0)
+        out.nested.reset(new HostTexts);
+    HostTexts& texts = out.nested ? *out.nested : hostTexts;
     utf16Of(input, texts.data);
     if (texts.data.empty())
-        return;
+        return false;
     texts.source = deviceId.toTavrelString();
     texts.message = eventName.toTavrelString();
-    struct Depth {
-        int& depth;
-        explicit Depth(int& d) : depth(d) { ++depth; }
-        ~Depth() { --depth; }
-    } inside(kept.depth);
-    // The last thing done here: the host may destroy this component from inside the call.
-    host->externalEvent(&texts.source[0], &texts.message[0], &texts.data[0]);
+    out.host = host;
+    out.texts = &texts;
+    return true;
 }
 
 void KelmorNative::onDeviceError(const PError&) {}

@@ -7,14 +7,16 @@
 
 #include <memory>
 
+class PCallGate;
 class PEvent;
 struct KelmorNativePrivate;
+struct KelmorHostEvent;
 
 // The one component class. Made and destroyed only through the object registry. The host
 // calls it on any of its threads; the table is built once by Init and then only read.
 class KelmorNative : public PlatformNativeBaseEx {
 public:
-    static const char* const DriverVersion;  // "10.1.8.6"
+    static const char* const DriverVersion;  // KelmorNames::DriverVersion
     enum : long { EventBufferDepth = 4096 };
     enum : int { OpenAttempts = 3 };
 
@@ -45,6 +47,16 @@ public:
     // The end of the input road: one external event of the host per message, on the
     // delivering thread. The event stays the caller's.
     void onInputEvent(PEvent* event);
+    // The first half of onInputEvent, all that reads the component: the connection and the
+    // texts of the event into out. False when nothing goes to the host.
+    bool takeInputEvent(PEvent* event, KelmorHostEvent& out);
+    // The gate through which devices call the host's handler. DestroyObject closes it before
+    // it takes the registry's mutex: it waits there, holding no lock, for handlers under way
+    // on other threads, so that no event reaches the host's connection once it returns.
+    std::shared_ptr<PCallGate> handlerGate() const;
+    // True on a thread that is inside the host's handler of some component: such a thread
+    // must not wait for a handler on another thread, which may be waiting for it.
+    static bool insideHostHandler();
     // Errors a device reports after it opened go no further.
     void onDeviceError(const PError& error);
 

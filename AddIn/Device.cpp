@@ -2,8 +2,8 @@
 // wiring, the open and the close; the device log.
 #include "Device.h"
 
-#include "AddInNative.h"
 #include "DeviceManager.h"
+#include "KelmorNames.h"
 #include "PDeviceFactory.h"
 #include "PJavaConnection.h"
 #include "PKeyCodes.h"
@@ -383,7 +383,7 @@ bool Device::open(const PPropertyBag& settings, PIODevice::Callback input,
         const PDebugMessageHandler log = debugMessageHandler();
         if (log) {
             PDebug message = pDebug(log);
-            message << "version = " << KelmorNative::DriverVersion << "\n";
+            message << "version = " << KelmorNames::DriverVersion << "\n";
             for (const PString& key : settings.keys())
                 message << key.toStdString() << " = " << settings.value(key).toStdString() << "\n";
         }

@@ -16,10 +16,12 @@ struct DeviceManagerPrivate {
     std::map<PString, std::shared_ptr<Device>> devices;
 };
 
+// Never destroyed, and so never closes the devices at exit: a process that ends with devices
+// open leaves them to the end of the process, whose companions' threads may deliver meanwhile.
 DeviceManagerPrivate& registry()
 {
-    static DeviceManagerPrivate instance;
-    return instance;
+    static auto* instance = new DeviceManagerPrivate;
+    return *instance;
 }
 
 // The last error of each thread that failed lately. Two components that fail at once on two
@@ -33,8 +35,8 @@ struct LastErrors {
 
 LastErrors& lastErrors()
 {
-    static LastErrors instance;
-    return instance;
+    static auto* instance = new LastErrors;  // never destroyed, like the table
+    return *instance;
 }
 
 void setLastError(const PError& error)

@@ -13,34 +13,35 @@ const int kWindows1251 = 1251;
 const int kUtf8 = 65001;
 const int kPreviewAsOrdinary = 16;
 
-// Defaults kept as values so that reading a parameter per event builds no text.
+// Defaults kept as values so that reading a parameter per event builds no text; never
+// destroyed, since a delivery may read them while the process ends.
 const PVariant& invalidValue()
 {
-    static const PVariant value;
+    static const PVariant& value = *new PVariant;
     return value;
 }
 
 const PVariant& defaultSuffix()
 {
-    static const PVariant value("\r");
+    static const PVariant& value = *new PVariant("\r");
     return value;
 }
 
 const PVariant& emptyText()
 {
-    static const PVariant value("");
+    static const PVariant& value = *new PVariant("");
     return value;
 }
 
 const PVariant& defaultEncoding()
 {
-    static const PVariant value("UTF-8");
+    static const PVariant& value = *new PVariant("UTF-8");
     return value;
 }
 
 const PVariant& zero()
 {
-    static const PVariant value(0);
+    static const PVariant& value = *new PVariant(0);
     return value;
 }
 

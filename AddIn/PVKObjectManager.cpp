@@ -3,6 +3,8 @@
 
 #include "AddInNative.h"
 #include "DeviceManager.h"
+#include "KelmorNames.h"
+#include "PCallGate.h"
 #include "PGlobal.h"
 #include "PJavaConnection.h"
 #include "PLogger.h"
@@ -16,8 +18,7 @@
 
 namespace {
 
-const wchar_t kClassNames[] = L"InputDevice|CardReaderDevice";
-const PString gClassNamesWide(kClassNames);
+const PString gClassNamesWide(KelmorNames::ClassNames);
 const std::u16string gClassNames = gClassNamesWide.toTavrelString();
 
 struct PVKObjectManagerPrivate {
@@ -25,10 +26,11 @@ struct PVKObjectManagerPrivate {
     std::map<uint64_t, IComponentBase*> objects;
 };
 
+// Never destroyed: a host may still destroy a component from its own static destructors.
 PVKObjectManagerPrivate& registry()
 {
-    static PVKObjectManagerPrivate instance;
-    return instance;
+    static auto* instance = new PVKObjectManagerPrivate;
+    return *instance;
 }
 
 uint64_t keyOf(const IComponentBase* object)
@@ -41,6 +43,20 @@ uint64_t keyOf(const IComponentBase* object)
 void PVKObjectManager::destroy(IComponentBase* object)
 {
     PVKObjectManagerPrivate& r = registry();
+    // The host's handlers under way for this component end first, outside the mutex, which
+    // such a handler may want. A thread inside a handler itself doesn't wait: the other
+    // handler may be waiting for it; those deliveries then touch only the host's connection.
+    std::shared_ptr<PCallGate> handlers;
+    {
+        std::lock_guard<std::mutex> lock(r.mutex);
+        auto found = r.objects.find(keyOf(object));
+        if (found != r.objects.end())
+            handlers = static_cast<KelmorNative*>(found->second)->handlerGate();
+    }
+    if (handlers && KelmorNative::insideHostHandler())
+        handlers->shut();
+    else if (handlers)
+        handlers->close();
     std::lock_guard<std::mutex> lock(r.mutex);
     auto found = r.objects.find(keyOf(object));
     if (found != r.objects.end()) {

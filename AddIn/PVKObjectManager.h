@@ -11,12 +11,14 @@
 // destructor, never across a call of the host's.
 class PVKObjectManager {
 public:
-    // Destroys the object when the registry holds it; anything else is ignored.
+    // Destroys the object when the registry holds it; anything else is ignored. Waits first,
+    // without the registry mutex, for the host's handlers that the object's devices are
+    // running on other threads, unless the caller is inside such a handler itself.
     static void destroy(IComponentBase* object);
     // Number of live component objects.
     static size_t count();
-    // The classes the library offers, "InputDevice|CardReaderDevice": the one list behind
-    // GetClassNames and each component's extension name. Lives as long as the process.
+    // The classes the library offers, "InputDevice|CardReaderDevice", behind GetClassNames.
+    // Lives as long as the process.
     static const PString& classNames();
     // True for one name of the list; false for the whole list, an empty name or any other.
     static bool isClassName(const PString& name);

@@ -65,15 +65,27 @@ long PHostConnection::getEventBufferDepth()
 bool PHostConnection::externalEvent(char16_t* source, char16_t* name, char16_t* data)
 {
     std::chrono::microseconds delay;
+    PHostExternalEvent event{textOf(source), textOf(name), textOf(data)};
+    std::shared_ptr<const EventHandler> handler;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_events.push_back({textOf(source), textOf(name), textOf(data)});
+        m_events.push_back(event);
         delay = m_eventDelay;
+        handler = m_eventHandler;
     }
     if (delay.count() > 0)
         std::this_thread::sleep_for(delay);
     m_eventCame.notify_all();
+    if (handler && *handler)
+        (*handler)(event);
     return true;
+}
+
+void PHostConnection::setEventHandler(EventHandler handler)
+{
+    auto held = std::make_shared<const EventHandler>(std::move(handler));
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_eventHandler = std::move(held);
 }
 
 void PHostConnection::cleanEventBuffer() {}

@@ -6,6 +6,8 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -63,6 +65,11 @@ public:
     void setAppType(int32_t appType);
     // Makes every externalEvent take at least this long, as a busy host does.
     void setEventDelay(std::chrono::microseconds delay);
+    // The host's own event handler: runs inside every externalEvent after the event is
+    // recorded, on the delivering thread and outside the connection's lock, so it may call
+    // the library back. Replacing it doesn't wait for a run already under way.
+    using EventHandler = std::function<void(const PHostExternalEvent&)>;
+    void setEventHandler(EventHandler handler);
 
     std::vector<PHostReportedError> errors() const;
     std::vector<PHostExternalEvent> events() const;
@@ -81,4 +88,5 @@ private:
     PHostPlatformInfo m_platformInfo;
     void* m_androidHelper = nullptr;
     std::chrono::microseconds m_eventDelay{0};
+    std::shared_ptr<const EventHandler> m_eventHandler;
 };

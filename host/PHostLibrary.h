@@ -72,6 +72,8 @@ public:
     PHostComponent& operator=(const PHostComponent&) = delete;
 
     bool isValid() const { return m_object != nullptr; }
+    // DestroyObject now, instead of at the end; its answer. The component is invalid after it.
+    long destroy() { return m_library.destroyObject(&m_object); }
     IComponentBase* operator->() const { return m_object; }
     IComponentBase* object() const { return m_object; }
     PHostMemoryManager& memory() { return *m_memory; }

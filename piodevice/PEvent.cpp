@@ -151,7 +151,7 @@ PVariant PEvent::value(const PString& key) const
 
 const PVariant& PEvent::borrowValue(const PString& key) const
 {
-    static const PVariant absent;
+    static const PVariant& absent = *new PVariant;  // never destroyed: read while the process ends
     const Field* field = find(key);
     return field ? field->value() : absent;
 }

@@ -5,11 +5,12 @@
 #include "PString.h"
 
 // Each function answers the same PString for the life of the process, made at its first
-// use; safe from any thread. Inline: a scanned code looks up some twenty keys on its way.
+// use and never destroyed (a delivery may still look a key up while the process ends); safe
+// from any thread. Inline: a scanned code looks up some twenty keys on its way.
 #define P_KEY(name, text)                                                                          \
     inline const PString& name()                                                                   \
     {                                                                                              \
-        static const PString key(text);                                                            \
+        static const PString& key = *new PString(text);                                            \
         return key;                                                                                \
     }
 

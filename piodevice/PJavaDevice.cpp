@@ -151,16 +151,17 @@ void reportError(PIODevice& device, PDeviceBuffers& buffers, std::atomic<int>& c
 
 namespace {
 
-// The keyboard input of a data event that has none, shared by every event.
+// The keyboard input of a data event that has none, shared by every event. These values are
+// never destroyed: a companion's thread may deliver while the process ends.
 const PVariant& noKeyboardInput()
 {
-    static const PVariant value{PByteArray()};
+    static const PVariant& value = *new PVariant(PByteArray());
     return value;
 }
 
 const PVariant& stateZero()
 {
-    static const PVariant value(0);
+    static const PVariant& value = *new PVariant(0);
     return value;
 }
 

@@ -24,7 +24,8 @@ PKeyboard::~PKeyboard()
 
 unsigned long PKeyboard::handlerId() const
 {
-    return static_cast<unsigned long>(reinterpret_cast<uintptr_t>(this));
+    // The address the service's handler was made with: the I/O device part.
+    return static_cast<unsigned long>(reinterpret_cast<uintptr_t>(static_cast<const PIODevice*>(this)));
 }
 
 bool PKeyboard::open(int flags)

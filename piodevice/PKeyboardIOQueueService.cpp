@@ -7,7 +7,6 @@
 #include "PGlobalKeyEventsQueue.h"
 #include "PJavaCompanion.h"
 #include "PJavaHandles.h"
-#include "PKeyboard.h"
 #include "PTimer.h"
 
 #include <algorithm>
@@ -20,16 +19,6 @@ namespace {
 const char kModule[] = "jni/../../piodevice/PKeyboardIOQueueService_p_android";
 const char kStart[] = "bool PKeyboardIOQueueService::start(int, PError*)";
 const char kJavaClass[] = "com.tavrel.piodevice.PKeyboard";
-
-// The timer whose tick runs on this thread now, if any: a stop on that thread must not wait
-// for its own timer.
-thread_local const PTimer* t_tickTimer = nullptr;
-
-struct TickScope {
-    explicit TickScope(const PTimer* timer) : previous(t_tickTimer) { t_tickTimer = timer; }
-    ~TickScope() { t_tickTimer = previous; }
-    const PTimer* previous;
-};
 
 PError startError(int code, const PString& text)
 {
@@ -105,7 +94,7 @@ std::unique_ptr<PKeyboardCompanion> makeSilentKeyboardCompanion(int64_t)
 }
 
 PKeyboardIOQueueServiceInputHandler::PKeyboardIOQueueServiceInputHandler(
-    const std::shared_ptr<PKeyboard>& keyboard)
+    const std::shared_ptr<PIODevice>& keyboard)
     : id(static_cast<unsigned long>(reinterpret_cast<uintptr_t>(keyboard.get())))
     , device(keyboard.get())
     , owner(keyboard)
@@ -166,7 +155,6 @@ struct PKeyboardIOQueueServicePrivate {
         PTimer* self = timer.get();
         timer->setInterval(every);
         timer->setCallback([this, &service, self] {
-            TickScope scope(self);
             settle(self, service.tick());
         });
         {
@@ -221,12 +209,13 @@ struct PKeyboardIOQueueServicePrivate {
         ended.clear();
     }
 
-    // After the last stop: every timer but a new run's ticker ends. One stopped from inside its
-    // own tick ends after that tick and is joined later; the others are joined here, outside
-    // the locks.
+    // After the last stop: every timer but a new run's ticker ends, and none is waited for. A
+    // tick under way may be inside the host's handler, which may want a lock the caller holds
+    // (the object registry's, when the last component goes), or may be on this very thread. No
+    // tick starts once this returns; a timer still in its last tick is joined at the next arm
+    // or start, when it has ended.
     void stopTimers()
     {
-        std::vector<std::unique_ptr<PTimer>> ending;
         {
             std::lock_guard<std::mutex> guard(timersLock);
             PTimer* current = nullptr;
@@ -235,16 +224,11 @@ struct PKeyboardIOQueueServicePrivate {
                 current = ticker;
             }
             for (auto& timer : timers) {
-                if (timer.get() == current)
-                    continue;
-                if (timer.get() == t_tickTimer)
-                    timer->stop();
-                else
-                    ending.push_back(std::move(timer));
+                if (timer.get() != current)
+                    timer->requestStop();
             }
-            timers.erase(std::remove(timers.begin(), timers.end(), nullptr), timers.end());
         }
-        ending.clear();
+        joinEnded();
     }
 
     void debug(const char* what)
@@ -256,10 +240,11 @@ struct PKeyboardIOQueueServicePrivate {
 
 namespace {
 
+// Never destroyed: the timer and the companion's thread may still run while the process ends.
 std::shared_ptr<PKeyboardIOQueueService>& holder()
 {
-    static std::shared_ptr<PKeyboardIOQueueService> instance;
-    return instance;
+    static auto* instance = new std::shared_ptr<PKeyboardIOQueueService>;
+    return *instance;
 }
 
 }
@@ -518,7 +503,7 @@ bool PKeyboardIOQueueService::tick()
     int status = 0;
     unsigned long i = 0;
     for (; i < count && status != 3; ++i) {
-        std::shared_ptr<PKeyboard> device;
+        std::shared_ptr<PIODevice> device;
         {
             std::lock_guard<std::mutex> guard(d->lock);
             if (i >= d->handlers.size())

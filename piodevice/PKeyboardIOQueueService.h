@@ -4,6 +4,7 @@
 
 #include "PDebug.h"
 #include "PError.h"
+#include "PIODevice.h"
 #include "PKeyCodes.h"
 #include "PPropertyBag.h"
 #include "PString.h"
@@ -14,21 +15,21 @@
 #include <memory>
 #include <vector>
 
-class PKeyboard;
 struct PKeyboardIOQueueServicePrivate;
 
-// One registered device: an identifier and the device. The service calls the device only
+// One registered device (a keyboard device, known here only as an I/O device): an identifier
+// and the device. The service calls the device only
 // through owner, which it locks for the length of a call, so a device closed or destroyed
 // meanwhile is either kept alive until the call ends or not called at all.
 // Handlers are equal when their identifiers are; they order by identifier.
 struct PKeyboardIOQueueServiceInputHandler {
     unsigned long id = 0;
-    PKeyboard* device = nullptr;
-    std::weak_ptr<PKeyboard> owner;
+    PIODevice* device = nullptr;
+    std::weak_ptr<PIODevice> owner;
 
     PKeyboardIOQueueServiceInputHandler() = default;
     // The device under its own address as identifier.
-    explicit PKeyboardIOQueueServiceInputHandler(const std::shared_ptr<PKeyboard>& keyboard);
+    explicit PKeyboardIOQueueServiceInputHandler(const std::shared_ptr<PIODevice>& keyboard);
 
     friend bool operator==(const PKeyboardIOQueueServiceInputHandler& a,
                            const PKeyboardIOQueueServiceInputHandler& b)
@@ -74,8 +75,9 @@ std::unique_ptr<PKeyboardCompanion> makeSilentKeyboardCompanion(int64_t handle);
 // Thread-safety: every operation may be called from any thread. The cache and the handler
 // list have one lock, held only inside each operation and never over a device callback.
 // start, stop and the parameters have a lock of their own, taken before the Java layer's.
-// A device may close, reopen or destroy itself from inside its own tick callback: a stop on
-// the timer's own thread leaves the timer to end after that tick instead of waiting for it.
+// A device may close, reopen or destroy itself from inside its own tick callback. The last
+// stop never waits for a tick under way (its caller may hold a lock that the host's handler in
+// that tick wants): no tick starts after it, and the timer's thread ends after that tick.
 // Failure: start reports by PError (see the device's open); nothing else fails.
 class PKeyboardIOQueueService {
 public:

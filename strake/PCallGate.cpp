@@ -68,6 +68,12 @@ void PCallGate::close()
     left_.wait(lock, [&] { return (state_.load(std::memory_order_acquire) & ~Closed) <= mine; });
 }
 
+void PCallGate::shut()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    state_.fetch_or(Closed, std::memory_order_acq_rel);
+}
+
 bool PCallGate::isOpen() const
 {
     return !(state_.load(std::memory_order_acquire) & Closed);

@@ -37,6 +37,8 @@ public:
 
     // Refuses every later pass, then waits until no other thread holds one. Safe to repeat.
     void close();
+    // Refuses every later pass without waiting for those held. Safe to repeat.
+    void shut();
     bool isOpen() const;
 
 private:

@@ -12,10 +12,11 @@ namespace {
 
 using VietnameseMap = std::map<wchar_t, std::string>;
 
-// Built once from the generated rows; the maps are the form unicode2codepage takes.
+// Built once from the generated rows; the maps are the form unicode2codepage takes. The
+// tables are never destroyed: a delivery may recode while the process ends.
 const VietnameseMap& vietnameseTable(strake::PVietnameseTable which)
 {
-    static const std::vector<VietnameseMap> tables = [] {
+    static const std::vector<VietnameseMap>& tables = *new std::vector<VietnameseMap>([] {
         std::vector<VietnameseMap> built(strake::VietnameseTableCount);
         for (size_t i = 0; i < strake::vietnameseRowCount; ++i) {
             const strake::PVietnameseRow& row = strake::vietnameseRows[i];
@@ -23,13 +24,13 @@ const VietnameseMap& vietnameseTable(strake::PVietnameseTable which)
                 built[t].emplace(row.ch, row.bytes[t]);
         }
         return built;
-    }();
+    }());
     return tables[which];
 }
 
 const std::map<int, PEncodingPrivate>& registry()
 {
-    static const std::map<int, PEncodingPrivate> rows = [] {
+    static const std::map<int, PEncodingPrivate>& rows = *new std::map<int, PEncodingPrivate>([] {
         std::map<int, PEncodingPrivate> built;
         auto add = [&built](int id, const char* name, int codePage, const char* javaName) {
             built[id] = PEncodingPrivate{id, name, codePage, javaName, javaName};
@@ -52,7 +53,7 @@ const std::map<int, PEncodingPrivate>& registry()
         add(411258, "VISCII", 0, "");
         add(511258, "VILAT", 0, "");
         return built;
-    }();
+    }());
     return rows;
 }
 

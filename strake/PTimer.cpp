@@ -163,11 +163,7 @@ void PTimer::stop()
 {
     if (!d)
         return;
-    {
-        std::lock_guard<std::mutex> lock(d->mutex);
-        d->state.store(3);
-    }
-    d->condition.notify_all();
+    requestStop();
     // From its own callback the thread ends once the callback returns; whoever starts, stops or
     // destroys the timer next joins it. The handle is not looked at then: the starter may still
     // be writing it.
@@ -175,6 +171,17 @@ void PTimer::stop()
         return;
     if (d->thread.joinable())
         d->thread.join();
+}
+
+void PTimer::requestStop()
+{
+    if (!d)
+        return;
+    {
+        std::lock_guard<std::mutex> lock(d->mutex);
+        d->state.store(3);
+    }
+    d->condition.notify_all();
 }
 
 void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval, int count,

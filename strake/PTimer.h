@@ -62,6 +62,9 @@ public:
     // Ends the thread and waits for it: at most the callback's run and one interval. From the
     // timer's own callback it does not wait (see above).
     void stop();
+    // Ends the thread after the run under way, without waiting for it: no run starts once
+    // this returns. isRunning() turns false when the thread is done; stop() joins it.
+    void requestStop();
 
     // Ticks on a detached thread that no handle controls.
     static bool shot(const std::function<void()>& callback, const int& interval, const int& count,

@@ -350,8 +350,8 @@ namespace strake {
 
 PTranslation* getTranslation()
 {
-    static PTranslation translation;
-    return &translation;
+    static auto* translation = new PTranslation;  // never destroyed: read while the process ends
+    return translation;
 }
 
 PString tr(const PString& id, const PString& fallback)

@@ -16,30 +16,13 @@ struct PlatformNativeBasePrivate {
     PError lastError;
 };
 
-// The one frame of every host operation: the work runs guarded, a failure is reported to the
-// host, and nothing escapes into the host's code.
-template <class R, class Work>
-R PlatformNativeBase::hostCall(R failed, const char* function, int line, Work&& work) noexcept
+void PlatformNativeBase::reportCurrentException(const char* function, int line,
+                                                PError::StandardText standard)
 {
-    try {
-        PError error;
-        R result = failed;
-        try {
-            result = work();
-        } catch (...) {
-            error = PError::fromCurrentException(
-                PError(PError::GeneralFailure, PString(), PString(kModule), PString(function), line),
-                PError::StandardText::Dropped);
-        }
-        if (error.isError()) {
-            pushError(ErrorLevel, error);
-            return failed;
-        }
-        return result;
-    } catch (...) {
-        // Only memory exhaustion while reporting can get here; the host still gets an answer.
-        return failed;
-    }
+    const PError error = PError::fromCurrentException(
+        PError(PError::GeneralFailure, PString(), PString(kModule), PString(function), line), standard);
+    if (error.isError())
+        pushError(ErrorLevel, error);
 }
 
 PMethod PlatformNativeBase::methodAt(long index, const char* function, int line) const

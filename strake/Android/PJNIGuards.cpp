@@ -1,6 +1,7 @@
 // The JNI resource owners: each frees what it holds once, and only what it holds.
 #include "PJNIGuards.h"
-#include "PJNIHelper.h"
+
+#include "PJNIEnv.h"
 
 #include <utility>
 

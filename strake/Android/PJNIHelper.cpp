@@ -9,12 +9,27 @@ using namespace strake::jni;
 namespace strake {
 namespace jni {
 
-// Dies with the library, so that a host that unloads it leaks nothing. Holds no Java
-// reference by then: the last component's disconnect dropped them.
+namespace {
+
+// Dies with the library when a host loaded it alone, so that a host that unloads it leaks
+// nothing; it holds no Java reference by then, the last component's disconnect dropped them.
+// Kept when Java loaded it (the VM is known): Java never unloads it, and the companions'
+// threads may still call in while the process ends and static destructors run.
+struct HelperHolder {
+    PJNIHelperPrivate* d = new PJNIHelperPrivate;
+    ~HelperHolder()
+    {
+        if (!d->vm.load())
+            delete d;
+    }
+};
+
+}
+
 PJNIHelperPrivate& helper()
 {
-    static PJNIHelperPrivate d;
-    return d;
+    static HelperHolder holder;
+    return *holder.d;
 }
 
 PJNIHelperPrivate::~PJNIHelperPrivate()

@@ -10,7 +10,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -287,6 +290,122 @@ TEST_F(DeviceEndToEndJvmTest, deliveriesRacingComponentDestructionTouchNothingFr
         stop = true;
         scanner.join();
         EXPECT_TRUE(keeper->driver.close(id));
+    }
+    EXPECT_TRUE(companionThreadsEnded());
+}
+
+// A wait that a deadlock would make endless: the run ends at once with the reason, as the
+// threads that hang can neither be joined nor left behind.
+void waitOrEnd(const kelmortest::WaitCounter& counter, long target, const char* what)
+{
+    if (counter.waitFor(target, kDeadline))
+        return;
+    std::fprintf(stderr, "FAILED: %s did not return within 10 s: a deadlock\n", what);
+    std::fflush(stderr);
+    std::_Exit(1);
+}
+
+const std::vector<std::pair<std::u16string, std::u16string>> kKeyboardSettings = {
+    {u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"DEV_KEYBOARD"}, {u"Suffix", u"-1"}};
+const std::vector<std::pair<std::u16string, std::u16string>> kSerialSettings = {
+    {u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"1"}, {u"Suffix", u"13"}};
+
+// The host's handler, on the delivering thread, makes and drops a component while another
+// host thread destroys the component that delivers: both return. The delivering device is a
+// companion's while another component keeps the process up, then the keyboard's, whose
+// component is the last one and so closes it.
+TEST_F(DeviceEndToEndJvmTest, handlerMakingAComponentWhileTheDeliveringOneIsDestroyedHangsNobody)
+{
+    Pty pty;
+    setProperty("kelmor.serial.ports", pty.slave);
+    for (const bool keyboard : {false, true}) {
+        SCOPED_TRACE(keyboard ? "keyboard, last component" : "serial, another component alive");
+        auto keeper = keyboard ? nullptr : session(u"CardReaderDevice");
+        auto doomed = session();
+        const std::u16string id = doomed->open(keyboard ? kKeyboardSettings : kSerialSettings);
+        kelmortest::WaitCounter inside, destroying, returned;
+        long made = 0, dropped = -1;
+        doomed->connection.setEventHandler([&](const PHostExternalEvent&) {
+            inside.add();
+            destroying.waitFor(1);
+            std::this_thread::sleep_for(100ms);  // the other thread is in DestroyObject by now
+            IComponentBase* slot = nullptr;
+            made = m_library.getClassObject(u"InputDevice", &slot);
+            dropped = m_library.destroyObject(&slot);
+            returned.add();
+        });
+        ASSERT_TRUE(keyboard ? typeKeys("sendText", "42") == 1 : pty.send("42\r"));
+        ASSERT_TRUE(inside.waitFor(1, kDeadline));
+        std::thread destroyer([&] {
+            destroying.add();
+            doomed->component.reset();
+            returned.add();
+        });
+        waitOrEnd(returned, 2, "DestroyObject beside a handler that makes a component");
+        destroyer.join();
+        EXPECT_NE(made, 0);
+        EXPECT_EQ(dropped, 0);
+        EXPECT_EQ(inside.count(), 1);
+        if (keeper) {
+            EXPECT_TRUE(keeper->driver.close(id));
+        }
+    }
+    EXPECT_TRUE(companionThreadsEnded());
+    EXPECT_EQ(PHostJvm::globalRefCount(), m_baseRefs);
+}
+
+// Whatever the host's handler calls on the delivering thread answers as it would elsewhere,
+// and the device goes on delivering, or stops once closed or left by its component.
+TEST_F(DeviceEndToEndJvmTest, everyEntryPointCalledFromInsideTheHandlerAnswers)
+{
+    Pty pty;
+    setProperty("kelmor.serial.ports", pty.slave);
+    using Act = std::function<bool(Session& self, Session& other, const std::u16string& id)>;
+    const Act close = [](Session& self, Session&, const std::u16string& id) { return self.driver.close(id); };
+    const Act destroy = [](Session& self, Session&, const std::u16string&) { return self.component->destroy() == 0; };
+    const Act make = [this](Session&, Session&, const std::u16string&) {
+        IComponentBase* slot = nullptr;
+        return m_library.getClassObject(u"CardReaderDevice", &slot) != 0 && m_library.destroyObject(&slot) == 0;
+    };
+    const Act openOther = [](Session&, Session& other, const std::u16string&) {
+        const std::u16string opened = other.open({{u"EquipmentType", u"InputDevice"}, {u"BluetoothDevice", u"BROADCAST"},
+                                                 {u"Action", u"com.tavrel.test.INSIDE"}, {u"Extra", u"code"}});
+        return !opened.empty() && other.driver.close(opened);
+    };
+    const struct {
+        const char* call;
+        bool keyboard;
+        bool stillDelivers;
+        const Act& act;
+    } cases[] = {
+        {"Close of the delivering device", false, false, close},
+        {"Close of the delivering keyboard", true, false, close},
+        {"DestroyObject of the delivering component", false, false, destroy},
+        {"DestroyObject of the delivering keyboard's component", true, false, destroy},
+        {"GetClassObject and DestroyObject", false, true, make},
+        {"Open of another component", true, true, openOther},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.call);
+        auto other = session(u"CardReaderDevice");
+        auto self = session();
+        const std::u16string id = self->open(c.keyboard ? kKeyboardSettings : kSerialSettings);
+        kelmortest::WaitCounter answered;
+        bool answer = false;
+        self->connection.setEventHandler([&](const PHostExternalEvent&) {
+            if (answered.count() == 0)
+                answer = c.act(*self, *other, id);
+            answered.add();
+        });
+        auto send = [&] { return c.keyboard ? typeKeys("sendText", "7") == 1 : pty.send("7\r"); };
+        ASSERT_TRUE(send());
+        waitOrEnd(answered, 1, c.call);
+        EXPECT_TRUE(answer);
+        send();  // refused by a keyboard that is gone
+        // Counted by the handler, whose last step it is: nothing of this scope is used after.
+        EXPECT_EQ(answered.waitFor(2, c.stillDelivers ? kDeadline : 300ms), c.stillDelivers);
+        // A device whose component went stays open until another one closes it.
+        (self->component->isValid() ? self->driver : other->driver).close(id);
     }
     EXPECT_TRUE(companionThreadsEnded());
 }
