@@ -99,6 +99,28 @@ PJNIClass libsLoaderLocked(PJNIHelperPrivate& d)
 
 }
 
+namespace {
+
+// The VM as the thread-exit hook below sees it. Plain and never destroyed, unlike the helper's
+// record: a thread may end while the process tears its statics down.
+std::atomic<JavaVM*> g_currentVm{nullptr};
+
+// Detaches a thread that getJniEnv attached when the thread ends: Android's runtime aborts the
+// process when a thread ends still attached, and the keyboard timer's thread, for one, ends
+// after every burst. A VM cleared or replaced since is not the one to detach from.
+struct AttachedThread {
+    JavaVM* vm = nullptr;
+    ~AttachedThread()
+    {
+        if (vm && vm == g_currentVm.load())
+            vm->DetachCurrentThread();
+    }
+};
+
+thread_local AttachedThread t_attached;
+
+}
+
 namespace strake {
 
 JNIEnv* getJniEnv()
@@ -108,9 +130,13 @@ JNIEnv* getJniEnv()
         return nullptr;
     JNIEnv* env = nullptr;
     jint status = vm->GetEnv(reinterpret_cast<void**>(&env), JNI_VERSION_1_6);
-    // Attached for good, as a daemon so that the VM's shutdown never waits for this thread.
-    if (status == JNI_EDETACHED)
+    // Attached for the rest of the thread's life, as a daemon so that the VM's shutdown never
+    // waits for this thread.
+    if (status == JNI_EDETACHED) {
         status = vm->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&env), nullptr);
+        if (status == JNI_OK)
+            t_attached.vm = vm;
+    }
     return status == JNI_OK ? env : nullptr;
 }
 
@@ -118,6 +144,7 @@ JNIEnv* getJniEnv()
 
 void PJNIHelper::setJavaVM(JavaVM* vm)
 {
+    g_currentVm.store(vm);
     helper().vm.store(vm);
 }
 

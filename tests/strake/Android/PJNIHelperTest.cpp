@@ -104,9 +104,14 @@ TEST_F(PJNITest, objectOutlivingADisconnectLeavesTheNextConnectionsObjectsAlone)
     }
 }
 
-TEST_F(PJNITest, unknownNativeThreadIsAttachedForGoodAndManyThreadsCallTogether)
+TEST_F(PJNITest, unknownNativeThreadIsAttachedForItsLifeAndManyThreadsCallTogether)
 {
     JavaVM* vm = PHostJvm::vm();
+    JNIEnv* mainEnv = strake::getJniEnv();
+    jclass threadClass = mainEnv->FindClass("java/lang/Thread");
+    jmethodID current = mainEnv->GetStaticMethodID(threadClass, "currentThread", "()Ljava/lang/Thread;");
+    jmethodID isAlive = mainEnv->GetMethodID(threadClass, "isAlive", "()Z");
+    jobject freshThread = nullptr;
     PJNIClassObjectPtr probe = newProbe();
     std::thread fresh([&] {
         JNIEnv* env = nullptr;
@@ -116,9 +121,21 @@ TEST_F(PJNITest, unknownNativeThreadIsAttachedForGoodAndManyThreadsCallTogether)
         EXPECT_EQ(probe->callIntMethod("twice", "(I)I", 4), 8);
         EXPECT_EQ(vm->GetEnv(reinterpret_cast<void**>(&env), JNI_VERSION_1_6), JNI_OK);
         EXPECT_EQ(env, attached);
+        jclass cls = env->FindClass("java/lang/Thread");
+        jobject self = env->CallStaticObjectMethod(cls, current);
+        ASSERT_FALSE(env->ExceptionCheck());
+        freshThread = env->NewGlobalRef(self);
+        env->DeleteLocalRef(self);
+        env->DeleteLocalRef(cls);
     });
     fresh.join();
     probe.reset();
+    // Ended, it is detached: a runtime that finds a thread ending attached aborts the process.
+    ASSERT_NE(freshThread, nullptr);
+    EXPECT_FALSE(mainEnv->CallBooleanMethod(freshThread, isAlive));
+    EXPECT_FALSE(mainEnv->ExceptionCheck());
+    mainEnv->DeleteGlobalRef(freshThread);
+    mainEnv->DeleteLocalRef(threadClass);
 
     constexpr int threads = 8;
     constexpr int calls = 2000;
