@@ -9,7 +9,6 @@
 #include "PJavaHandles.h"
 #include "PTimer.h"
 
-#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <unordered_map>
@@ -102,26 +101,25 @@ PKeyboardIOQueueServiceInputHandler::PKeyboardIOQueueServiceInputHandler(
 }
 
 struct PKeyboardIOQueueServicePrivate {
-    // Guards cache, handlers, ticker and interval. Held only inside one operation, never over
+    // Guards cache, handlers, ticking and interval. Held only inside one operation, never over
     // a callback.
     mutable std::mutex lock;
     std::unordered_map<int, std::vector<PKeyMSG>> cache{10};
     std::vector<PKeyboardIOQueueServiceInputHandler> handlers;
-    // The timer whose ticks are due, null while nothing is to do: no thread of the service wakes
-    // then. Key messages for a device start one; the tick that finds the input taken and every
-    // device idle stops it, and so does the last stop.
-    PTimer* ticker = nullptr;
+    // Whether ticks are due. Key messages for a device set it and wake the timer; the tick that
+    // finds the input taken and every device idle clears it and rests the timer, whose thread
+    // then waits without waking; so does the last stop.
+    bool ticking = false;
     // Milliseconds between ticks while the service runs; 0 while it is stopped.
     int interval = 0;
-
-    // Guards timers. Held while a timer starts, never while one is joined; taken before lock.
-    std::mutex timersLock;
-    // The ticker and the timers that stopped and still have a thread to join.
-    std::vector<std::unique_ptr<PTimer>> timers;
+    // Made at the first keys and kept: its thread rests between bursts and over a stop, so
+    // that nothing ever waits for a tick, which may be inside the host's handler, and no thread
+    // is made or ended per burst. Set once under lock; stopped only by the destructor.
+    std::unique_ptr<PTimer> timer;
 
     // Guards everything below but useCount's reads: the start and stop transitions, the
     // parameters, the debug handler, and the companion with its handle. Taken before the JNI
-    // layer's lock and before timersLock.
+    // layer's lock and before lock.
     mutable std::mutex lifecycle;
     std::atomic<int> useCount{0};
     KeyValue<PString, PVariant> parameters;
@@ -137,98 +135,37 @@ struct PKeyboardIOQueueServicePrivate {
         return !handlers.empty() && received != cache.end() && !received->second.empty();
     }
 
-    // Starts a timer when key messages wait and none ticks. Its first tick comes one interval
-    // later, the latest that a timer ticking all along would have come, and the ticks keep
-    // that pace while they run: a burst is cut only by a pause longer than an interval, where
-    // such a timer could have cut it too. Called with no lock held, from whatever thread
-    // brought the messages or the device.
+    // Wakes the timer, or makes it, when key messages wait and no tick is due. Its first tick
+    // comes one interval later, the latest that a timer ticking all along would have come, and
+    // the ticks keep that pace while they run: a burst is cut only by a pause longer than an
+    // interval, where such a timer could have cut it too. Called with no lock held, from
+    // whatever thread brought the messages or the device.
     void arm(PKeyboardIOQueueService& service)
     {
-        int every = 0;
-        {
-            std::lock_guard<std::mutex> guard(lock);
-            if (ticker || interval <= 0 || !inputWaits())
-                return;
-            every = interval;
+        std::lock_guard<std::mutex> guard(lock);
+        if (ticking || interval <= 0 || !inputWaits())
+            return;
+        try {
+            if (!timer) {
+                std::unique_ptr<PTimer> made(new PTimer);
+                made->setCallback([this, &service] { settle(service.tick()); });
+                timer = std::move(made);
+            }
+            ticking = timer->isRunning() ? timer->resume(interval) : timer->start(interval, 0, -1);
+        } catch (...) {
+            // No thread to be had: the next packet tries again.
+            PError::fromCurrentException();
         }
-        std::unique_ptr<PTimer> timer(new PTimer);
-        PTimer* self = timer.get();
-        timer->setInterval(every);
-        timer->setCallback([this, &service, self] {
-            settle(self, service.tick());
-        });
-        {
-            std::lock_guard<std::mutex> guard(timersLock);
-            {
-                // Asked again: another thread may have armed, or the service stopped, meanwhile.
-                std::lock_guard<std::mutex> again(lock);
-                if (ticker || interval <= 0 || !inputWaits())
-                    return;
-                ticker = self;
-            }
-            timers.push_back(std::move(timer));
-            bool started = false;
-            try {
-                started = self->start(-1, 0, -1);
-            } catch (...) {
-                // No thread to be had: the next packet tries again.
-                PError::fromCurrentException();
-            }
-            if (!started) {
-                std::lock_guard<std::mutex> again(lock);
-                if (ticker == self)
-                    ticker = nullptr;
-            }
-        }
-        joinEnded();
     }
 
-    // The end of a tick of self: unless input waits or a burst may still be under way, the
-    // timer stops and its thread ends after this tick.
-    void settle(PTimer* self, bool busy)
+    // The end of a tick: unless input waits or a burst may still be under way, the timer rests.
+    void settle(bool busy)
     {
         std::lock_guard<std::mutex> guard(lock);
-        if (ticker != self || busy || inputWaits())
+        if (!ticking || busy || inputWaits())
             return;
-        ticker = nullptr;
-        self->stop();
-    }
-
-    // Joins the timers whose thread has ended, outside the locks.
-    void joinEnded()
-    {
-        std::vector<std::unique_ptr<PTimer>> ended;
-        {
-            std::lock_guard<std::mutex> guard(timersLock);
-            for (auto& timer : timers) {
-                if (!timer->isRunning())
-                    ended.push_back(std::move(timer));
-            }
-            timers.erase(std::remove(timers.begin(), timers.end(), nullptr), timers.end());
-        }
-        ended.clear();
-    }
-
-    // After the last stop: every timer but a new run's ticker ends, and none is waited for. A
-    // tick under way may be inside the host's handler, which may want a lock the caller holds
-    // (the object registry's, when the last component goes), or may be on this very thread. No
-    // tick starts once this returns; a timer still in its last tick is joined at the next arm
-    // or start, when it has ended.
-    void stopTimers()
-    {
-        {
-            std::lock_guard<std::mutex> guard(timersLock);
-            PTimer* current = nullptr;
-            {
-                std::lock_guard<std::mutex> again(lock);
-                current = ticker;
-            }
-            for (auto& timer : timers) {
-                if (timer.get() != current)
-                    timer->requestStop();
-            }
-        }
-        joinEnded();
+        ticking = false;
+        timer->rest();
     }
 
     void debug(const char* what)
@@ -260,28 +197,19 @@ PKeyboardIOQueueService::PKeyboardIOQueueService() : d(new PKeyboardIOQueueServi
 
 PKeyboardIOQueueService::~PKeyboardIOQueueService()
 {
-    std::vector<std::unique_ptr<PTimer>> timers;
     {
         std::lock_guard<std::mutex> guard(d->lifecycle);
         d->handle.detach();
         // The JNI layer may be gone already at unload: the Java object is left to the VM.
         d->companion.release();
     }
-    {
-        std::lock_guard<std::mutex> guard(d->timersLock);
-        {
-            std::lock_guard<std::mutex> again(d->lock);
-            d->ticker = nullptr;
-            d->interval = 0;
-        }
-        timers.swap(d->timers);
-    }
-    timers.clear();
+    // Only a service of its own, as a test makes, ends: the process's one lives on.
+    if (d->timer)
+        d->timer->stop();
 }
 
 bool PKeyboardIOQueueService::start(int timeout, PError* error)
 {
-    d->joinEnded();
     PError failure;
     {
         std::lock_guard<std::mutex> guard(d->lifecycle);
@@ -343,8 +271,10 @@ bool PKeyboardIOQueueService::stop()
             return true;
         {
             std::lock_guard<std::mutex> again(d->lock);
-            d->ticker = nullptr;
             d->interval = 0;
+            if (d->ticking)
+                d->timer->rest();
+            d->ticking = false;
         }
         if (PGlobalKeyEventsQueue::isInitialized())
             PGlobalKeyEventsQueue::deinitialize();
@@ -356,7 +286,6 @@ bool PKeyboardIOQueueService::stop()
         }
         d->debug("PKeyboardIOQueueService:: stopped ");
     }
-    d->stopTimers();
     return true;
 }
 

@@ -69,15 +69,16 @@ std::unique_ptr<PKeyboardCompanion> makeSilentKeyboardCompanion(int64_t handle);
 // makes the companion, the last stop ends it. The companion hands key messages in through
 // PKeyboardDataSend, and a timer offers them on every tick to each registered device as one
 // event with keyboard_input; the devices' acceptStatus decides what becomes of them. The timer
-// runs only while messages wait or a burst may still be under way: the first packet after a
-// pause starts it, and the tick without keys that leaves every device idle stops it.
+// ticks only while messages wait or a burst may still be under way: the first packet after a
+// pause wakes it, and the tick without keys that leaves every device idle rests it. Resting,
+// its thread waits without waking; it is made at the first keys and kept for the process.
 //
 // Thread-safety: every operation may be called from any thread. The cache and the handler
 // list have one lock, held only inside each operation and never over a device callback.
 // start, stop and the parameters have a lock of their own, taken before the Java layer's.
 // A device may close, reopen or destroy itself from inside its own tick callback. The last
 // stop never waits for a tick under way (its caller may hold a lock that the host's handler in
-// that tick wants): no tick starts after it, and the timer's thread ends after that tick.
+// that tick wants): the timer rests after that tick.
 // Failure: start reports by PError (see the device's open); nothing else fails.
 class PKeyboardIOQueueService {
 public:
@@ -89,7 +90,7 @@ public:
     // Starts the service, or counts one more user of the running one (whose timeout then
     // stays). False on failure, with the error in *error or thrown as a PError without one.
     bool start(int timeout, PError* error);
-    // One user fewer; the last one stops the timer and drops the companion. Always true.
+    // One user fewer; the last one rests the timer and drops the companion. Always true.
     bool stop();
     bool isRunning() const;
 

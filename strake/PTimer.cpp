@@ -135,6 +135,8 @@ bool PTimer::start(const int& interval, int flags, const int& count)
         d->started = false;
         d->restartPending = false;
         d->restartFlags = 0;
+        d->restartInterval = 0;
+        d->resting = false;
     }
     d->thread = std::thread(&PTimer::run, d, d->callback, d->interval, d->count, d->flags);
     {
@@ -163,7 +165,11 @@ void PTimer::stop()
 {
     if (!d)
         return;
-    requestStop();
+    {
+        std::lock_guard<std::mutex> lock(d->mutex);
+        d->state.store(3);
+    }
+    d->condition.notify_all();
     // From its own callback the thread ends once the callback returns; whoever starts, stops or
     // destroys the timer next joins it. The handle is not looked at then: the starter may still
     // be writing it.
@@ -173,15 +179,29 @@ void PTimer::stop()
         d->thread.join();
 }
 
-void PTimer::requestStop()
+void PTimer::rest()
 {
     if (!d)
         return;
     {
         std::lock_guard<std::mutex> lock(d->mutex);
-        d->state.store(3);
+        d->resting = true;
     }
     d->condition.notify_all();
+}
+
+bool PTimer::resume(int interval)
+{
+    if (!d || !isRunning() || interval <= 0)
+        return false;
+    {
+        std::lock_guard<std::mutex> lock(d->mutex);
+        d->restartFlags = 0;
+        d->restartInterval = interval;
+        d->restartPending = true;
+    }
+    d->condition.notify_all();
+    return true;
 }
 
 void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval, int count,
@@ -214,12 +234,16 @@ void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval,
     // a whole interval behind (a long callback, a stalled machine) starts afresh from now
     // rather than ticking in a burst to catch up. A steady clock: a change of the wall clock
     // must not stretch or skip a tick.
-    const auto period = std::chrono::milliseconds(interval);
+    // A resting timer waits without a deadline: its thread does not wake until a restart, a
+    // resume or a stop.
+    auto period = std::chrono::milliseconds(interval);
     auto deadline = std::chrono::steady_clock::now() + period;
     while (d->state.load() == 2) {
         std::unique_lock<std::mutex> lock(d->mutex);
-        const bool woken = d->condition.wait_until(
-            lock, deadline, [d] { return d->state.load() != 2 || d->restartPending; });
+        const auto due = [d] { return d->state.load() != 2 || d->restartPending || d->resting; };
+        if (d->resting)
+            d->condition.wait(lock, [d] { return d->state.load() != 2 || d->restartPending; });
+        const bool woken = d->condition.wait_until(lock, deadline, due);
         if (!woken) {
             lock.unlock();
             runSafely(callback);
@@ -232,8 +256,12 @@ void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval,
         } else if (d->restartPending && d->state.load() == 2) {
             remaining = d->count;
             const bool tickNow = (d->restartFlags & 1) != 0;
+            if (d->restartInterval > 0)
+                period = std::chrono::milliseconds(d->restartInterval);
+            d->restartInterval = 0;
             d->restartFlags = 0;
             d->restartPending = false;
+            d->resting = false;
             // Outside the lock: the callback may stop or restart its own timer.
             lock.unlock();
             if (tickNow) {
@@ -242,7 +270,7 @@ void PTimer::run(PTimerPrivate* d, std::function<void()> callback, int interval,
                     --remaining;
             }
             deadline = std::chrono::steady_clock::now() + period;
-        } else {
+        } else if (d->state.load() != 2) {
             break;
         }
     }

@@ -19,6 +19,8 @@ struct PTimerPrivate {
     unsigned int flags = 0;
     int restartFlags = 0;        // guarded by mutex
     bool restartPending = false; // guarded by mutex
+    int restartInterval = 0;     // guarded by mutex: the period a pending resume sets
+    bool resting = false;        // guarded by mutex: no tick is due until a restart or resume
     bool started = false;        // guarded by mutex: the thread has taken over
     std::thread thread;
     std::atomic<int> state{0};   // 0 idle, 1 starting, 2 running, 3 stopping
@@ -62,9 +64,14 @@ public:
     // Ends the thread and waits for it: at most the callback's run and one interval. From the
     // timer's own callback it does not wait (see above).
     void stop();
-    // Ends the thread after the run under way, without waiting for it: no run starts once
-    // this returns. isRunning() turns false when the thread is done; stop() joins it.
-    void requestStop();
+
+    // Running: no tick comes until restart(), resume() or stop(), and the thread waits without
+    // waking. From the callback it takes effect when the callback returns; from another thread,
+    // after the tick under way, if any.
+    void rest();
+    // Running, resting or not: ticks again every interval milliseconds, the first one interval
+    // from now. False when not running or for an interval below 1.
+    bool resume(int interval);
 
     // Ticks on a detached thread that no handle controls.
     static bool shot(const std::function<void()>& callback, const int& interval, const int& count,

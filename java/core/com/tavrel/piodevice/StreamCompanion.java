@@ -17,8 +17,9 @@ import java.util.function.Consumer;
  * run under the native side's lock while the reader is inside a native call): it closes the
  * connection, which wakes a blocked read, and lets the thread end by itself.
  * With a connector to reconnect, a link whose stream ends or fails goes down (isOpen false)
- * and is made again after 50 ms, the pause doubling up to 1 s between failed tries, until
- * close; without one the link ends and the reason goes to the ended callback.
+ * and is made again after 50 ms, the pause doubling up to 1 s between tries until a link
+ * carries data again, until close; without one the link ends and the reason goes to the ended
+ * callback.
  * All members are safe to call from any thread; nothing here throws to the caller.
  */
 public final class StreamCompanion {
@@ -271,7 +272,6 @@ public final class StreamCompanion {
                     connection.close();
                     return;
                 }
-                retry = FIRST_RETRY_MILLIS;
             }
             if (buffer.length < connection.blockSize())
                 buffer = new byte[connection.blockSize()];
@@ -293,6 +293,10 @@ public final class StreamCompanion {
                 }
                 continue;
             }
+            // Only a link that carried data starts the back-off afresh: a peer that accepts and
+            // drops at once is not called again every first interval.
+            if (count > 0)
+                retry = FIRST_RETRY_MILLIS;
             if (count > 0 && !link.closed)
                 data.accept(Arrays.copyOf(buffer, count));
         }
