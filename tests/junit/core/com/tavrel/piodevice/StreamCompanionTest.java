@@ -2,13 +2,14 @@
 // back-off, and close from any thread.
 package com.tavrel.piodevice;
 
-import static org.junit.Assert.assertArrayEquals;
 import static org.junit.Assert.assertEquals;
 import static org.junit.Assert.assertFalse;
 import static org.junit.Assert.assertNull;
 import static org.junit.Assert.assertTrue;
 
 import java.io.IOException;
+import java.util.List;
+import java.util.concurrent.CopyOnWriteArrayList;
 import java.util.concurrent.LinkedBlockingQueue;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.atomic.AtomicInteger;
@@ -16,33 +17,32 @@ import org.junit.After;
 import org.junit.Test;
 
 public class StreamCompanionTest {
-    private static final byte[] END = new byte[0];
-    private static final byte[] FAIL = new byte[0];
+    private static final byte[] END = {};
+    private static final byte[] FAIL = {};
 
     /** Reads what the test puts in; END ends the stream, FAIL fails the read. */
     private static final class Scripted implements StreamCompanion.Connection {
         final LinkedBlockingQueue<byte[]> incoming = new LinkedBlockingQueue<>();
-        final LinkedBlockingQueue<byte[]> written = new LinkedBlockingQueue<>();
+        final List<String> written = new CopyOnWriteArrayList<>();
         volatile boolean closed;
 
         public int read(byte[] buffer) throws IOException {
+            byte[] block;
             try {
-                byte[] block = incoming.take();
-                if (closed || block == END)
-                    return -1;
-                if (block == FAIL)
-                    throw new IOException("link lost");
-                System.arraycopy(block, 0, buffer, 0, block.length);
-                return block.length;
+                block = incoming.take();
             } catch (InterruptedException e) {
                 throw new IOException(e);
             }
+            if (block == FAIL)
+                throw new IOException("link lost");
+            System.arraycopy(block, 0, buffer, 0, block.length);
+            return closed || block == END ? -1 : block.length;
         }
 
         public void write(byte[] data) throws IOException {
             if (closed)
                 throw new IOException("closed");
-            written.add(data);
+            written.add(new String(data));
         }
 
         public void close() {
@@ -74,8 +74,14 @@ public class StreamCompanionTest {
         return events.poll(5, TimeUnit.SECONDS);
     }
 
-    private Scripted nextConnection() throws InterruptedException {
+    private Scripted opened(boolean reconnect) throws InterruptedException {
+        assertTrue(stream.open("test", this::connect, reconnect));
         return made.poll(5, TimeUnit.SECONDS);
+    }
+
+    private void awaitDown() throws InterruptedException {
+        while (stream.isOpen())
+            Thread.sleep(1);
     }
 
     @After
@@ -86,14 +92,13 @@ public class StreamCompanionTest {
 
     @Test
     public void blocksGoInOrderWritesGoOutAndALinkWithoutReconnectEndsOnce() throws Exception {
-        assertTrue(stream.open("test", this::connect, false));
-        Scripted link = nextConnection();
+        Scripted link = opened(false);
         link.incoming.add("ab".getBytes());
         link.incoming.add("c".getBytes());
         assertEquals("ab", next());
         assertEquals("c", next());
         assertTrue(stream.write("out".getBytes()));
-        assertArrayEquals("out".getBytes(), link.written.poll());
+        assertEquals(List.of("out"), link.written);
 
         link.incoming.add(END);
         assertEquals("ended: stream ended", next());
@@ -112,18 +117,15 @@ public class StreamCompanionTest {
             throw new IllegalArgumentException("bad port: -1");
         }, false));
         assertEquals("bad port: -1", stream.getLastErrorMessage());
-        assertFalse(stream.isOpen());
         assertEquals(0, CompanionThreads.live());
     }
 
     @Test
     public void aDroppedLinkIsDownUntilItIsMadeAgainAndThenDeliversAgain() throws Exception {
-        assertTrue(stream.open("test", this::connect, true));
-        Scripted first = nextConnection();
+        Scripted first = opened(true);
         refuse = true;
         first.incoming.add(FAIL);
-        while (stream.isOpen())
-            Thread.sleep(1);
+        awaitDown();
         assertTrue(first.closed);
         assertFalse(stream.write("x".getBytes()));
         // Refused tries back off: well under one try per 50 ms over 700 ms (50+100+200+400).
@@ -132,20 +134,18 @@ public class StreamCompanionTest {
         assertEquals("refused", stream.getLastErrorMessage());
 
         refuse = false;
-        Scripted second = nextConnection();
+        Scripted second = made.poll(5, TimeUnit.SECONDS);
         second.incoming.add("again".getBytes());
         assertEquals("again", next());
-        assertTrue(stream.isOpen());
         assertTrue(stream.write("y".getBytes()));
-        assertArrayEquals("y".getBytes(), second.written.poll());
+        assertEquals(List.of("y"), second.written);
         assertNull("a reconnecting link reports no end", events.poll());
     }
 
     @Test
     public void closeFromTheReaderItselfOrWhileReconnectingEndsTheReaderWithoutDelivery() throws Exception {
         onData = stream::close;
-        assertTrue(stream.open("test", this::connect, true));
-        Scripted link = nextConnection();
+        Scripted link = opened(true);
         link.incoming.add("last".getBytes());
         link.incoming.add("never".getBytes());
         assertEquals("last", next());
@@ -153,22 +153,19 @@ public class StreamCompanionTest {
         assertTrue(link.closed);
 
         onData = () -> {};
-        assertTrue(stream.open("test", this::connect, true));
+        link = opened(true);
         refuse = true;
-        nextConnection().incoming.add(FAIL);
-        while (stream.isOpen())
-            Thread.sleep(1);
+        link.incoming.add(FAIL);
+        awaitDown();
         stream.close();
         assertTrue("close wakes a reader that waits to reconnect", CompanionThreads.awaitNone(5000));
         assertNull(events.poll(100, TimeUnit.MILLISECONDS));
     }
 
     @Test
-    public void reopeningClosesThePreviousLinkAndItsReaderDeliversNoMore() throws Exception {
-        assertTrue(stream.open("test", this::connect, false));
-        Scripted old = nextConnection();
-        assertTrue(stream.open("test", this::connect, false));
-        Scripted current = nextConnection();
+    public void reopeningOrAdoptingClosesThePreviousLinkAndItsReaderDeliversNoMore() throws Exception {
+        Scripted old = opened(false);
+        Scripted current = opened(false);
         assertTrue(old.closed);
         old.incoming.add("stale".getBytes());
         current.incoming.add("fresh".getBytes());
