@@ -29,9 +29,7 @@ public class PBluetoothTest {
     private final LinkedBlockingQueue<String> blocks = new LinkedBlockingQueue<>();
     private final PBluetooth bluetooth = new PBluetooth(activity, 3) {
         @Override
-        void deliver(byte[] block) {
-            blocks.add(new String(block, StandardCharsets.ISO_8859_1));
-        }
+        void deliver(byte[] block) { blocks.add(new String(block, StandardCharsets.ISO_8859_1)); }
     };
 
     {

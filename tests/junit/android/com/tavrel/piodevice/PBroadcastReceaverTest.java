@@ -27,9 +27,7 @@ public class PBroadcastReceaverTest {
 
     private final PBroadcastReceaver receiver = new PBroadcastReceaver(activity, 7) {
         @Override
-        void deliver(String xml) {
-            sent.add(xml);
-        }
+        void deliver(String xml) { sent.add(xml); }
     };
 
     @After

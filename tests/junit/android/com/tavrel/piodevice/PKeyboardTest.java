@@ -26,9 +26,7 @@ public class PKeyboardTest {
             return false;
         }
 
-        public void onWindowFocusChanged(boolean hasFocus) {
-            focus = hasFocus;
-        }
+        public void onWindowFocusChanged(boolean hasFocus) { focus = hasFocus; }
     }
 
     private final Activity activity = new Activity();
@@ -36,9 +34,7 @@ public class PKeyboardTest {
     private final List<String> packets = new ArrayList<>();
     private final PKeyboard keyboard = new PKeyboard(activity, 5) {
         @Override
-        void deliver(String packet) {
-            packets.add(packet);
-        }
+        void deliver(String packet) { packets.add(packet); }
     };
 
     {
@@ -94,9 +90,7 @@ public class PKeyboardTest {
         Window.Callback ours = activity.window.getCallback();
         Original outer = new Original() {
             @Override
-            public boolean dispatchKeyEvent(KeyEvent event) {
-                return ours.dispatchKeyEvent(event);
-            }
+            public boolean dispatchKeyEvent(KeyEvent event) { return ours.dispatchKeyEvent(event); }
         };
         activity.window.setCallback(outer);
         keyboard.close();
@@ -104,10 +98,8 @@ public class PKeyboardTest {
         assertFalse(press(29, 'a'));
         assertEquals(List.of(29, 29), original.keys);
         assertTrue(packets.isEmpty());
-    }
 
-    @Test
-    public void openWithoutAWindowToWatchFailsWithTheReason() {
+        // Nothing to watch: the open fails with the reason.
         assertFalse(new PKeyboard(null, 5).open(""));
         activity.window = null;
         assertFalse(keyboard.open(""));

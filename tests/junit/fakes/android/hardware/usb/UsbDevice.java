@@ -1,4 +1,4 @@
-// Test fake of a USB device: ids, names and interfaces as the test makes them.
+// Test fake of a USB device without names of its own: ids and interfaces as the test makes them.
 package android.hardware.usb;
 
 public class UsbDevice {
@@ -6,9 +6,6 @@ public class UsbDevice {
     private final int vendorId;
     private final int productId;
     private final UsbInterface[] interfaces;
-    public String manufacturerName;
-    public String productName;
-    public String serialNumber; // null: kept from an app without permission, as from API 29 on
 
     public UsbDevice(String name, int vendorId, int productId, UsbInterface... interfaces) {
         this.name = name;
@@ -23,14 +20,12 @@ public class UsbDevice {
 
     public int getProductId() { return productId; }
 
-    public String getManufacturerName() { return manufacturerName; }
+    public String getManufacturerName() { return null; }
 
-    public String getProductName() { return productName; }
+    public String getProductName() { return null; }
 
-    public String getSerialNumber() {
-        if (serialNumber == null)
-            throw new SecurityException("User has not given permission to device " + name);
-        return serialNumber;
+    public String getSerialNumber() { // kept from an app without permission, as from API 29 on
+        throw new SecurityException("User has not given permission to device " + name);
     }
 
     public int getInterfaceCount() { return interfaces.length; }
