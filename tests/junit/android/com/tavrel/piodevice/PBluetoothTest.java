@@ -2,9 +2,7 @@
 // drops and comes back, and the reasons of a failed open.
 package com.tavrel.piodevice;
 
-import static org.junit.Assert.assertEquals;
-import static org.junit.Assert.assertFalse;
-import static org.junit.Assert.assertTrue;
+import static org.junit.Assert.*;
 
 import android.app.Activity;
 import android.bluetooth.BluetoothAdapter;
@@ -71,7 +69,7 @@ public class PBluetoothTest {
     }
 
     @Test
-    public void connectsToTheSerialPortServiceFallingBackToTheInsecureSocket() throws Exception {
+    public void connectsSecureThenInsecureAndALinkThatDropsIsDownUntilItIsMadeAgain() throws Exception {
         scanner.refusesSecure = true;
         assertTrue(bluetooth.open("address=" + ADDRESS.toLowerCase() + ";flags=3;"));
         assertEquals("secure " + SERIAL_PORT, next(scanner.attempts));
@@ -81,25 +79,20 @@ public class PBluetoothTest {
         assertEquals("40\u001d\r", next(blocks));
         assertTrue(bluetooth.write("ack".getBytes()));
         assertEquals("ack", link.sent.toString());
-        bluetooth.close();
-        assertTrue(link.closed);
-        assertFalse(bluetooth.isOpen());
-    }
 
-    @Test
-    public void aLinkThatDropsIsDownUntilItIsMadeAgainAndThenDeliversAgain() throws Exception {
-        assertTrue(bluetooth.open("address=" + ADDRESS + ";flags=1;"));
-        BluetoothSocket first = next(scanner.connected);
-        next(scanner.attempts);
         scanner.reachable = false;
-        first.drop();
+        link.drop();
         next(scanner.attempts); // a retry: the reader saw the drop
         assertFalse(bluetooth.isOpen());
         assertFalse(bluetooth.write(new byte[] {1}));
         scanner.reachable = true;
-        next(scanner.connected).peerSends("again".getBytes());
+        BluetoothSocket again = next(scanner.connected);
+        again.peerSends("again".getBytes());
         assertEquals("again", next(blocks));
         assertTrue(bluetooth.isOpen());
+        bluetooth.close();
+        assertTrue(again.closed);
+        assertFalse(bluetooth.isOpen());
     }
 
     @Test

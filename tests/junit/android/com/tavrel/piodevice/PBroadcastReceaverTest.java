@@ -1,11 +1,7 @@
 // The Android broadcast companion against the fake context: registration, delivery, close.
 package com.tavrel.piodevice;
 
-import static org.junit.Assert.assertEquals;
-import static org.junit.Assert.assertFalse;
-import static org.junit.Assert.assertNotNull;
-import static org.junit.Assert.assertNull;
-import static org.junit.Assert.assertTrue;
+import static org.junit.Assert.*;
 
 import android.app.Activity;
 import android.content.Context;
@@ -37,7 +33,7 @@ public class PBroadcastReceaverTest {
     }
 
     @Test
-    public void registersExportedOnTheApplicationFromApi33AndWithoutFlagsBefore() {
+    public void registersExportedOnTheApplicationFromApi33AndHandsOverExtrasByteForByteUntilClose() {
         for (int level : new int[] {32, 33}) {
             Build.VERSION.SDK_INT = level;
             assertTrue(receiver.open("action_name=SCAN;action_category_name=C;fields=data(9);"));
@@ -52,10 +48,8 @@ public class PBroadcastReceaverTest {
         assertFalse(receiver.getLastErrorMessage().isEmpty());
         assertFalse(new PBroadcastReceaver(null, 1).open("action_name=SCAN;fields=data(9);"));
         assertTrue(application.receivers.isEmpty());
-    }
 
-    @Test
-    public void extrasGoByteForByteByTheirDeclaredTypeAndNothingComesAfterClose() {
+        // Extras go byte for byte, each by its declared type; nothing comes after close.
         assertTrue(receiver.open("action_name=SCAN;fields=raw(65538),text(9),chars(65539);"));
         application.sendBroadcast(new Intent("SCAN").putExtra("raw", new byte[] {'0', '1', 0x1d, (byte) 0xff})
                                                      .putExtra("text", "Aé").putExtra("chars", new char[] {'x'}));

@@ -2,11 +2,7 @@
 // become, and the window's callback put back on close.
 package com.tavrel.piodevice;
 
-import static org.junit.Assert.assertEquals;
-import static org.junit.Assert.assertFalse;
-import static org.junit.Assert.assertNotSame;
-import static org.junit.Assert.assertSame;
-import static org.junit.Assert.assertTrue;
+import static org.junit.Assert.*;
 
 import android.app.Activity;
 import android.view.KeyEvent;

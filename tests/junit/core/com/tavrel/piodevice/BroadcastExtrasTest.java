@@ -1,9 +1,7 @@
 // The broadcast parameter string and the extras document of an intent.
 package com.tavrel.piodevice;
 
-import static org.junit.Assert.assertEquals;
-import static org.junit.Assert.assertNull;
-import static org.junit.Assert.assertThrows;
+import static org.junit.Assert.*;
 
 import java.util.HashMap;
 import java.util.Map;

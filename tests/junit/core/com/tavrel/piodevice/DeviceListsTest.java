@@ -1,7 +1,7 @@
 // The port and Bluetooth lists in the forms the native side reads, and their Base64.
 package com.tavrel.piodevice;
 
-import static org.junit.Assert.assertEquals;
+import static org.junit.Assert.*;
 
 import java.util.Base64;
 import java.util.List;

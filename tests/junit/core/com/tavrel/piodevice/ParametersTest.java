@@ -1,8 +1,7 @@
 // Parameter strings and the serial line settings read from them.
 package com.tavrel.piodevice;
 
-import static org.junit.Assert.assertEquals;
-import static org.junit.Assert.assertThrows;
+import static org.junit.Assert.*;
 
 import org.junit.Test;
 

@@ -2,7 +2,7 @@
 // chip's protocol, and the lines and answers it refuses.
 package com.tavrel.piodevice.usb;
 
-import static org.junit.Assert.assertEquals;
+import static org.junit.Assert.*;
 
 import com.tavrel.piodevice.LineSettings;
 import java.io.IOException;
@@ -34,7 +34,7 @@ public class UsbSerialChipTest {
     }
 
     @Test
-    public void eachFamilySetsTheLineWithItsOwnRequests() {
+    public void eachFamilySetsTheLineWithItsOwnRequestsOrRefusesALineItCannotMakeBeforeSendingAnything() {
         Object[][] cases = {
             {new CdcAcmChip(1), LINE_9600_8N1, "21/20/0000/0001:80250000000008 21/22/0003/0001"},
             {new CdcAcmChip(1), LINE_115200_8E1, "21/20/0000/0001:00C20100000208 21/22/0003/0001"},
@@ -56,15 +56,6 @@ public class UsbSerialChipTest {
             {UsbSerialChips.bridge(0x067B, 0x2303, 0, true), LINE_115200_8E1,
              PL2303_START + " 40/01/0002/0024 21/20/0000/0000:00C20100000208 21/22/0003/0000"},
             {new CdcAcmChip(-1), LINE_9600_8N1, ""}, // no communications interface to set a line on
-        };
-        for (Object[] c : cases)
-            assertEquals(c[2], configure((UsbSerialChip) c[0], (LineSettings) c[1], -1));
-        assertEquals(null, UsbSerialChips.bridge(0x10C4, 0x8A2A, 0, false)); // another Silicon Labs product
-    }
-
-    @Test
-    public void aLineTheChipCannotMakeIsRefusedBeforeAnythingIsSentAndARefusedRequestEndsTheRest() {
-        Object[][] cases = {
             {new Cp210xChip(0), new LineSettings(110, 8, 0, 0), "CP210x cannot set 110 8N1: the speed must lie between 300 and 2000000"},
             {new FtdiChip(false, 0), new LineSettings(9600, 5, 0, 0), "FTDI cannot set 9600 5N1: the chip takes 7 or 8 data bits"},
             {new FtdiChip(false, 0), new LineSettings(110, 8, 0, 0),
@@ -76,18 +67,12 @@ public class UsbSerialChipTest {
         };
         for (Object[] c : cases)
             assertEquals(c[2], configure((UsbSerialChip) c[0], (LineSettings) c[1], -1));
+        assertEquals(null, UsbSerialChips.bridge(0x10C4, 0x8A2A, 0, false)); // another Silicon Labs product
+        // A request the device refuses ends the configuration with what was refused.
         assertEquals("C0/5F/0000/0000 40/A1/0000/0000 40/9A/1312/B282 CH34x refused the speed (control transfer failed)",
                      configure(new Ch34xChip(), LINE_9600_8N1, 2));
     }
 
-    @Test
-    public void ftdiDivisorCodesTheEighthsAndTheTwoFastestRates() {
-        assertEquals(0, FtdiChip.divisor(3_000_000));
-        assertEquals(1, FtdiChip.divisor(2_000_000));
-        assertEquals(0xC000 | 13, FtdiChip.divisor(228_571)); // 13 1/8: bits 14 and 15 both set
-        assertEquals(0x10000 | 26, FtdiChip.divisor(113_744)); // 26 3/8: the eighths need bit 16
-        assertEquals(-1, FtdiChip.divisor(2_500_000)); // between 2 and 3 MBd there is nothing
-    }
 
     @Test
     public void ftdiStatusBytesAreDroppedFromEveryPacketOfABlock() {
@@ -97,7 +82,13 @@ public class UsbSerialChipTest {
     }
 
     @Test
-    public void ch34xRateStaysWithinTwoPercentAcrossTheCatalogueAndTheLineRegisterCodesEachSetting() {
+    public void ratesAndLineRegistersAreCodedForEveryRateAndSetting() {
+        assertEquals(0, FtdiChip.divisor(3_000_000));
+        assertEquals(1, FtdiChip.divisor(2_000_000));
+        assertEquals(0xC000 | 13, FtdiChip.divisor(228_571)); // 13 1/8: bits 14 and 15 both set
+        assertEquals(0x10000 | 26, FtdiChip.divisor(113_744)); // 26 3/8: the eighths need bit 16
+        assertEquals(-1, FtdiChip.divisor(2_500_000)); // between 2 and 3 MBd there is nothing
+        // CH34x: within 2 % across the catalogue.
         for (int speed : new int[] {110, 300, 1200, 14400, 56000, 128000, 256000, 921600, 2_000_000}) {
             int register = Ch34xChip.rateRegister(speed);
             int prescaler = register & 3, fact = register >> 2 & 1, divisor = 0x100 - (register >> 8);
