@@ -1,27 +1,21 @@
-// Test fake of the activity: a context whose UI thread is the thread that calls runOnUiThread.
+// Test fake of the activity: its own UI thread is whichever thread calls runOnUiThread.
 package android.app;
 
 import android.content.Context;
-import java.util.concurrent.atomic.AtomicInteger;
+import android.view.Window;
+import java.util.Arrays;
+import java.util.List;
+import java.util.concurrent.CopyOnWriteArrayList;
 
 public class Activity extends Context {
-    public android.view.Window window;
-    public final AtomicInteger uiRuns = new AtomicInteger();
-    public final java.util.List<String> requested = new java.util.concurrent.CopyOnWriteArrayList<>();
+    public Window window;
+    public final List<String> requested = new CopyOnWriteArrayList<>();
 
-    public Activity() {}
-
-    public android.view.Window getWindow() {
-        return window;
-    }
+    public Window getWindow() { return window; }
 
     public final void requestPermissions(String[] permissions, int requestCode) {
-        for (String permission : permissions)
-            requested.add(permission);
+        requested.addAll(Arrays.asList(permissions));
     }
 
-    public final void runOnUiThread(Runnable action) {
-        uiRuns.incrementAndGet();
-        action.run();
-    }
+    public final void runOnUiThread(Runnable action) { action.run(); }
 }

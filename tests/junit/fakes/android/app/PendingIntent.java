@@ -1,4 +1,4 @@
-// Test fake of the pending intent: keeps what it was made of, and send broadcasts it.
+// Test fake of the pending intent: keeps what it was made of for the fake USB service to send.
 package android.app;
 
 import android.content.Context;
@@ -6,7 +6,6 @@ import android.content.Intent;
 
 public final class PendingIntent {
     public static final int FLAG_IMMUTABLE = 67108864;
-
     public final Context context;
     public final Intent intent;
     public final int flags;
@@ -19,9 +18,5 @@ public final class PendingIntent {
 
     public static PendingIntent getBroadcast(Context context, int requestCode, Intent intent, int flags) {
         return new PendingIntent(context, intent, flags);
-    }
-
-    public void send() {
-        context.sendBroadcast(intent);
     }
 }

@@ -1,5 +1,4 @@
-// Test fake of an RFCOMM socket: reads block until the test sends or drops the link, writes
-// are kept for the test to read.
+// Test fake of an RFCOMM socket: reads block until the test sends or drops the link; writes are kept.
 package android.bluetooth;
 
 import java.io.ByteArrayOutputStream;
@@ -12,64 +11,34 @@ import java.nio.channels.Pipe;
 
 public final class BluetoothSocket implements java.io.Closeable {
     private final BluetoothDevice device;
-    private final boolean secure;
-    private final Pipe incoming = Pipe.open(); // the far end writes its sink, the reader its source
-    private final ByteArrayOutputStream sent = new ByteArrayOutputStream(); // guarded by itself
-    private volatile boolean connected;
-    private volatile boolean closed;
+    private final String kind;
+    private final Pipe incoming = Pipe.open();
+    public final ByteArrayOutputStream sent = new ByteArrayOutputStream();
+    public volatile boolean closed;
 
-    BluetoothSocket(BluetoothDevice device, boolean secure) throws IOException {
+    BluetoothSocket(BluetoothDevice device, String kind) throws IOException {
         this.device = device;
-        this.secure = secure;
+        this.kind = kind;
     }
 
     public void connect() throws IOException {
-        device.connecting(this, secure);
-        connected = true;
+        boolean refused = !device.reachable || (device.refusesSecure && kind.startsWith("secure"));
+        device.attempts.add(kind);
+        if (refused)
+            throw new IOException("read failed, socket might closed or timeout, read ret: -1");
+        device.connected.add(this);
     }
 
-    public InputStream getInputStream() throws IOException {
-        return Channels.newInputStream(incoming.source());
-    }
+    public InputStream getInputStream() { return Channels.newInputStream(incoming.source()); }
 
-    public OutputStream getOutputStream() throws IOException {
-        return new OutputStream() {
-            @Override
-            public void write(int b) throws IOException {
-                if (closed || !connected)
-                    throw new IOException("socket closed");
-                synchronized (sent) {
-                    sent.write(b);
-                }
-            }
-        };
-    }
+    public OutputStream getOutputStream() { return sent; }
 
-    /** Wakes a blocked read, as the real one does. */
     public void close() throws IOException {
         closed = true;
         incoming.source().close();
     }
 
-    // ---- the far end, for the test -------------------------------------------------------
+    public void peerSends(byte[] data) throws IOException { incoming.sink().write(ByteBuffer.wrap(data)); }
 
-    public boolean isClosed() {
-        return closed;
-    }
-
-    public void peerSends(byte[] data) throws IOException {
-        incoming.sink().write(ByteBuffer.wrap(data));
-    }
-
-    /** The link breaks: the reader sees the stream end. */
-    public void drop() throws IOException {
-        connected = false;
-        incoming.sink().close();
-    }
-
-    public byte[] received() {
-        synchronized (sent) {
-            return sent.toByteArray();
-        }
-    }
+    public void drop() throws IOException { incoming.sink().close(); }
 }

@@ -1,29 +1,11 @@
-// Test fake of the intent filter: actions and categories, matched as the system matches them.
+// Test fake of the intent filter: one action and at most one category.
 package android.content;
 
-import java.util.ArrayList;
-import java.util.List;
-
 public class IntentFilter {
-    public final List<String> actions = new ArrayList<>();
-    public final List<String> categories = new ArrayList<>();
+    public final String action;
+    public String category;
 
-    public IntentFilter() {}
+    public IntentFilter(String action) { this.action = action; }
 
-    public IntentFilter(String action) {
-        addAction(action);
-    }
-
-    public final void addAction(String action) {
-        actions.add(action);
-    }
-
-    public final void addCategory(String category) {
-        categories.add(category);
-    }
-
-    /** The action is one of ours, and every category of the intent too. */
-    public boolean matches(Intent intent) {
-        return actions.contains(intent.getAction()) && categories.containsAll(intent.categories);
-    }
+    public final void addCategory(String category) { this.category = category; }
 }

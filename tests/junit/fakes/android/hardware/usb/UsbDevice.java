@@ -1,4 +1,4 @@
-// Test fake of a USB device: ids, strings and interfaces as a test makes them.
+// Test fake of a USB device without names of its own: ids and interfaces as the test makes them.
 package android.hardware.usb;
 
 public class UsbDevice {
@@ -6,11 +6,6 @@ public class UsbDevice {
     private final int vendorId;
     private final int productId;
     private final UsbInterface[] interfaces;
-    public String manufacturerName;
-    public String productName;
-    public String serialNumber;
-    /** The serial number is kept from apps without permission, as from API 29 on. */
-    public boolean serialNeedsPermission;
 
     public UsbDevice(String name, int vendorId, int productId, UsbInterface... interfaces) {
         this.name = name;
@@ -19,37 +14,21 @@ public class UsbDevice {
         this.interfaces = interfaces;
     }
 
-    public String getDeviceName() {
-        return name;
+    public String getDeviceName() { return name; }
+
+    public int getVendorId() { return vendorId; }
+
+    public int getProductId() { return productId; }
+
+    public String getManufacturerName() { return null; }
+
+    public String getProductName() { return null; }
+
+    public String getSerialNumber() { // kept from an app without permission, as from API 29 on
+        throw new SecurityException("User has not given permission to device " + name);
     }
 
-    public int getVendorId() {
-        return vendorId;
-    }
+    public int getInterfaceCount() { return interfaces.length; }
 
-    public int getProductId() {
-        return productId;
-    }
-
-    public String getManufacturerName() {
-        return manufacturerName;
-    }
-
-    public String getProductName() {
-        return productName;
-    }
-
-    public String getSerialNumber() {
-        if (serialNeedsPermission)
-            throw new SecurityException("User has not given permission to device " + name);
-        return serialNumber;
-    }
-
-    public int getInterfaceCount() {
-        return interfaces.length;
-    }
-
-    public UsbInterface getInterface(int index) {
-        return interfaces[index];
-    }
+    public UsbInterface getInterface(int index) { return interfaces[index]; }
 }

@@ -1,4 +1,4 @@
-// Test fake of an endpoint: what a test makes it.
+// Test fake of an endpoint: a direction, a type and a packet size.
 package android.hardware.usb;
 
 public class UsbEndpoint {
@@ -12,15 +12,9 @@ public class UsbEndpoint {
         this.maxPacketSize = maxPacketSize;
     }
 
-    public int getDirection() {
-        return direction;
-    }
+    public int getDirection() { return direction; }
 
-    public int getType() {
-        return type;
-    }
+    public int getType() { return type; }
 
-    public int getMaxPacketSize() {
-        return maxPacketSize;
-    }
+    public int getMaxPacketSize() { return maxPacketSize; }
 }

@@ -12,25 +12,11 @@ public class UsbInterface {
         this.endpoints = endpoints;
     }
 
-    /** An interface with one bulk IN and one bulk OUT endpoint of the given packet size. */
-    public static UsbInterface bulk(int id, int interfaceClass, int packetSize) {
-        return new UsbInterface(id, interfaceClass, new UsbEndpoint(UsbConstants.USB_DIR_IN, 2, packetSize),
-                                new UsbEndpoint(0, 2, packetSize));
-    }
+    public int getId() { return id; }
 
-    public int getId() {
-        return id;
-    }
+    public int getInterfaceClass() { return interfaceClass; }
 
-    public int getInterfaceClass() {
-        return interfaceClass;
-    }
+    public int getEndpointCount() { return endpoints.length; }
 
-    public int getEndpointCount() {
-        return endpoints.length;
-    }
-
-    public UsbEndpoint getEndpoint(int index) {
-        return endpoints[index];
-    }
+    public UsbEndpoint getEndpoint(int index) { return endpoints[index]; }
 }

@@ -1,10 +1,7 @@
-// Test fake of the USB service: attached devices, permissions, and the user's answer to a
-// permission request, which comes as the request's broadcast.
+// Test fake of the USB service: attached devices, permissions and the user's answer to a request.
 package android.hardware.usb;
 
 import android.app.PendingIntent;
-import android.content.Context;
-import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
@@ -15,51 +12,39 @@ import java.util.concurrent.CopyOnWriteArrayList;
 public class UsbManager {
     public final Map<String, UsbDevice> attached = new ConcurrentHashMap<>();
     public final Set<String> permitted = ConcurrentHashMap.newKeySet();
-    /** What the user answers: true allows, false denies, null leaves the dialog open. */
-    public volatile Boolean answer;
-    public final CopyOnWriteArrayList<PendingIntent> requests = new CopyOnWriteArrayList<>();
-    /** The receivers registered with the requesting context when the last request came. */
-    public volatile List<Context.Registration> receiversWhenAsked;
-    public final CopyOnWriteArrayList<UsbDeviceConnection> opened = new CopyOnWriteArrayList<>();
-    /** Given to each connection opened: the number of the control transfer it refuses. */
-    public volatile int refuseControlAt = -1;
+    public volatile Boolean answer; // true allows, false denies, null leaves the dialog open
+    public volatile PendingIntent asked;
+    public final List<UsbDeviceConnection> opened = new CopyOnWriteArrayList<>();
+    public volatile int refuseControlAt = -1; // given to each connection opened
 
-    public void attach(UsbDevice device) {
-        attached.put(device.getDeviceName(), device);
+    public void attach(UsbDevice... devices) {
+        for (UsbDevice device : devices)
+            attached.put(device.getDeviceName(), device);
     }
 
-    /** Pulls the device out: gone from the list, and its open connections fail. */
     public void unplug(UsbDevice device) {
         attached.remove(device.getDeviceName());
-        for (UsbDeviceConnection connection : opened)
-            connection.unplug();
+        opened.forEach(UsbDeviceConnection::unplug);
     }
 
-    public HashMap<String, UsbDevice> getDeviceList() {
-        return new HashMap<>(attached);
-    }
+    public HashMap<String, UsbDevice> getDeviceList() { return new HashMap<>(attached); }
+
+    public boolean hasPermission(UsbDevice device) { return permitted.contains(device.getDeviceName()); }
 
     public UsbDeviceConnection openDevice(UsbDevice device) {
-        if (!permitted.contains(device.getDeviceName()))
+        if (!hasPermission(device))
             throw new SecurityException("no permission");
-        UsbDeviceConnection connection = new UsbDeviceConnection();
-        connection.refuseControlAt = refuseControlAt;
+        UsbDeviceConnection connection = new UsbDeviceConnection(refuseControlAt);
         opened.add(connection);
         return connection;
     }
 
-    public boolean hasPermission(UsbDevice device) {
-        return permitted.contains(device.getDeviceName());
-    }
-
     public void requestPermission(UsbDevice device, PendingIntent pi) {
-        requests.add(pi);
-        receiversWhenAsked = new ArrayList<>(pi.context.registrations);
+        asked = pi;
         Boolean given = answer;
-        if (given == null)
-            return;
-        if (given)
+        if (Boolean.TRUE.equals(given))
             permitted.add(device.getDeviceName());
-        pi.send();
+        if (given != null)
+            pi.context.sendBroadcast(pi.intent);
     }
 }

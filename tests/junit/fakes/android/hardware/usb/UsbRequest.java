@@ -1,37 +1,24 @@
-// Test fake of a bulk IN request: queued on its connection, finished by the block a test
-// sends, by cancel, or by an unplug.
+// Test fake of a bulk IN request: queued on its connection, ended by a block, a cancel or an unplug.
 package android.hardware.usb;
 
 import java.nio.ByteBuffer;
 
 public class UsbRequest {
-    UsbDeviceConnection connection;
+    private UsbDeviceConnection connection;
     ByteBuffer buffer;
-    int length;
-    public volatile boolean closed;
-
-    public UsbRequest() {}
 
     public boolean initialize(UsbDeviceConnection connection, UsbEndpoint endpoint) {
         this.connection = connection;
         return true;
     }
 
-    public void close() {
-        closed = true;
-    }
+    public void close() {}
 
     public boolean queue(ByteBuffer buffer, int length) {
-        if (connection == null || connection.unplugged)
-            return false;
         this.buffer = buffer;
-        this.length = length;
         connection.queued = this;
-        return true;
+        return !connection.unplugged;
     }
 
-    public boolean cancel() {
-        connection.events.offer(UsbDeviceConnection.CANCELLED);
-        return true;
-    }
+    public boolean cancel() { return connection.events.add(UsbDeviceConnection.CANCELLED); }
 }

@@ -1,5 +1,0 @@
-// Test fake of the parcelable marker.
-package android.os;
-
-public interface Parcelable {
-}
