@@ -35,6 +35,7 @@ public class StreamCompanionTest {
     private final LinkedBlockingQueue<Far> made = new LinkedBlockingQueue<>();
     private final AtomicInteger connects = new AtomicInteger();
     private volatile boolean refuse;
+    private volatile boolean dropAtOnce;
     private volatile Runnable onData = () -> {};
     private final StreamCompanion stream = new StreamCompanion("not open", "stream ended", block -> {
         events.add(new String(block));
@@ -46,6 +47,8 @@ public class StreamCompanionTest {
         if (refuse)
             throw new IOException("refused");
         Far far = new Far();
+        if (dropAtOnce)
+            far.end();
         made.add(far);
         return far.near;
     }
@@ -101,10 +104,17 @@ public class StreamCompanionTest {
         assertTrue("tries: " + connects.get(), connects.get() <= 1 + 4);
         assertEquals("refused", stream.getLastErrorMessage());
         refuse = false;
-        made.poll(5, TimeUnit.SECONDS).send("again");
+        Far second = made.poll(5, TimeUnit.SECONDS);
+        second.send("again");
         assertEquals("again", next());
         assertTrue(stream.isOpen());
         assertNull("a reconnecting link reports no end", events.poll());
+        // A peer that takes the link and drops it at once backs off as a refusing one does.
+        dropAtOnce = true;
+        final int before = connects.get();
+        second.end();
+        Thread.sleep(700);
+        assertTrue("tries: " + (connects.get() - before), connects.get() - before <= 4);
     }
 
     @Test
