@@ -233,8 +233,10 @@ TEST_F(PKeyboardIOQueueServiceTest, timerRestsOnceEveryBurstHasEndedAndKeysWakeI
             }
         };
     };
-    auto a = keyboard(2, processor(std::make_shared<std::atomic<bool>>(false)));
-    auto b = keyboard(2, processor(std::make_shared<std::atomic<bool>>(false)));
+    // Ticks far enough apart that b registers before the first one, which takes the keys, even
+    // on a slow emulator.
+    auto a = keyboard(25, processor(std::make_shared<std::atomic<bool>>(false)));
+    auto b = keyboard(25, processor(std::make_shared<std::atomic<bool>>(false)));
     // Keys kept from before any device opened go out once one has.
     service().pushMessagesToCache(PKeyboardIOQueueService::ReceivedSlot, {PKeyMSG{}});
     ASSERT_TRUE(a->open(1));
@@ -242,9 +244,9 @@ TEST_F(PKeyboardIOQueueServiceTest, timerRestsOnceEveryBurstHasEndedAndKeysWakeI
     for (int burst = 1; burst <= 2; ++burst) {
         if (burst == 2)
             PKeyboardIOQueueService::deliverPacket(service().javaHandle(), "29:1:QQ==");
-        ASSERT_TRUE(delivered.waitFor(2 * burst));
+        ASSERT_TRUE(delivered.waitFor(2 * burst)) << "burst " << burst << " delivered " << delivered.count();
         const int after = ticks.load();
-        std::this_thread::sleep_for(std::chrono::milliseconds(40));
+        std::this_thread::sleep_for(std::chrono::milliseconds(80));
         EXPECT_EQ(ticks.load(), after) << "a tick came with nothing to do";
     }
     a->close();
