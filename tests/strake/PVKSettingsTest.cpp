@@ -188,10 +188,6 @@ TEST(PINIReaderTest, settingsAreReadOnceAndKeptUntilThePathChangesAndFailuresSay
     EXPECT_EQ(error.code(), 2);
     EXPECT_EQ(error.message(), PString("failed to read, or file is empty"));
 
-    write("a=1\n[s]\n");
-    EXPECT_TRUE(PINIReader::readSettings(PString(path), &error).empty());
-    EXPECT_EQ(error.code(), 1);
-
     write("a=1\n");
     EXPECT_EQ(PINIReader::readSettings(PString(path), &error).size(), 1u);
     EXPECT_FALSE(error.isError());
