@@ -57,18 +57,6 @@ public class PBluetoothTest {
     }
 
     @Test
-    public void listsThePairedDevicesAndNothingWithoutBluetoothOrPermission() {
-        adapter.bonded.add(new BluetoothDevice("00:11:22:33:44:55", null));
-        assertEquals(DeviceLists.bluetooth(List.of(new DeviceLists.Peer(ADDRESS, "Scanner"),
-                                                   new DeviceLists.Peer("00:11:22:33:44:55", null))),
-                     PBluetooth.availibleDevices());
-        adapter.withoutPermission = true;
-        assertEquals("", PBluetooth.availibleDevices());
-        BluetoothAdapter.defaultAdapter = null;
-        assertEquals("", PBluetooth.availibleDevices());
-    }
-
-    @Test
     public void connectsSecureThenInsecureAndALinkThatDropsIsDownUntilItIsMadeAgain() throws Exception {
         scanner.refusesSecure = true;
         assertTrue(bluetooth.open("address=" + ADDRESS.toLowerCase() + ";flags=3;"));
@@ -96,8 +84,15 @@ public class PBluetoothTest {
     }
 
     @Test
-    public void openFailsWithTheReasonWhenBluetoothCannotServe() {
+    public void listsThePairedDevicesAndOpenFailsWithTheReasonWhenBluetoothCannotServe() {
         String open = "address=" + ADDRESS + ";";
+        adapter.bonded.add(new BluetoothDevice("00:11:22:33:44:55", null));
+        assertEquals(DeviceLists.bluetooth(List.of(new DeviceLists.Peer(ADDRESS, "Scanner"),
+                                                   new DeviceLists.Peer("00:11:22:33:44:55", null))),
+                     PBluetooth.availibleDevices());
+        adapter.withoutPermission = true;
+        assertEquals("", PBluetooth.availibleDevices());
+        adapter.withoutPermission = false;
         assertEquals("no Bluetooth address given", refusal("address=;"));
         assertEquals("not a Bluetooth address: SCANNER", refusal("address=scanner;"));
         adapter.enabled = false;
@@ -116,5 +111,6 @@ public class PBluetoothTest {
         assertEquals(List.of(PBluetooth.CONNECT_PERMISSION), activity.requested);
         BluetoothAdapter.defaultAdapter = null;
         assertEquals("this device has no Bluetooth", refusal(open));
+        assertEquals("", PBluetooth.availibleDevices());
     }
 }

@@ -14,12 +14,8 @@ import org.junit.Test;
 
 public class PBroadcastReceaverTest {
     private final Context application = new Context();
-    private final Activity activity = new Activity();
+    private final Activity activity = new Activity() {{ applicationContext = application; }};
     private final LinkedBlockingQueue<String> sent = new LinkedBlockingQueue<>();
-
-    {
-        activity.applicationContext = application;
-    }
 
     private final PBroadcastReceaver receiver = new PBroadcastReceaver(activity, 7) {
         @Override

@@ -100,24 +100,7 @@ public class PSerialPortTest {
     }
 
     @Test
-    public void refusalsOfTheDeviceOrOfTheSettingsFailOpenWithTheReasonAndLetTheDeviceGo() {
-        usb.permitted.addAll(usb.attached.keySet());
-        usb.refuseControlAt = 1;
-        assertEquals("USB device 10c4:ea60: CP210x refused the speed (control transfer failed)",
-                     refusal("portid=10c4:ea60;" + LINE));
-        // After the refused speed only the port's disabling, as on every release.
-        assertEquals(List.of("41/00/0001/0000", "41/1E/0000/0000:00C20100", "41/00/0000/0000"), usb.opened.get(0).control);
-        assertEquals("USB device 0403:6001: FTDI cannot set 9600 5N1: the chip takes 7 or 8 data bits",
-                     refusal("portid=0403:6001;speed=9600;data_bits=5;"));
-        assertTrue(usb.opened.get(1).control.isEmpty());
-        assertEquals("USB device 0403:6010 has no port 3", refusal("portid=0403:6010#3;"));
-        assertEquals("no port given", refusal("speed=9600;"));
-        for (UsbDeviceConnection connection : usb.opened)
-            assertTrue(connection.closed && connection.claimed.isEmpty());
-    }
-
-    @Test
-    public void aCdcAcmDeviceGetsItsLineOnTheCommunicationsInterfaceAndEachPortOfAChipItsOwn() {
+    public void eachDeviceGetsItsLineOnItsOwnInterfacesAndRefusalsFailOpenWithTheReasonAndLetTheDeviceGo() {
         usb.permitted.addAll(usb.attached.keySet());
         assertTrue(port.getLastErrorMessage(), port.open("portid=05f9:4204;" + LINE));
         assertEquals(List.of("21/20/0000/0000:00C20100000208", "21/22/0003/0000"), usb.opened.get(0).control);
@@ -125,6 +108,20 @@ public class PSerialPortTest {
         assertTrue(port.getLastErrorMessage(), port.open("portid=0403:6010#2;" + LINE));
         assertEquals("40/03/001A/0002", usb.opened.get(1).control.get(1));
         assertEquals(Set.of(1), usb.opened.get(1).claimed);
+        port.close();
+
+        usb.refuseControlAt = 1;
+        assertEquals("USB device 10c4:ea60: CP210x refused the speed (control transfer failed)",
+                     refusal("portid=10c4:ea60;" + LINE));
+        // After the refused speed only the port's disabling, as on every release.
+        assertEquals(List.of("41/00/0001/0000", "41/1E/0000/0000:00C20100", "41/00/0000/0000"), usb.opened.get(2).control);
+        assertEquals("USB device 0403:6001: FTDI cannot set 9600 5N1: the chip takes 7 or 8 data bits",
+                     refusal("portid=0403:6001;speed=9600;data_bits=5;"));
+        assertTrue(usb.opened.get(3).control.isEmpty());
+        assertEquals("USB device 0403:6010 has no port 3", refusal("portid=0403:6010#3;"));
+        assertEquals("no port given", refusal("speed=9600;"));
+        for (UsbDeviceConnection connection : usb.opened)
+            assertTrue(connection.closed && connection.claimed.isEmpty());
     }
 
     @Test

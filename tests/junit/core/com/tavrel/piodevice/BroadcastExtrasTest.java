@@ -9,7 +9,7 @@ import org.junit.Test;
 
 public class BroadcastExtrasTest {
     @Test
-    public void parametersGiveActionCategoryAndTheFieldsOfKnownTypes() {
+    public void parametersGiveTheFieldsOfKnownTypesWhoseDocumentKeepsTheListOrderAndEveryByte() {
         BroadcastExtras b = BroadcastExtras.of("action_name=com.scanner.SCAN;action_category_name=C;"
                                                + "fields=data(9),bad,raw(65538),odd(7),x(y),chars(65539);");
         assertEquals("com.scanner.SCAN C 3 raw", b.action + " " + b.category + " " + b.fields.size() + " " + b.fields.get(1).name);
@@ -17,11 +17,9 @@ public class BroadcastExtrasTest {
         assertEquals("", BroadcastExtras.of("action_name=A;fields=d(9);").category);
         for (String bad : new String[] {"fields=d(9);", "action_name=A;", "action_name=A;fields=d(7);", null})
             assertThrows(bad, IllegalArgumentException.class, () -> BroadcastExtras.of(bad));
-    }
 
-    @Test
-    public void documentKeepsTheListOrderAndEveryByteAndLeavesOutWhatIsMissingOrOfAnotherType() {
-        BroadcastExtras b = BroadcastExtras.of("action_name=A;fields=raw(65538),a\"b(9),chars(65539);");
+        // The document keeps the list order and every byte, and leaves out what is missing or of another type.
+        b = BroadcastExtras.of("action_name=A;fields=raw(65538),a\"b(9),chars(65539);");
         Map<String, Object> values = new HashMap<>();
         // A getter of the wrong type throws, as some platforms' do.
         BroadcastExtras.Extras extras = new BroadcastExtras.Extras() {

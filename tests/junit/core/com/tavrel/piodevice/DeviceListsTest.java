@@ -10,7 +10,7 @@ import org.junit.Test;
 
 public class DeviceListsTest {
     @Test
-    public void listsGiveBase64IdsAndDevicesXmlWithAbsentFieldsLeftOut() {
+    public void listsGiveBase64IdsAndDevicesXmlWithAbsentFieldsLeftOutInTheStandardBase64() {
         List<DeviceLists.Port> ports = List.of(
             new DeviceLists.Port("/dev/bus/usb/001/004", "7523", "1a86", "QinHeng & Co", "USB \"Serial\"", null, "CH340 <1>"),
             new DeviceLists.Port("pty\u0001", null, null, null, null, null, null));
@@ -22,10 +22,7 @@ public class DeviceListsTest {
         assertEquals("<Devices></Devices>", DeviceLists.devicesXml(List.of()));
         assertEquals("address:MDA6MTE=#info:U2Nhbm5lciBbMDA6MTFd;address:QUE=#info:W0FBXQ==;",
                      DeviceLists.bluetooth(List.of(new DeviceLists.Peer("00:11", "Scanner"), new DeviceLists.Peer("AA", null))));
-    }
-
-    @Test
-    public void base64MatchesTheStandardEncoderForEveryLengthAndByte() {
+        // The Base64 matches the standard encoder for every length and byte.
         Random random = new Random(24);
         for (int length = 0; length < 70; ++length) {
             byte[] data = new byte[length];

@@ -7,7 +7,7 @@ import org.junit.Test;
 
 public class ParametersTest {
     @Test
-    public void itemsSplitAtSemicolonsAndTheFirstEquals() {
+    public void itemsSplitAtSemicolonsAndTheFirstEqualsAndLineSettingsRefuseWhatTheCatalogueLacks() {
         Parameters p = new Parameters("portid=/dev/ttyACM0;speed= 9600 ;junk;=x;address=a=b;empty=;");
         assertEquals("/dev/ttyACM0", p.text("portid"));
         assertEquals(9600, p.number("speed", 0));
@@ -15,10 +15,7 @@ public class ParametersTest {
         assertEquals(7, p.number("empty", 7));
         assertEquals(7, p.number("missing", 7));
         assertEquals("", new Parameters(null).text("portid"));
-    }
-
-    @Test
-    public void lineSettingsTakeTheCatalogueNumbersAndRefuseOthersWithTheReason() {
+        // Line settings take the catalogue numbers and refuse others with the reason.
         assertEquals("115200 8E2", LineSettings.of(new Parameters("speed=115200;data_bits=0;stop_bits=2;parity=2;")).toString());
         assertEquals("0 7M1.5", LineSettings.of(new Parameters("data_bits=7;stop_bits=1;parity=3;")).toString());
         String[][] bad = {

@@ -72,24 +72,30 @@ public class StreamCompanionTest {
     }
 
     @Test
-    public void aFailedOpenGivesTheReasonAndALinkWithoutReconnectDeliversInOrderAndEndsOnce() throws Exception {
+    public void aFailedOpenGivesTheReasonAndALinkWithoutReconnectReplacesTheLastDeliversInOrderAndEndsOnce() throws Exception {
         refuse = true;
         assertFalse(stream.open("test", this::connect, true));
         assertEquals("refused", stream.getLastErrorMessage());
         assertEquals(0, CompanionThreads.live());
         refuse = false;
+        Far old = opened(false);
         Far far = opened(false);
+        assertTrue("a reopen closes the previous link", old.closed);
         far.send("ab");
         assertEquals("ab", next());
         far.send("c");
         assertEquals("c", next());
         assertTrue(stream.write("out".getBytes()));
         assertEquals("out", far.written.toString());
-        far.end();
+        Far adopted = new Far();
+        stream.adopt("test", adopted.near);
+        assertTrue("adopting closes the previous link", far.closed);
+        adopted.end();
         assertEquals("ended: stream ended", next());
         assertFalse(stream.isOpen() || stream.write("x".getBytes()));
         assertEquals("not open", stream.getLastErrorMessage());
-        assertEquals(2, connects.get());
+        assertEquals(3, connects.get());
+        assertNull("the replaced links report no end", events.poll(50, TimeUnit.MILLISECONDS));
     }
 
     @Test
@@ -134,19 +140,5 @@ public class StreamCompanionTest {
         stream.close();
         assertTrue("close wakes a reader that waits to reconnect", CompanionThreads.awaitNone(5000));
         assertNull(events.poll(100, TimeUnit.MILLISECONDS));
-    }
-
-    @Test
-    public void reopeningOrAdoptingClosesThePreviousLink() throws Exception {
-        Far old = opened(false);
-        Far current = opened(false);
-        assertTrue(old.closed);
-        current.send("fresh");
-        assertEquals("fresh", next());
-        Far adopted = new Far();
-        stream.adopt("test", adopted.near);
-        assertTrue(current.closed);
-        adopted.end();
-        assertEquals("ended: stream ended", next());
     }
 }

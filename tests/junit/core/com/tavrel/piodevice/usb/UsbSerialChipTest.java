@@ -34,7 +34,7 @@ public class UsbSerialChipTest {
     }
 
     @Test
-    public void eachFamilySetsTheLineWithItsOwnRequestsOrRefusesALineItCannotMakeBeforeSendingAnything() {
+    public void eachFamilySetsTheLineWithItsOwnRequestsRefusesALineItCannotMakeAndFtdiDropsItsStatusBytes() {
         Object[][] cases = {
             {new CdcAcmChip(1), LINE_9600_8N1, "21/20/0000/0001:80250000000008 21/22/0003/0001"},
             {new CdcAcmChip(1), LINE_115200_8E1, "21/20/0000/0001:00C20100000208 21/22/0003/0001"},
@@ -71,11 +71,7 @@ public class UsbSerialChipTest {
         // A request the device refuses ends the configuration with what was refused.
         assertEquals("C0/5F/0000/0000 40/A1/0000/0000 40/9A/1312/B282 CH34x refused the speed (control transfer failed)",
                      configure(new Ch34xChip(), LINE_9600_8N1, 2));
-    }
-
-
-    @Test
-    public void ftdiStatusBytesAreDroppedFromEveryPacketOfABlock() {
+        // FTDI status bytes are dropped from every packet of a block.
         byte[] block = {0x01, 0x60, 'a', 'b', 0x01, 0x60, 'c'};
         assertEquals("abc", new String(block, 0, new FtdiChip(false, 0).payload(block, block.length, 4)));
         assertEquals(0, new FtdiChip(false, 0).payload(new byte[] {0x01, 0x60}, 2, 64));
